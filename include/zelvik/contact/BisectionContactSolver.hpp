@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <vector>
+#include <zelvik/contact/Single3DContactProblem.hpp>
+#include <zelvik/export.hpp>
+
+namespace zelvik {
+class World;
+}
+
+namespace zelvik::contact {
+
+/// Gauss-Seidel over contacts with an exact solution of each Coulomb contact.
+///
+/// Solves, for each contact with everything else frozen, v = free velocity + D p with the normal
+/// residual zero (or the contact open) and p in the friction cone |p_t| <= mu p_n. Where the
+/// contact sticks or opens the solution is closed. Where it slides, the candidates are the curve in
+/// which the cone meets the plane of zero normal residual, parametrised by the angle of the
+/// tangential impulse, and the point taken is that of stationary kinetic energy on that curve
+/// (maximum dissipation), found by marching and false position on the angle. It opposes the slip
+/// exactly where normal and tangential motion are uncoupled.
+///
+/// A contact whose block is singular is solved in the subspace that the block reaches
+/// (`Single3DContactProblem::checkRank`); nothing is regularised and nothing is warm-started.
+///
+/// The target of the normal velocity is max((v_n - 2 v_impact - threshold) (restitution + erp2), 0)
+/// - depth erp. Source of the iteration over contacts: F. Jourdan, P. Alart, M. Jean, A
+/// Gauss-Seidel like algorithm to solve frictional contact problems, Comput. Methods Appl. Mech.
+/// Eng. 155 (1998).
+class ZELVIK_API BisectionContactSolver {
+ public:
+  /// Solves in place: on return every `imp_` holds the impulse, and objects linked by `objA_` and
+  /// `objB_` hold their velocity after it. Sweeps until the sum of squared residuals is at most
+  /// (number of problems) threshold, or the sweep limit is reached; at least one sweep runs.
+  /// Consecutive solves sweep in opposite directions. No allocation once `errorHistory_` has its
+  /// size.
+  void solve(ContactProblemList& problems);
+
+  /// Sweeps of the last solve.
+  int getLoopCounter() const { return loopCounter_; }
+  /// Error of each sweep of the last solve (m^2/s^2, or unit of the D c products); the first
+  /// `getLoopCounter()` entries count.
+  const std::vector<double>& getErrorHistory() const { return errorHistory_; }
+  /// Stopping error per contact.
+  double getThreshold() const { return threshold_; }
+  int getMaxIterations() const { return maxIterations_; }
+  double getERP() const { return erp_; }
+  double getERP2() const { return erp2_; }
+
+  /// @param relaxation weight of the newly computed impulse, 1 takes it whole
+  /// @param maxIterations sweep limit
+  /// @param threshold stopping error per contact
+  void setParameters(double relaxation, double reserved1, double reserved2, int maxIterations,
+                     double threshold);
+  /// @param erp share of the depth that becomes target velocity (1/s)
+  /// @param erp2 added to the coefficient of restitution
+  void setERP(double erp, double erp2) {
+    erp_ = erp;
+    erp2_ = erp2;
+  }
+  void setTimeStep(double dt) {
+    timeStep_ = dt;
+    timeStepInv_ = 1.0 / dt;
+  }
+
+ private:
+  void prepare(ContactProblemList& problems);
+  void prepareProblem(Single3DContactProblem& problem) const;
+  double visit(Single3DContactProblem& problem) const;
+
+  int loopCounter_ = 0;
+  bool forwardSweep_ = true;
+  double timeStep_ = 0.01;  ///< kept beside the parameters; the solve does not read it
+  double timeStepInv_ = 100.0;
+  double relaxation_ = 1.0;
+  double reservedParam1_ = 1.0;  ///< stored, read by nothing
+  double reservedParam2_ = 1.0;  ///< stored, read by nothing
+  double threshold_ = 1e-8;
+  double erp_ = 0.3;
+  double erp2_ = 0.002;
+  int maxIterations_ = 150;
+  std::vector<double> errorHistory_;
+};
+
+}  // namespace zelvik::contact

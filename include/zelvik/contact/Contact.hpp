@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <zelvik/math.hpp>
+#include <zelvik/object/BodyType.hpp>
+
+namespace zelvik::contact {
+
+struct Single3DContactProblem;
+
+/// One object's view of a contact. Each moving side of a collision keeps one in its contact list.
+struct Contact {
+  Mat<3, 3> frame_;     ///< world to contact frame; rows: tangent, tangent, unit normal
+  Mat<3, 1> position_;  ///< (m, world axes)
+  Mat<3, 1> normal_;    ///< as given, towards the A side (world axes)
+  Single3DContactProblem* contactProblem_ = nullptr;  ///< set by `World::contactProblemUpdate`
+  Mat<3, 3>* delassusPtr_ = nullptr;                  ///< the problem's own block; set likewise
+  double impactVel_ = 0.0;          ///< normal velocity of this side's point before the solve (m/s)
+  double depth_ = 0.0;              ///< signed distance, negative while penetrating (m)
+  size_t contactIndex_ = 0;         ///< place in this object's list
+  size_t pairObjectIndex_ = 0;      ///< world index of the other object
+  size_t pairContactIndex_ = 0;     ///< place of the twin in the other object's list
+  size_t contactProblemIndex_ = 0;  ///< place of the problem in the world's list
+  size_t localBodyIndex_ = 0;       ///< body inside this object
+  bool selfCollision_ = false;      ///< has absorbed its twin on the same articulated system
+  bool skip_ = false;               ///< is that twin
+  bool objectA_ = true;             ///< whether this object is the first of the pair
+  BodyType pairBodyType_ = BodyType::DYNAMIC;
+
+  Contact() = default;
+
+  /// Builds the frame from the normal: t1 is horizontal and t2 = n x t1; for a normal along z,
+  /// t1 = x and t2 = (0, sign(nz), 0).
+  Contact(const Mat<3, 1>& position, const Mat<3, 1>& normal, bool objectA, int contactProblemIndex,
+          size_t contactIndex, size_t pairObjectIndex, BodyType pairBodyType,
+          size_t pairContactIndex, size_t localBodyIndex, double depth)
+      : position_(position),
+        normal_(normal),
+        depth_(depth),
+        contactIndex_(contactIndex),
+        pairObjectIndex_(pairObjectIndex),
+        pairContactIndex_(pairContactIndex),
+        contactProblemIndex_(static_cast<size_t>(contactProblemIndex)),
+        localBodyIndex_(localBodyIndex),
+        objectA_(objectA),
+        pairBodyType_(pairBodyType) {
+    buildFrame();
+  }
+
+  /// Impulse on this object from the last solve (N s, world axes). Valid between a step's
+  /// `integrate2` and the next `integrate1`; zero before the contact has a problem. The twin of a
+  /// self-collision reports the reaction of the merged contact.
+  inline void getImpulse(Mat<3, 1>& impulseW) const;
+
+ private:
+  void buildFrame() {
+    const double nx = normal_[0], ny = normal_[1], nz = normal_[2];
+    const double flat2 = nx * nx + ny * ny;
+    Vec3 t1, t2;
+    if (nx != 0.0 || ny != 0.0) {
+      t1 = (1.0 / std::sqrt(flat2)) * Vec3{{ny, -nx, 0.0}};
+      t2 = {{nx * nz, ny * nz, -flat2}};
+    } else {
+      t1 = {{1.0, 0.0, 0.0}};
+      t2 = {{0.0, nz, 0.0}};
+    }
+    t2 *= 1.0 / norm(t2);
+    const Vec3 n = (1.0 / norm(normal_)) * normal_;
+    for (int c = 0; c < 3; ++c) {
+      frame_(0, c) = t1[c];
+      frame_(1, c) = t2[c];
+      frame_(2, c) = n[c];
+    }
+  }
+};
+
+}  // namespace zelvik::contact
+
+#include <zelvik/contact/Single3DContactProblem.hpp>
+
+namespace zelvik::contact {
+
+inline void Contact::getImpulse(Mat<3, 1>& impulseW) const {
+  if (contactProblem_ == nullptr) {
+    impulseW.setZero();
+    return;
+  }
+  impulseW = transposeMul(frame_, contactProblem_->imp_);
+  if (!objectA_) impulseW = -impulseW;
+}
+
+}  // namespace zelvik::contact

@@ -1,0 +1,349 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <Eigen/Core>
+#include <cmath>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace zelvik {
+
+/// "None" for every index of the library.
+inline constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+/// Matrix of fixed size, stored in place and column-major: element (i, j) is value i + j * n.
+///
+/// An aggregate over one array with nothing beside it, so an array of `Mat<3,1>` is a plain run of
+/// doubles. Default construction leaves the values unset; `Mat<n,m>{}` and the elements that a
+/// resized `std::vector` gains are zero. Element access is not bounds-checked.
+template <unsigned long n, unsigned long m>
+struct Mat {
+  double v[n * m];
+
+  double& operator[](std::size_t i) { return v[i]; }
+  const double& operator[](std::size_t i) const { return v[i]; }
+  double& operator()(std::size_t i, std::size_t j) { return v[i + j * n]; }
+  const double& operator()(std::size_t i, std::size_t j) const { return v[i + j * n]; }
+  double* data() { return v; }
+  const double* data() const { return v; }
+  static constexpr std::size_t rows() { return n; }
+  static constexpr std::size_t cols() { return m; }
+
+  void setZero() {
+    for (std::size_t i = 0; i < n * m; ++i) v[i] = 0.0;
+  }
+  /// Ones on the diagonal, zeros elsewhere.
+  void setIdentity() {
+    setZero();
+    for (std::size_t i = 0; i < (n < m ? n : m); ++i) v[i + i * n] = 1.0;
+  }
+  static Mat zero() { return Mat{}; }
+  static Mat identity() {
+    Mat a;
+    a.setIdentity();
+    return a;
+  }
+
+  Mat& operator+=(const Mat& b) {
+    for (std::size_t i = 0; i < n * m; ++i) v[i] += b.v[i];
+    return *this;
+  }
+  Mat& operator-=(const Mat& b) {
+    for (std::size_t i = 0; i < n * m; ++i) v[i] -= b.v[i];
+    return *this;
+  }
+  Mat& operator*=(double s) {
+    for (std::size_t i = 0; i < n * m; ++i) v[i] *= s;
+    return *this;
+  }
+
+  /// View of the values as an Eigen matrix; it writes through.
+  auto e() { return Eigen::Map<Eigen::Matrix<double, n, m>>(v); }
+  auto e() const { return Eigen::Map<const Eigen::Matrix<double, n, m>>(v); }
+};
+
+using Vec3 = Mat<3, 1>;
+using Vec4 = Mat<4, 1>;
+using Mat33 = Mat<3, 3>;
+
+template <unsigned long n, unsigned long m>
+inline Mat<n, m> operator+(Mat<n, m> a, const Mat<n, m>& b) {
+  return a += b;
+}
+
+template <unsigned long n, unsigned long m>
+inline Mat<n, m> operator-(Mat<n, m> a, const Mat<n, m>& b) {
+  return a -= b;
+}
+
+template <unsigned long n, unsigned long m>
+inline Mat<n, m> operator-(const Mat<n, m>& a) {
+  Mat<n, m> b;
+  for (std::size_t i = 0; i < n * m; ++i) b.v[i] = -a.v[i];
+  return b;
+}
+
+template <unsigned long n, unsigned long m>
+inline Mat<n, m> operator*(double s, Mat<n, m> a) {
+  return a *= s;
+}
+
+template <unsigned long n, unsigned long m>
+inline Mat<n, m> operator*(Mat<n, m> a, double s) {
+  return a *= s;
+}
+
+/// General matrix product. Products of rotation matrices use `rotmatmul` instead.
+template <unsigned long n, unsigned long k, unsigned long m>
+inline Mat<n, m> operator*(const Mat<n, k>& a, const Mat<k, m>& b) {
+  Mat<n, m> c;
+  for (std::size_t j = 0; j < m; ++j)
+    for (std::size_t i = 0; i < n; ++i) {
+      double sum = a(i, 0) * b(0, j);
+      for (std::size_t r = 1; r < k; ++r) sum += a(i, r) * b(r, j);
+      c(i, j) = sum;
+    }
+  return c;
+}
+
+template <unsigned long n, unsigned long m>
+inline Mat<m, n> transpose(const Mat<n, m>& a) {
+  Mat<m, n> b;
+  for (std::size_t j = 0; j < m; ++j)
+    for (std::size_t i = 0; i < n; ++i) b(j, i) = a(i, j);
+  return b;
+}
+
+/// a^T b without forming the transpose.
+template <unsigned long k, unsigned long n, unsigned long m>
+inline Mat<n, m> transposeMul(const Mat<k, n>& a, const Mat<k, m>& b) {
+  Mat<n, m> c;
+  for (std::size_t j = 0; j < m; ++j)
+    for (std::size_t i = 0; i < n; ++i) {
+      double sum = a(0, i) * b(0, j);
+      for (std::size_t r = 1; r < k; ++r) sum += a(r, i) * b(r, j);
+      c(i, j) = sum;
+    }
+  return c;
+}
+
+template <unsigned long n>
+inline double dot(const Mat<n, 1>& a, const Mat<n, 1>& b) {
+  double sum = a[0] * b[0];
+  for (std::size_t i = 1; i < n; ++i) sum += a[i] * b[i];
+  return sum;
+}
+
+template <unsigned long n>
+inline double squaredNorm(const Mat<n, 1>& a) {
+  return dot(a, a);
+}
+
+template <unsigned long n>
+inline double norm(const Mat<n, 1>& a) {
+  return std::sqrt(dot(a, a));
+}
+
+inline Vec3 cross(const Vec3& a, const Vec3& b) {
+  return {{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]}};
+}
+
+/// Cross product matrix: skew(a) b = a x b.
+inline Mat33 skew(const Vec3& a) {
+  return {{0.0, a[2], -a[1], -a[2], 0.0, a[0], a[1], -a[0], 0.0}};
+}
+
+template <unsigned long m>
+inline Vec3 column(const Mat<3, m>& a, std::size_t j) {
+  return {{a(0, j), a(1, j), a(2, j)}};
+}
+
+inline Vec3 row(const Mat33& a, std::size_t i) {
+  return {{a(i, 0), a(i, 1), a(i, 2)}};
+}
+
+/// Owner of a heap block of doubles, aligned to 32 bytes.
+class DynamicArray {
+ public:
+  double* v = nullptr;
+
+  DynamicArray() = default;
+  DynamicArray(const DynamicArray&) = delete;
+  DynamicArray& operator=(const DynamicArray&) = delete;
+  ~DynamicArray() { std::free(v); }
+
+  /// Replaces the block by a fresh one of `count` doubles. Neither copies nor zeroes: the content
+  /// is lost even when the size is unchanged.
+  void allocate(unsigned long count) {
+    std::free(v);
+    v = alignedBlock(count);
+  }
+
+  double& operator[](std::size_t i) { return v[i]; }
+  const double& operator[](std::size_t i) const { return v[i]; }
+  double* data() { return v; }
+  const double* data() const { return v; }
+
+ protected:
+  /// The byte count is rounded up to the alignment, as C11 7.22.3.1 once asked for.
+  static double* alignedBlock(unsigned long count) {
+    const std::size_t bytes = (count * sizeof(double) + 31) & ~static_cast<std::size_t>(31);
+    return static_cast<double*>(std::aligned_alloc(32, bytes));
+  }
+  void copyBlock(const double* source, unsigned long count) {
+    allocate(count);
+    if (count > 0) std::memcpy(v, source, count * sizeof(double));
+  }
+  void stealBlock(DynamicArray& other) {
+    std::free(v);
+    v = std::exchange(other.v, nullptr);
+  }
+  static void zeroBlock(double* block, unsigned long count) {
+    if (count > 0) std::memset(block, 0, count * sizeof(double));
+  }
+};
+
+/// Vector whose length is known at run time; `n` is the number of elements.
+class VecDyn : public DynamicArray {
+ public:
+  unsigned long n = 0;
+
+  VecDyn() = default;
+  explicit VecDyn(unsigned long size) { resize(size); }
+  VecDyn(const VecDyn& other) : DynamicArray(), n(other.n) { copyBlock(other.v, n); }
+  VecDyn(VecDyn&& other) noexcept : DynamicArray(), n(std::exchange(other.n, 0ul)) {
+    stealBlock(other);
+  }
+  VecDyn& operator=(const VecDyn& other) {
+    if (this == &other) return *this;
+    if (n != other.n || v == nullptr) allocate(other.n);
+    n = other.n;
+    if (n > 0) std::memcpy(v, other.v, n * sizeof(double));
+    return *this;
+  }
+  VecDyn& operator=(VecDyn&& other) noexcept {
+    if (this == &other) return *this;
+    stealBlock(other);
+    n = std::exchange(other.n, 0ul);
+    return *this;
+  }
+
+  /// New block of `size` unset values; the old ones are lost.
+  void resize(unsigned long size) {
+    allocate(size);
+    n = size;
+  }
+  void setZero() { zeroBlock(v, n); }
+  /// New block of `size` zeros.
+  void setZero(unsigned long size) {
+    resize(size);
+    setZero();
+  }
+  unsigned long size() const { return n; }
+
+  auto e() { return Eigen::Map<Eigen::VectorXd>(v, static_cast<Eigen::Index>(n)); }
+  auto e() const { return Eigen::Map<const Eigen::VectorXd>(v, static_cast<Eigen::Index>(n)); }
+};
+
+/// Column-major matrix whose size is known at run time; `n` rows and `m` columns.
+class MatDyn : public DynamicArray {
+ public:
+  unsigned long n = 0;
+  unsigned long m = 0;
+
+  MatDyn() = default;
+  MatDyn(unsigned long rows, unsigned long cols) { resize(rows, cols); }
+  MatDyn(const MatDyn& other) : DynamicArray(), n(other.n), m(other.m) {
+    copyBlock(other.v, n * m);
+  }
+  MatDyn(MatDyn&& other) noexcept
+      : DynamicArray(), n(std::exchange(other.n, 0ul)), m(std::exchange(other.m, 0ul)) {
+    stealBlock(other);
+  }
+  MatDyn& operator=(const MatDyn& other) {
+    if (this == &other) return *this;
+    if (n * m != other.n * other.m || v == nullptr) allocate(other.n * other.m);
+    n = other.n;
+    m = other.m;
+    if (n * m > 0) std::memcpy(v, other.v, n * m * sizeof(double));
+    return *this;
+  }
+  MatDyn& operator=(MatDyn&& other) noexcept {
+    if (this == &other) return *this;
+    stealBlock(other);
+    n = std::exchange(other.n, 0ul);
+    m = std::exchange(other.m, 0ul);
+    return *this;
+  }
+
+  using DynamicArray::operator[];
+  double& operator()(std::size_t i, std::size_t j) { return v[i + j * n]; }
+  const double& operator()(std::size_t i, std::size_t j) const { return v[i + j * n]; }
+
+  /// New block of `rows` x `cols` unset values; the old ones are lost.
+  void resize(unsigned long rows, unsigned long cols) {
+    allocate(rows * cols);
+    n = rows;
+    m = cols;
+  }
+  void setZero() { zeroBlock(v, n * m); }
+  /// New block of `rows` x `cols` zeros.
+  void setZero(unsigned long rows, unsigned long cols) {
+    resize(rows, cols);
+    setZero();
+  }
+  unsigned long rows() const { return n; }
+  unsigned long cols() const { return m; }
+
+  auto e() {
+    return Eigen::Map<Eigen::MatrixXd>(v, static_cast<Eigen::Index>(n),
+                                       static_cast<Eigen::Index>(m));
+  }
+  auto e() const {
+    return Eigen::Map<const Eigen::MatrixXd>(v, static_cast<Eigen::Index>(n),
+                                             static_cast<Eigen::Index>(m));
+  }
+};
+
+/// Standard allocator whose blocks start at a multiple of `alignment` bytes. The stride of elements
+/// stays `sizeof(T)`: only the first element is sure to be aligned.
+/// Throws `std::bad_alloc` when memory runs out.
+template <typename T, std::size_t alignment>
+class AlignedAllocator {
+ public:
+  using value_type = T;
+  template <typename U>
+  struct rebind {
+    using other = AlignedAllocator<U, alignment>;
+  };
+
+  AlignedAllocator() noexcept = default;
+  template <typename U>
+  AlignedAllocator(const AlignedAllocator<U, alignment>&) noexcept {}  // NOLINT: converts
+
+  T* allocate(std::size_t count) {
+    void* block = nullptr;
+    if (posix_memalign(&block, alignment, count * sizeof(T)) != 0) throw std::bad_alloc();
+    return static_cast<T*>(block);
+  }
+  void deallocate(T* block, std::size_t) noexcept { std::free(block); }
+};
+
+template <typename T, typename U, std::size_t a>
+inline bool operator==(const AlignedAllocator<T, a>&, const AlignedAllocator<U, a>&) noexcept {
+  return true;
+}
+template <typename T, typename U, std::size_t a>
+inline bool operator!=(const AlignedAllocator<T, a>&, const AlignedAllocator<U, a>&) noexcept {
+  return false;
+}
+
+template <typename T>
+using AlignedVector = std::vector<T, AlignedAllocator<T, 32>>;
+
+}  // namespace zelvik

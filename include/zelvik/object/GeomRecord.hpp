@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <ode/ode.h>
+
+#include <cmath>
+#include <set>
+#include <string>
+#include <zelvik/export.hpp>
+#include <zelvik/math.hpp>
+
+namespace zelvik {
+
+/// What every geom of a world carries beside what ODE keeps of it. It lives behind ODE's user data
+/// pointer, from `attachGeomRecord` to `destroyGeom`. Group and mask are ODE's category and collide
+/// bits.
+struct GeomRecord {
+  size_t objectIdx = kNone;  ///< position of the owner in the world's object list; none on the ray
+  size_t localBodyIdx = 0;   ///< body inside the owner; 0 for all but articulated systems
+  std::string materialName;
+  std::set<dGeomID> ignoredGeoms;  ///< geoms with which this one never collides
+};
+
+/// Gives a fresh record to a geom; called by whoever creates the geom, before it enters a space.
+inline void attachGeomRecord(dGeomID geom) {
+  if (geom != nullptr) dGeomSetData(geom, new GeomRecord);
+}
+
+inline GeomRecord& geomRecord(dGeomID geom) {
+  return *static_cast<GeomRecord*>(dGeomGetData(geom));
+}
+
+/// Takes the geom out of its space, destroys it and frees its record; null is ignored. Geoms that
+/// still name it in their `ignoredGeoms` belong to the same object and die with it.
+inline void destroyGeom(dGeomID geom) {
+  if (geom == nullptr) return;
+  GeomRecord* record = static_cast<GeomRecord*>(dGeomGetData(geom));
+  dGeomDestroy(geom);
+  delete record;
+}
+
+/// Whether a pose may be shown to ODE: every number finite and the position within 1e8 m. ODE ends
+/// the process for NaN and for coordinates beyond 2.68e8 m.
+inline bool isUsablePose(const Mat<3, 1>& positionW, const Mat<3, 3>& rotationW) {
+  for (int i = 0; i < 3; ++i)
+    if (!(std::fabs(positionW[i]) < 1e8)) return false;
+  for (int i = 0; i < 9; ++i)
+    if (!(std::fabs(rotationW[i]) < 1e8)) return false;
+  return true;
+}
+
+/// Writes a pose (world axes) straight into the geom's pose record and tells ODE once. A geom whose
+/// pose is not usable is disabled until it is good again, so that a NaN state passes in silence.
+inline void writeGeomPose(dGeomID geom, const Mat<3, 1>& positionW, const Mat<3, 3>& rotationW) {
+  if (!isUsablePose(positionW, rotationW)) {
+    dGeomDisable(geom);
+    return;
+  }
+  double* p = const_cast<double*>(dGeomGetPosition(geom));
+  double* R = const_cast<double*>(dGeomGetRotation(geom));
+  for (int i = 0; i < 3; ++i) {
+    p[i] = positionW[i];
+    R[4 * i] = rotationW(i, 0);
+    R[4 * i + 1] = rotationW(i, 1);
+    R[4 * i + 2] = rotationW(i, 2);
+  }
+  if (!dGeomIsEnabled(geom)) dGeomEnable(geom);
+  dGeomMoved(geom);
+}
+
+}  // namespace zelvik

@@ -1,0 +1,165 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <ode/ode.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+#include <zelvik/SparseJacobian.hpp>
+#include <zelvik/contact/Contact.hpp>
+#include <zelvik/export.hpp>
+#include <zelvik/math.hpp>
+#include <zelvik/object/BodyType.hpp>
+
+namespace zelvik {
+
+enum ObjectType {
+  SPHERE = 0,
+  BOX = 1,
+  CYLINDER = 2,
+  CONE = 3,
+  CAPSULE = 4,
+  MESH = 5,
+  GROUND = 6,
+  COMPOUND = 7,
+  HEIGHTMAP = 8,
+  ARTICULATED_SYSTEM = 9,
+  UNRECOGNIZED = 10
+};
+
+/// Name of a type as world files spell it ("sphere", ..., "articulatedSystem", "unrecognized");
+/// empty for a value outside of the enumeration.
+ZELVIK_API std::string objectTypeToString(ObjectType type);
+/// The inverse, case-sensitive; `UNRECOGNIZED` for anything else.
+ZELVIK_API ObjectType stringToObjectType(const std::string& name);
+
+/// One row of Delassus blocks of an object.
+using DelassusRow = AlignedVector<Mat<3, 3>>;
+
+/// What an object tells about one of its contacts, in that contact's frame.
+struct DelassusAndTauStar {
+  /// While the object's `fullDelassus_` is true, entry j is the change of this contact's velocity
+  /// per unit impulse at contact j of the object (1/kg); otherwise only the own block, at 0.
+  DelassusRow blocks;
+  /// Velocity of the contact point without contact impulses (m/s).
+  Mat<3, 1> tauStar{};
+};
+
+/// The contacts of one object in one step.
+struct PerObjectContact {
+  std::vector<DelassusAndTauStar> delassusAndTauStar_;  ///< in the order of `contacts_`
+  std::vector<contact::Contact> contacts_;
+};
+
+/// Base of everything that a `World` holds and steps. Operations with a local index take the body
+/// index inside the object (0 for single bodies); a contact index is a place in the object's
+/// contact list. Positions and velocities are in world axes unless said otherwise (m, m/s, rad/s,
+/// N, N m).
+class ZELVIK_API Object {
+ public:
+  Object();
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+  virtual ~Object() = default;
+
+  /// Writes the poses into the geoms.
+  virtual void updateCollision() = 0;
+  /// First phase, after collision detection: what depends on the pose and on no other object.
+  virtual void preContactSolverUpdate1(const Mat<3, 1>& gravity, double dt) = 0;
+  /// Second phase: takes forces in; free velocities, impact velocities, Delassus blocks.
+  virtual void preContactSolverUpdate2(const Mat<3, 1>& gravity, double dt) = 0;
+  /// Advances the state with the impulses of the solver. Note the order of the arguments.
+  virtual void integrate(double dt, const Mat<3, 1>& gravity) = 0;
+  /// Adds a force at the centre of mass for the next step.
+  virtual void setExternalForce(size_t localIdx, const Mat<3, 1>& force) = 0;
+  virtual void setExternalTorque(size_t localIdx, const Mat<3, 1>& torque) = 0;
+  /// Adds a force (world axes) at a point given in the body frame.
+  virtual void setExternalForce(size_t localIdx, const Mat<3, 1>& pos, const Mat<3, 1>& force) = 0;
+  /// The same from a wire; not recorded for display.
+  virtual void setConstraintForce(size_t localIdx, const Mat<3, 1>& pos,
+                                  const Mat<3, 1>& force) = 0;
+  virtual double getMass(size_t localIdx) const = 0;
+  virtual ObjectType getObjectType() const = 0;
+  virtual void getPosition(size_t localIdx, Mat<3, 1>& pos) const = 0;
+  virtual void getVelocity(size_t localIdx, Mat<3, 1>& vel) const = 0;
+  virtual void getOrientation(size_t localIdx, Mat<3, 3>& rot) const = 0;
+  /// World position of a point given in the body frame.
+  virtual void getPosition(size_t localIdx, const Mat<3, 1>& bodyPoint,
+                           Mat<3, 1>& worldPoint) const = 0;
+  virtual BodyType getBodyType(size_t localIdx) const;
+  virtual BodyType getBodyType() const;
+  /// Present velocity of a contact point during the solve (contact frame).
+  virtual void getContactPointVel(size_t contactIdx, Mat<3, 1>& vel) const = 0;
+  virtual void clearExternalForcesAndTorques() = 0;
+  /// Removes and frees the geoms.
+  virtual void destroyCollisionBodies(dSpaceID space) = 0;
+  /// Adds to `vel` what this object's velocity contributes (contact frame).
+  virtual void addContactPointVel(size_t contactIdx, Mat<3, 1>& vel) = 0;
+  /// The same with a minus sign.
+  virtual void subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) = 0;
+  virtual void updateTimeStep(double dt) = 0;
+  virtual void updateTimeStepIfNecessary(double dt) = 0;
+  /// Applies a change of impulse (contact frame) to the object's velocity.
+  virtual void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) = 0;
+  /// Appends a problem per violated joint limit.
+  virtual void appendJointLimits(contact::ContactProblemList& problems);
+  /// Solves one joint limit in place; returns the residual velocity.
+  virtual double enforceJointLimits(contact::Single3DContactProblem& problem);
+
+  PerObjectContact& getPerObjectContact() { return perObjectContact_; }
+  std::vector<DelassusAndTauStar>& getDelassusAndTauStar() {
+    return perObjectContact_.delassusAndTauStar_;
+  }
+  /// Contacts of the present step, from `World::integrate1` on.
+  std::vector<contact::Contact>& getContacts() { return perObjectContact_.contacts_; }
+  const std::vector<contact::Contact>& getContacts() const { return perObjectContact_.contacts_; }
+  double& getImpactVel(size_t contactIdx) {
+    return perObjectContact_.contacts_[contactIdx].impactVel_;
+  }
+  void addContactToPerObjectContact(contact::Contact& contact) {
+    perObjectContact_.contacts_.push_back(contact);
+  }
+  void clearPerObjectContact() { perObjectContact_.contacts_.clear(); }
+  void setIndexInWorld(size_t index) { indexInWorld_ = index; }
+  size_t getIndexInWorld() const { return indexInWorld_; }
+  /// Whether coupling goes through stored blocks (true) or through queries of the velocity.
+  bool usesFullDelassus() const { return fullDelassus_; }
+
+  void setName(const std::string& name) { name_ = name; }
+  const std::string& getName() const { return name_; }
+
+  // External forces of the last step that had any, for display (world axes).
+  const std::vector<Mat<3, 1>>& getVisForces() const { return visForces_; }
+  const std::vector<Mat<3, 1>>& getVisForcePositions() const { return visForcePositions_; }
+  const std::vector<Mat<3, 1>>& getVisTorques() const { return visTorques_; }
+  const std::vector<Mat<3, 1>>& getVisTorquePositions() const { return visTorquePositions_; }
+
+ protected:
+  void appendExternal(bool isForce, const Mat<3, 1>& vector, const Mat<3, 1>& position);
+  void clearVisForces();
+  void clearPendingForces();
+  /// Appends the pending entries to the display lists by their flag.
+  void copyPendingForcesToVis();
+
+  PerObjectContact perObjectContact_;
+  size_t numContacts_ = 0;  ///< computed by `ArticulatedSystem::preContactSolverUpdate1`
+  size_t indexInWorld_ = 0;
+  BodyType bodyType_ = BodyType::DYNAMIC;
+  bool fullDelassus_ = true;
+  std::string name_;
+
+  // Pending external forces, three parallel lists.
+  std::vector<bool> externalForceFlags_;  ///< true for a force, false for a torque
+  std::vector<Mat<3, 1>> externalForceVectors_;
+  std::vector<Mat<3, 1>> externalForcePositions_;
+
+  std::vector<Mat<3, 1>> visForces_, visForcePositions_, visTorques_, visTorquePositions_;
+
+  // Wire forces of the step; used by `ArticulatedSystem` only.
+  std::vector<SparseJacobian> constraintJacobians_;
+  std::vector<Mat<3, 1>> constraintForces_;
+};
+
+}  // namespace zelvik
