@@ -2,20 +2,384 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
+#include <Eigen/Cholesky>
+#include <Eigen/Geometry>
+#include <Eigen/LU>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <random>
+#include <regex>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <vector>
 #include <zelvik/Path.hpp>
 #include <zelvik/math.hpp>
-#include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
-#include <zelvik/object/GeomRecord.hpp>
-#include <zelvik/object/Object.hpp>
 #include <zelvik/rotation.hpp>
 
 namespace zelvik {
 namespace {
 
+static_assert(std::is_trivially_default_constructible_v<Mat33> &&
+              std::is_trivially_copyable_v<Mat33> && std::is_standard_layout_v<Mat33>);
+static_assert(sizeof(Mat<3, 1>) == 3 * sizeof(double) && sizeof(Mat<6, 3>) == 18 * sizeof(double));
+static_assert(alignof(Mat33) == alignof(double));
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+bool isAligned(const void* p) {
+  return reinterpret_cast<std::uintptr_t>(p) % 32 == 0;
+}
+
+/// Uniformly distributed values and rotations from a fixed seed.
+class Random {
+ public:
+  double operator()() { return uniform_(engine_); }
+  template <unsigned long n, unsigned long m>
+  Mat<n, m> mat() {
+    Mat<n, m> a;
+    for (double& value : a.v) value = uniform_(engine_);
+    return a;
+  }
+  Eigen::Quaterniond rotation() {
+    return Eigen::Quaterniond(normal_(engine_), normal_(engine_), normal_(engine_),
+                              normal_(engine_))
+        .normalized();
+  }
+
+ private:
+  std::mt19937_64 engine_{42};
+  std::uniform_real_distribution<double> uniform_{-1.0, 1.0};
+  std::normal_distribution<double> normal_;
+};
+
+Mat33 toMat(const Eigen::Matrix3d& a) {
+  Mat33 b;
+  b.e() = a;
+  return b;
+}
+
+Vec4 toMat(const Eigen::Quaterniond& q) {
+  return {{q.w(), q.x(), q.y(), q.z()}};
+}
+
+TEST(Math, MatIsColumnMajorAndItsOperatorsAgreeWithEigen) {
+  Random random;
+  const auto a = random.mat<2, 3>();
+  const auto b = random.mat<3, 4>();
+  EXPECT_EQ(&a(1, 2), a.data() + 5);
+  EXPECT_TRUE((a * b).e().isApprox(a.e() * b.e(), 1e-15));
+  EXPECT_EQ(transpose(a).e(), a.e().transpose());
+  const auto c = random.mat<3, 3>();
+  EXPECT_TRUE(transposeMul(c, b).e().isApprox(c.e().transpose() * b.e(), 1e-15));
+  const auto x = random.mat<3, 1>(), y = random.mat<3, 1>();
+  const Eigen::Vector3d ex = x.e(), ey = y.e();
+  EXPECT_TRUE(cross(x, y).e().isApprox(ex.cross(ey), 1e-14));
+  EXPECT_TRUE((skew(x) * y).e().isApprox(ex.cross(ey), 1e-14));
+  EXPECT_NEAR(dot(x, y), ex.dot(ey), 1e-15);
+  EXPECT_NEAR(norm(x), ex.norm(), 1e-15);
+  EXPECT_EQ((2.0 * x - y + x * 0.5).e(), 2.0 * ex - ey + ex * 0.5);
+  EXPECT_EQ((Mat<2, 3>::identity().e()), (Eigen::Matrix<double, 2, 3>::Identity()));
+
+  std::vector<Mat<3, 1>> grown(1, x);
+  grown.resize(3);
+  EXPECT_EQ(norm(grown[1]) + norm(grown[2]), 0.0);
+}
+
+TEST(Math, DynamicValuesOwnTheirBlock) {
+  MatDyn a(3, 5);
+  ASSERT_TRUE(isAligned(a.v));
+  for (int i = 0; i < 15; ++i) a[i] = i;
+  EXPECT_EQ(a(2, 3), 11.0);
+  MatDyn copy(a);
+  a(0, 0) = -1.0;
+  EXPECT_EQ(copy(0, 0), 0.0);
+  EXPECT_EQ(copy(2, 4), 14.0);
+
+  const double* block = copy.v;
+  MatDyn moved(std::move(copy));
+  EXPECT_EQ(moved.v, block);
+  EXPECT_EQ(copy.v, nullptr);  // NOLINT: the state after the move is the subject
+  EXPECT_EQ(copy.n * copy.m, 0u);
+  copy = moved;
+  copy = *&copy;
+  EXPECT_EQ(copy.e(), moved.e());
+  // Equal count, other shape: the sizes follow.
+  copy = MatDyn(5, 3);
+  a = copy;
+  EXPECT_EQ(a.n, 5u);
+
+  const MatDyn empty(0, 5);
+  MatDyn alsoEmpty(empty);
+  EXPECT_EQ(alsoEmpty.m, 5u);
+  alsoEmpty.setZero();
+  std::vector<MatDyn> list(2, moved);
+  list.resize(50);
+  EXPECT_EQ(list[1](2, 4), 14.0);
+
+  VecDyn v(7);
+  ASSERT_TRUE(isAligned(v.v));
+  v.setZero();
+  v[6] = 3.0;
+  VecDyn w;
+  w = v;
+  v.setZero(2);
+  EXPECT_EQ(w.size(), 7u);
+  EXPECT_EQ(w.e().sum(), 3.0);
+  EXPECT_EQ(v.e().norm(), 0.0);
+
+  AlignedVector<Mat33> aligned;
+  for (int i = 0; i < 100; ++i) {
+    aligned.push_back(Mat33::identity());
+    ASSERT_TRUE(isAligned(aligned.data()));
+  }
+}
+
+// Entries of a rotation are sums of at most four products below 1: a few ulp of 1.
+TEST(Rotation, QuaternionAndMatrixAgreeWithEigen) {
+  Random random;
+  for (int i = 0; i < 1000; ++i) {
+    const Eigen::Quaterniond e = random.rotation(), f = random.rotation();
+    const Vec4 q = toMat(e);
+    Mat33 R, S, RS;
+    quatToRotMat(q, R);
+    ASSERT_LT((R.e() - e.toRotationMatrix()).norm(), 4e-15);
+    Vec4 back;
+    rotMatToQuat(R, back);
+    // q and -q are the same rotation.
+    ASSERT_LT(std::min(norm(back - q), norm(back + q)), 4e-15);
+    quatToRotMat(toMat(f), S);
+    rotmatmul(R, S, RS);
+    ASSERT_LT((RS.e() - (e * f).toRotationMatrix()).norm(), 4e-15);
+    ASSERT_LT(norm(quatMul(q, toMat(f)) - toMat(e * f)), 1e-15);
+    const Eigen::AngleAxisd turn(e);
+    rotationAboutAxis({{turn.axis().x(), turn.axis().y(), turn.axis().z()}}, std::cos(turn.angle()),
+                      std::sin(turn.angle()), S);
+    ASSERT_LT((S.e() - e.toRotationMatrix()).norm(), 4e-15);
+  }
+  // The diagonal scales with the squared length.
+  Mat33 R;
+  quatToRotMat({{2.0, 0.0, 0.0, 0.0}}, R);
+  EXPECT_EQ(R.e(), 4.0 * Eigen::Matrix3d::Identity());
+}
+
+TEST(Rotation, QuaternionOfEveryBranchAndAtItsTies) {
+  struct Row {
+    const char* why;
+    Vec4 q;
+  };
+  const double h = std::sqrt(0.5);
+  for (const Row& row :
+       {Row{"identity, branch 1", {{1, 0, 0, 0}}},
+        {"half turn about x, branch 2", {{0, 1, 0, 0}}},
+        {"half turn about y, branch 3", {{0, 0, 1, 0}}},
+        {"half turn about z: R(0,0) = R(1,1) fails both tests", {{0, 0, 0, 1}}},
+        {"R(2,2) > R(0,0) > R(1,1), the sign tells the branch", {{0.1, -0.5, 0.2, 0.83666003}}},
+        {"R(0,0) = R(2,2) with x = z", {{0, h, 0, h}}},
+        {"R(0,0) = R(1,1) with x = y", {{0, h, h, 0}}},
+        {"trace close to 0 from below", {{0.4999999, 0.8, 0.2, 0.26457534}}},
+        {"w negative, not normalised", {{-0.1, 0.1, 0.1, 0.98488578}}}}) {
+    Mat33 R;
+    quatToRotMat((1.0 / norm(row.q)) * row.q, R);
+    Vec4 q;
+    rotMatToQuat(R, q);
+    EXPECT_LT(norm(q - row.q), 3e-8) << row.why;
+    EXPECT_NEAR(norm(q), 1.0, 1e-15) << row.why;
+  }
+}
+
 TEST(Rotation, ThirdColumnOfAProductIsRebuilt) {
-  Mat33 a{{1, 2, 0, 0, 1, 0, 0, 0, 5}}, c;
+  // Not rotations: the product's own third column would be (0, 0, 5).
+  const Mat33 a{{1, 2, 0, 0, 1, 0, 0, 0, 5}};
+  Mat33 c;
   rotmatmul(a, Mat33::identity(), c);
   EXPECT_EQ(c(2, 2), 1.0);
+}
+
+TEST(Rotation, InertiaRoutines) {
+  Random random;
+  for (int i = 0; i < 200; ++i) {
+    const Mat33 R = toMat(random.rotation().toRotationMatrix());
+    const Mat33 a = random.mat<3, 3>();
+    const Mat33 symmetric = a + transpose(a);
+    Mat33 out = symmetric;
+    similarityTransform(R, out, out);
+    ASSERT_LT((out.e() - R.e() * symmetric.e() * R.e().transpose()).norm(), 5e-15);
+    ASSERT_EQ(out.e(), out.e().transpose());
+
+    const Vec3 r = random.mat<3, 1>();
+    const double m = 1.0 + random();
+    Mat33 inertia = symmetric;
+    inertia(0, 2) = 1e3;  // the upper triangle is overwritten
+    addInertia(m, r, inertia);
+    const Mat33 expected = symmetric - m * (skew(r) * skew(r));
+    ASSERT_LT((inertia.e() - expected.e()).norm(), 2e-15);
+  }
+  // It reads I by rows: row sums of an asymmetric I, not column sums.
+  const Mat33 asymmetric{{0, 0, 0, 7, 0, 0, 0, 0, 0}};  // I(0,1) = 7
+  Mat33 out;
+  similarityTransform(Mat33::identity(), asymmetric, out);
+  EXPECT_EQ(out(1, 0), 7.0);
+}
+
+TEST(Rotation, SmallSolvers) {
+  Random random;
+  for (int i = 0; i < 500; ++i) {
+    const Mat33 A = random.mat<3, 3>();
+    const Vec3 b = random.mat<3, 1>();
+    const Eigen::Matrix3d inverse = A.e().inverse();
+    const double condition = A.e().norm() * inverse.norm();
+    Vec3 x;
+    solve33(A, b, x);
+    // Cramer's rule is forward stable only up to the square of the condition number.
+    ASSERT_LT((x.e() - inverse * b.e()).norm(), 1e-15 * condition * condition);
+
+    const Mat33 positive = A * transpose(A) + 0.1 * Mat33::identity();
+    Mat33 Pinv = positive;
+    cholInv(Pinv, Pinv);
+    ASSERT_LT((Pinv.e() * positive.e() - Eigen::Matrix3d::Identity()).norm(), 1e-13);
+    ASSERT_EQ(Pinv.e(), Pinv.e().transpose());
+  }
+  // Without a determinant the determinant itself scales: small and finite, never a division.
+  struct Row {
+    const char* why;
+    Mat33 A;
+    double x0;
+  };
+  for (const Row& row : {Row{"zero", Mat33{}, 0.0},
+                         {"rank 2", {{1, 2, 3, 2, 4, 6, 0, 1, 1}}, 0.0},
+                         {"det 1e-18: scale 1e-18", {{1e-6, 0, 0, 0, 1e-6, 0, 0, 0, 1e-6}}, 1e-30},
+                         {"det 1e-15: a division", {{1e-5, 0, 0, 0, 1e-5, 0, 0, 0, 1e-5}}, 1e5}}) {
+    Vec3 x;
+    solve33(row.A, {{1, 1, 1}}, x);
+    EXPECT_NEAR(x[0], row.x0, 1e-12 * std::fabs(row.x0)) << row.why;
+    EXPECT_TRUE(std::isfinite(norm(x))) << row.why;
+  }
+  Mat33 indefinite{{1, 0, 0, 0, -1, 0, 0, 0, 1}}, inverse;
+  cholInv(indefinite, inverse);
+  EXPECT_TRUE(std::isnan(inverse(1, 1)));
+  Vec3 x;
+  solve33(Mat33::identity(), {{kNan, 0, 0}}, x);
+  EXPECT_TRUE(std::isnan(x[0]));
+}
+
+/// Runs `body`, returns what it prints, and puts back the callback that it may have changed.
+std::string captured(const std::function<void()>& body) {
+  const std::function<void()> before = ZelvikMsg::fatalCallback_;
+  testing::internal::CaptureStdout();
+  body();
+  const std::string text = testing::internal::GetCapturedStdout();
+  ZelvikMsg::fatalCallback_ = before;
+  return text;
+}
+
+TEST(Messages, Format) {
+  const std::string stamp = R"(\[\d{4}:[01]\d:[0-3]\d:[0-2]\d:[0-5]\d:[0-6]\d )";
+  const auto matches = [&](const std::string& text, const std::string& rest) {
+    return std::regex_match(text, std::regex(stamp + rest + "\x1b\\[0m\n"));
+  };
+  const std::string info = captured([] {
+    MSG_INFO("mass of "
+             << "base"
+             << " is " << 1.5);
+  });
+  EXPECT_TRUE(matches(info, R"(CoreTest\.cpp:\d+\] mass of base is 1\.5)")) << info;
+  const std::string warning = captured([] { MSG_WARN("careful"); });
+  EXPECT_TRUE(matches(warning, "CoreTest\\.cpp:\\d+\\] \x1b\\[33mcareful")) << warning;
+
+  int calls = 0;
+  const std::string fatal = captured([&] {
+    ZelvikMsg::fatalCallback_ = [&] { ++calls; };
+    MSG_FATAL("broken " << 7);
+  });
+  EXPECT_TRUE(matches(fatal, "CoreTest\\.cpp:\\d+\\] \x1b\\[1;31mbroken 7")) << fatal;
+  EXPECT_EQ(calls, 1);
+
+  struct Row {
+    const char* file;
+    int severity;
+    const char* rest;
+  };
+  for (const Row& row : {Row{"plain", 0, "plain:1234\\] text"},
+                         {"/a/b/", 3, ":1234\\] text"},
+                         {"a/b.cpp", -1, "b\\.cpp:1234\\] text"}}) {
+    const std::string text = captured([&] {
+      std::stringstream message("text");
+      ZelvikMsg().stream(row.file, 1234, message, row.severity);
+    });
+    EXPECT_TRUE(matches(text, row.rest)) << text;
+  }
+}
+
+TEST(Messages, FatalCallback) {
+  captured([] {
+    ZelvikMsg::fatalCallback_ = nullptr;
+    EXPECT_THROW(MSG_FATAL("nobody listens"), std::bad_function_call);
+    ZelvikMsg::fatalCallback_ = [] { throw std::runtime_error("fatal"); };
+    EXPECT_THROW(MSG_FATAL("thrown"), std::runtime_error);
+  });
+  EXPECT_EXIT(MSG_FATAL("the end"), testing::ExitedWithCode(1), "");
+}
+
+TEST(Paths, Normalisation) {
+  struct Row {
+    const char *given, *expected;
+  };
+  for (const Row& row :
+       {Row{"", ""},
+        {"a\\b", "a/b"},
+        {"/a/b/../c", "/a/c"},
+        {"/a/b/c/../../d", "/a/d"},
+        {"/a//b", "/a/b"},
+        {"/a////b", "/a/b"},
+        {"/a/..", ""},
+        {"\\a\\b\\..\\c", "/a/c"},
+        {"/a/bb..c/d", "/ac/d"},  // dots inside a name take the component away
+        {"/a/b..c/d", "c/d"},     // and the one before, if a single letter stands before them
+        {"/a/./b", "/a/./b"},
+        {"x/yy/../z", "x/z"},
+        {"/a/b//../c", "/a/c"}})
+    EXPECT_EQ(Path(row.given).getString(), row.expected) << row.given;
+  EXPECT_EQ(Path("../a\\..//b", true).getString(), "../a/..//b");
+}
+
+TEST(Paths, ImpossibleStepsAreFatal) {
+  for (const std::string given :
+       {"../a", "/../a", "ab..", "a/..", "abc..", "aa/../b", "/a/../../b"}) {
+    const std::string text = captured([&] {
+      ZelvikMsg::fatalCallback_ = [] { throw std::runtime_error("fatal"); };
+      EXPECT_THROW(Path{given}, std::runtime_error) << given;
+      // A callback that comes back must not leave the loop running.
+      ZelvikMsg::fatalCallback_ = [] {};
+      Path{given};
+    });
+    EXPECT_NE(text.find(" Path.hpp:"), std::string::npos) << text;
+    EXPECT_NE(text.find("'" + given + "' is an invalid path"), std::string::npos) << text;
+  }
+}
+
+TEST(Paths, DirectoriesAndSuffixes) {
+  struct Row {
+    const char *given, *directory, *top;
+  };
+  for (const Row& row : {Row{"/a/b/c.urdf", "/a/b", "b"},
+                         {"/a/b", "/a", "a"},
+                         {"b", "", "b"},
+                         {"a/b", "a", "a"},
+                         {"/b", "", ""},
+                         {"/a/b/", "/a/b", "b"},
+                         {"", "", ""}}) {
+    EXPECT_EQ(Path(row.given).getDirectory().getString(), row.directory) << row.given;
+    EXPECT_EQ(Path(row.given).getTopDirectory().getString(), row.top) << row.given;
+  }
+  EXPECT_EQ((Path("/a") + "/b.xml").getString(), "/a/b.xml");
+  EXPECT_EQ((Path("/a") + "b.xml").getString(), "/ab.xml");
+  EXPECT_EQ((Path("/a") + "x/").getString(), "/a/");  // only the tail of a pair is taken
+  EXPECT_EQ((Path("/a") + "/").getString(), "/a/");
+  EXPECT_EQ((Path("/a") + "xy/").getString(), "/axy/");
+  EXPECT_EQ((Path("/a") + "/../b").getString(), "/a/../b");
+  EXPECT_THROW(Path("/a") + "", std::out_of_range);
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ class ZELVIK_API MaterialManager {
 
   /// The default properties if either name is unknown. Two known names that were never paired give
   /// the built-in values 0.8, 0, 0.01 whatever the default is, and their record enters the table;
-  /// so the call is not const. The reference is valid until the next insertion.
+  /// so the call is not const. The reference is good while the manager lives.
   const MaterialPairProperties& getMaterialPairProp(const std::string& a, const std::string& b);
 
  private:

@@ -1,0 +1,179 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <zelvik/contact/BisectionContactSolver.hpp>
+#include <zelvik/object/Object.hpp>
+#include <zelvik/rotation.hpp>
+
+#include "SlidingSearch.hpp"
+
+namespace zelvik::contact {
+
+namespace {
+
+constexpr double kFrictionless = 0.0001;      ///< friction below which only the normal is solved
+constexpr double kConeTolerance = 1.0000001;  ///< on (mu p_n)^2, for a contact that sticks
+
+/// Third column of D: the velocity change per unit of normal impulse.
+inline Vec3 normalColumn(const Single3DContactProblem& p) {
+  return column(p.delassus_, 2);
+}
+
+/// v = contact velocity without this problem's own impulse (contact frame).
+inline Vec3 velocityWithoutOwnImpulse(Single3DContactProblem& p) {
+  Vec3 v = p.tauStar_;
+  const size_t count = p.otherBlocks_.size();
+  for (size_t k = 0; k < count; ++k) {
+    const Mat33& B = p.otherBlocks_[k];
+    const Vec3& q = p.otherProblems_[k]->imp_;
+    v[0] += B[0] * q[0] + B[3] * q[1] + B[6] * q[2];
+    v[1] += B[1] * q[0] + B[4] * q[1] + B[7] * q[2];
+    v[2] += B[2] * q[0] + B[5] * q[1] + B[8] * q[2];
+  }
+  if (p.objA_ != nullptr) p.objA_->addContactPointVel(p.contactIdxA_, v);
+  if (p.objB_ != nullptr) p.objB_->subContactPointVel(p.contactIdxB_, v);
+  if (p.hasAppliedDelassus_) v -= p.appliedDelassus_ * p.imp_;
+  return v;
+}
+
+/// Candidate for ranks 2 and 3: the impulse that brings the velocity u to zero in the subspace that
+/// the block reaches.
+inline Vec3 stickingImpulse(const Single3DContactProblem& p, const Vec3& u) {
+  if (p.rank_ == Single3DContactProblem::FULL) return -(p.delassusInv_ * u);
+  const Vec3 &b1 = p.planeBasis_[0], &b2 = p.planeBasis_[1];
+  const Mat<2, 1> a = p.delassus22Inv_ * Mat<2, 1>{{dot(b1, u), dot(b2, u)}};
+  return -(a[0] * b1 + a[1] * b2);
+}
+
+inline bool sticks(const Vec3& i, double mu) {
+  const double limit = mu * i[2];
+  return i[0] * i[0] + i[1] * i[1] <= limit * limit * kConeTolerance && i[2] >= 0.0;
+}
+
+/// What the new impulse of a closed contact is before relaxation.
+/// @return false if the contact opens for good: the impulse is then zero and not relaxed
+inline bool solveClosed(Single3DContactProblem& p, const Vec3& v, double z) {
+  using Problem = Single3DContactProblem;
+  if (p.mu_ < kFrictionless) {
+    p.imp_[2] = -p.delassusInv_(2, 2) * z;
+    return true;
+  }
+  switch (p.rank_) {
+    case Problem::FULL:
+    case Problem::PLANE: {
+      p.imp_ = stickingImpulse(p, {{v[0], v[1], z}});
+      if (sticks(p.imp_, p.mu_)) return true;
+      return slide(p, v, z);
+    }
+    case Problem::LINE: {
+      const Vec3 c = normalColumn(p);
+      p.imp_ = (-dot(c, Vec3{{v[0], v[1], z}}) / p.reducedDzz_) * c;
+      return true;
+    }
+    case Problem::NORMAL_ONLY:
+      p.imp_[2] = -z * p.reducedDzz_;
+      return true;
+    default:
+      return true;
+  }
+}
+
+/// Hands the change of impulse to the objects that are queried. A change of exactly zero, as of a
+/// contact that stays open, has nothing to hand on.
+inline void updateObjects(Single3DContactProblem& p, const Vec3& old) {
+  if (p.objA_ == nullptr && p.objB_ == nullptr) return;
+  const Vec3 delta = p.imp_ - old;
+  if (delta[0] == 0.0 && delta[1] == 0.0 && delta[2] == 0.0) return;
+  if (p.objA_ != nullptr) p.objA_->updateGenVelWithImpulse(p.contactIdxA_, delta);
+  if (p.objB_ != nullptr) p.objB_->updateGenVelWithImpulse(p.contactIdxB_, -delta);
+}
+
+}  // namespace
+
+void BisectionContactSolver::setParameters(double relaxation, double reserved1, double reserved2,
+                                           int maxIterations, double threshold) {
+  relaxation_ = relaxation;
+  reservedParam1_ = reserved1;
+  reservedParam2_ = reserved2;
+  maxIterations_ = maxIterations;
+  threshold_ = threshold;
+}
+
+void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
+  const Mat33& D = p.delassus_;
+  p.muInvDzz_ = D(2, 2) * p.muInv_;
+
+  // Target of the normal velocity: bounce above the threshold, and a share of the penetration.
+  Vec3 v = p.tauStar_;
+  if (p.objA_ != nullptr) p.objA_->addContactPointVel(p.contactIdxA_, v);
+  if (p.objB_ != nullptr) p.objB_->subContactPointVel(p.contactIdxB_, v);
+  const double bounce =
+      (v[2] - 2.0 * p.impactVel_ - p.restitutionThreshold_) * (p.restitution_ + erp2_);
+  p.targetVelZ_ = std::max(bounce, 0.0) - p.depth_ * erp_;
+
+  // A rank-1 block that was found by a vanishing second column has no form yet.
+  if (p.rank_ == Single3DContactProblem::LINE && p.reducedDzz_ == 0.0) {
+    const Vec3 c = normalColumn(p);
+    p.reducedDzz_ = dot(c, D * c);
+  }
+  if (p.rank_ != Single3DContactProblem::PLANE && p.rank_ != Single3DContactProblem::FULL) return;
+
+  // M(i,j) = D(i,j) - D(i,2) D(2,j) / D(2,2).
+  for (int j = 0; j < 2; ++j)
+    for (int i = 0; i < 3; ++i) p.tangentMap_(i, j) = D(i, j) - D(i, 2) * D(2, j) / D(2, 2);
+  if (p.mu_ == 0.0) p.imp_[0] = p.imp_[1] = 0.0;
+  if (p.rank_ == Single3DContactProblem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
+}
+
+void BisectionContactSolver::prepare(ContactProblemList& problems) {
+  loopCounter_ = 0;
+  const size_t historySize = static_cast<size_t>(std::max(maxIterations_, 1));
+  if (historySize > errorHistory_.size()) errorHistory_.resize(historySize);
+  for (Single3DContactProblem& p : problems) {
+    p.checkRank();
+    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) prepareProblem(p);
+    p.dzzInv_ = 1.0 / p.delassus_(2, 2);
+  }
+}
+
+/// One visit of a problem; returns what it adds to the error of the sweep.
+double BisectionContactSolver::visit(Single3DContactProblem& p) const {
+  if (p.rank_ == Single3DContactProblem::NOTHING_MOVES) return 0.0;
+  if (p.rank_ == Single3DContactProblem::JOINT_LIMIT) {
+    const double r = p.objA_->enforceJointLimits(p);
+    return r * r;
+  }
+  const Vec3 old = p.imp_;
+  const Vec3 v = velocityWithoutOwnImpulse(p);
+  const double w = dot(normalColumn(p), old);
+
+  if (v[2] > 0.0) {  // opens
+    p.imp_ *= 1.0 - relaxation_;
+    updateObjects(p, old);
+    return w * w;
+  }
+  const double z = v[2] - p.targetVelZ_;
+  if (solveClosed(p, v, z)) p.imp_ = relaxation_ * p.imp_ + (1.0 - relaxation_) * old;
+  updateObjects(p, old);
+  return (z + w) * (z + w);
+}
+
+void BisectionContactSolver::solve(ContactProblemList& problems) {
+  prepare(problems);
+  const double stoppingError = static_cast<double>(problems.size()) * threshold_;
+  const bool forward = forwardSweep_;
+  forwardSweep_ = !forwardSweep_;
+
+  double error;
+  do {
+    error = 0.0;
+    if (forward)
+      for (auto p = problems.begin(); p != problems.end(); ++p) error += visit(*p);
+    else
+      for (auto p = problems.rbegin(); p != problems.rend(); ++p) error += visit(*p);
+    errorHistory_[loopCounter_] = error;
+    ++loopCounter_;
+  } while (loopCounter_ < maxIterations_ && error > stoppingError);
+}
+
+}  // namespace zelvik::contact

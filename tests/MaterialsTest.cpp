@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gtest/gtest.h>
+
+#include <string>
+#include <zelvik/Materials.hpp>
+
+namespace zelvik {
+namespace {
+
+void expectProperties(const MaterialPairProperties& p, double friction, double restitution,
+                      double threshold) {
+  EXPECT_EQ(p.friction, friction);
+  EXPECT_EQ(p.restitution, restitution);
+  EXPECT_EQ(p.restitutionThreshold, threshold);
+  EXPECT_EQ(p.reserved, 0.0);
+}
+
+TEST(Materials, PairsAreSymmetricAndOverwritten) {
+  MaterialManager manager;
+  manager.setMaterialPairProp("rubber", "steel", 0.9, 0.1, 0.02);
+  manager.setMaterialPairProp("steel", "steel", 0.3, 0.5, 0.03);
+  expectProperties(manager.getMaterialPairProp("steel", "rubber"), 0.9, 0.1, 0.02);
+  EXPECT_EQ(&manager.getMaterialPairProp("steel", "rubber"),
+            &manager.getMaterialPairProp("rubber", "steel"));
+  expectProperties(manager.getMaterialPairProp("steel", "steel"), 0.3, 0.5, 0.03);
+  manager.setMaterialPairProp("steel", "rubber", 0.7, 0.0, 0.01);
+  expectProperties(manager.getMaterialPairProp("rubber", "steel"), 0.7, 0.0, 0.01);
+}
+
+TEST(Materials, UnknownNamesGetTheDefaultAndUnsetPairsTheBuiltInValues) {
+  MaterialManager manager;
+  expectProperties(manager.getMaterialPairProp("", ""), 0.8, 0.0, 0.01);
+  manager.setDefaultMaterialProperties(0.4, 0.2, 0.05);
+  manager.setMaterialPairProp("a", "b", 1.0, 0.0, 0.0);
+  manager.setMaterialPairProp("c", "c", 0.1, 0.0, 0.0);
+  expectProperties(manager.getMaterialPairProp("a", "x"), 0.4, 0.2, 0.05);
+  expectProperties(manager.getMaterialPairProp("x", "a"), 0.4, 0.2, 0.05);
+  // Asking for x did not make it known: it would get the built-in values.
+  expectProperties(manager.getMaterialPairProp("x", "x"), 0.4, 0.2, 0.05);
+  // Known names, never paired. The record that this inserts can be overwritten.
+  expectProperties(manager.getMaterialPairProp("a", "c"), 0.8, 0.0, 0.01);
+  manager.setMaterialPairProp("c", "a", 0.25, 0.0, 0.0);
+  expectProperties(manager.getMaterialPairProp("a", "c"), 0.25, 0.0, 0.0);
+
+  // A copy stands for itself, default and next id included.
+  MaterialManager copy = manager;
+  copy.setMaterialPairProp("d", "a", 0.6, 0.0, 0.0);
+  expectProperties(manager.getMaterialPairProp("d", "a"), 0.4, 0.2, 0.05);
+  expectProperties(copy.getMaterialPairProp("a", "d"), 0.6, 0.0, 0.0);
+  expectProperties(copy.getMaterialPairProp("a", "b"), 1.0, 0.0, 0.0);
+}
+
+// 60 names, all pairs: no two pairs share a record.
+TEST(Materials, PairsDoNotCollide) {
+  MaterialManager manager;
+  for (int i = 0; i < 60; ++i)
+    for (int j = 0; j <= i; ++j)
+      manager.setMaterialPairProp(std::to_string(i), std::to_string(j), i + 0.001 * j, 0.0, 0.0);
+  for (int i = 0; i < 60; ++i)
+    for (int j = 0; j <= i; ++j)
+      ASSERT_EQ(manager.getMaterialPairProp(std::to_string(j), std::to_string(i)).friction,
+                i + 0.001 * j);
+}
+
+}  // namespace
+}  // namespace zelvik
