@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <zelvik/export.hpp>
+#include <zelvik/object/SingleBodyObject.hpp>
+
+namespace zelvik {
+
+/// Solid cylinder about its origin; its axis is the body's z axis.
+class ZELVIK_API Cylinder : public SingleBodyObject {
+ public:
+  /// @param radius,height (m), finite and at least 0; otherwise fatal, and the body has no geom
+  /// @param mass (kg)
+  Cylinder(double radius, double height, double mass);
+  double getRadius() const { return radius_; }  ///< (m)
+  double getHeight() const { return height_; }  ///< (m)
+
+ private:
+  double radius_, height_;
+};
+
+}  // namespace zelvik

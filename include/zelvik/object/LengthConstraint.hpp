@@ -1,0 +1,70 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <string>
+#include <zelvik/export.hpp>
+#include <zelvik/math.hpp>
+
+namespace zelvik {
+
+class Object;
+
+/// Ties a point of one body to a point of another by a length; base of both kinds of wire.
+///
+/// A new wire acts only while its points are closer than its length, like a strut; a rope wants
+/// the stretch type 0. The bodies are not owned and have to outlive the wire; the two points must
+/// not meet, since the direction between them is then not a number.
+class ZELVIK_API LengthConstraint {
+ public:
+  /// @param localIdx1,localIdx2 bodies inside the objects
+  /// @param localPos1,localPos2 attachment points (m, body frames)
+  /// @param length rest length (m)
+  LengthConstraint(Object* body1, unsigned long localIdx1, Mat<3, 1> localPos1, Object* body2,
+                   unsigned long localIdx2, Mat<3, 1> localPos2, double length);
+
+  /// Computes everything that depends on the poses; the world calls it once per step.
+  void update();
+
+  void setName(const std::string& name) { name_ = name; }
+  const std::string& getName() const { return name_; }
+  /// When the wire acts: 0 if its distance is above its length, 1 (initially) if below, 2 always.
+  /// Other values leave it as it is.
+  void setStretchType(int type) { stretchType_ = type; }
+  int getStretchType() const { return stretchType_; }
+  /// Whether the wire acts, by the last `update`.
+  bool isActive() const { return active_; }
+
+  double getStretch() const { return stretch_; }    ///< distance minus length (m)
+  double getDistance() const { return distance_; }  ///< between the points (m)
+  double getLength() const { return length_; }      ///< at rest (m)
+  const Mat<3, 1>& getNorm() const {
+    return norm_;
+  }  ///< unit, from point 1 to point 2 (world axes)
+  const Mat<3, 1>& getP1() const { return worldPos1_; }  ///< (m, world axes)
+  const Mat<3, 1>& getP2() const { return worldPos2_; }  ///< (m, world axes)
+  Object* getBody1() const { return body1_; }
+  Object* getBody2() const { return body2_; }
+  size_t getLocalIdx1() const { return localIdx1_; }
+  size_t getLocalIdx2() const { return localIdx2_; }
+
+ protected:
+  std::string name_;
+  Mat<3, 1> localPos1_;  ///< (m, body frame)
+  Object* body1_;
+  Mat<3, 1> localPos2_;  ///< (m, body frame)
+  Object* body2_;
+  Mat<3, 1> worldPos1_{};  ///< (m, world axes) computed by `update`
+  size_t localIdx1_;
+  Mat<3, 1> worldPos2_{};  ///< (m, world axes) computed by `update`
+  size_t localIdx2_;
+  Mat<3, 1> norm_{};            ///< computed by `update`
+  double length_;               ///< (m)
+  double distance_ = 0.0;       ///< (m) computed by `update`
+  double stretch_ = 0.0;        ///< (m) computed by `update`
+  double initialLength_ = 0.0;  ///< (m) of a compliant wire
+  int stretchType_ = 1;
+  bool active_ = false;  ///< computed by `update`
+};
+
+}  // namespace zelvik

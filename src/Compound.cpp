@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/object/Compound.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+
+namespace {
+
+/// How many of a child's parameters its shape uses; 0 for a shape that cannot be a child.
+int countDimensions(ObjectType type) {
+  switch (type) {
+    case BOX:
+      return 3;
+    case CYLINDER:
+    case CAPSULE:
+      return 2;
+    case SPHERE:
+      return 1;
+    default:
+      return 0;
+  }
+}
+
+/// A geom in no space, by a child of a supported shape with usable sizes.
+dGeomID createChildGeom(const Compound::CompoundObjectChild& child) {
+  const double* p = child.objectParam;
+  switch (child.objectType) {
+    case BOX:
+      return dCreateBox(nullptr, p[0], p[1], p[2]);
+    case CYLINDER:
+      return dCreateCylinder(nullptr, p[0], p[1]);
+    case CAPSULE:
+      return dCreateCapsule(nullptr, p[0], p[1]);
+    default:
+      return dCreateSphere(nullptr, p[0]);
+  }
+}
+
+}  // namespace
+
+Compound::Compound(const std::vector<CompoundObjectChild>& children, double mass,
+                   const Mat<3, 1>& com, const Mat<3, 3>& inertia)
+    : SingleBodyObject(COMPOUND), children_(children) {
+  if (children_.size() < 2) {
+    MSG_FATAL("Provided less than 2 children. Compound needs at least 2.");
+    return;
+  }
+  if (!areChildrenUsable()) return;
+  createGeoms();
+  comOffset_ = com;
+  comPos_ = com;
+  setMassProperties(mass, inertia);
+  updateCollision();
+}
+
+Compound::~Compound() {
+  destroyChildGeoms();
+}
+
+/// Looks at every size before ODE does, which ends the process for a negative or undefined one.
+bool Compound::areChildrenUsable() const {
+  for (size_t k = 0; k < children_.size(); ++k) {
+    const CompoundObjectChild& child = children_[k];
+    const int dimensions = countDimensions(child.objectType);
+    if (dimensions == 0) {
+      MSG_FATAL("Unsupported shape: " << objectTypeToString(child.objectType)
+                                      << " for a compound object");
+      return false;
+    }
+    for (int i = 0; i < dimensions; ++i)
+      if (!isUsableSize(child.objectParam[i])) {
+        MSG_FATAL("The " << objectTypeToString(child.objectType) << " at position " << k
+                         << " of a compound has the size " << child.objectParam[i]
+                         << ", which is negative or not finite");
+        return false;
+      }
+  }
+  return true;
+}
+
+void Compound::createGeoms() {
+  for (const CompoundObjectChild& child : children_) {
+    collisionGeoms_.push_back(createChildGeom(child));
+    attachGeomRecord(collisionGeoms_.back());
+  }
+  for (dGeomID geom : collisionGeoms_)
+    for (dGeomID sibling : collisionGeoms_)
+      if (sibling != geom) geomRecord(geom).ignoredGeoms.insert(sibling);
+}
+
+void Compound::updateCollision() {
+  for (size_t k = 0; k < collisionGeoms_.size(); ++k) {
+    const CompoundObjectChild& child = children_[k];
+    Mat33 childToWorld;
+    rotmatmul(rot_, child.rotation, childToWorld);
+    writeGeomPose(collisionGeoms_[k], bodyPos_ + rot_ * child.position, childToWorld);
+  }
+}
+
+void Compound::destroyCollisionBodies(dSpaceID) {
+  destroyChildGeoms();
+}
+
+void Compound::destroyChildGeoms() {
+  for (dGeomID geom : collisionGeoms_) destroyGeom(geom);
+  collisionGeoms_.clear();
+}
+
+}  // namespace zelvik

@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/object/Object.hpp>
+
+namespace zelvik {
+namespace {
+
+/// Names in the order of `ObjectType`.
+constexpr const char* kTypeNames[] = {
+    "sphere",   "box",       "cylinder",          "cone",        "capsule", "mesh", "ground",
+    "compound", "heightmap", "articulatedSystem", "unrecognized"};
+
+/// Contacts per object that an ordinary step does without growing the list.
+constexpr size_t kReservedContacts = 10;
+
+}  // namespace
+
+std::string objectTypeToString(ObjectType type) {
+  const int value = static_cast<int>(type);
+  return value >= SPHERE && value <= UNRECOGNIZED ? kTypeNames[value] : "";
+}
+
+ObjectType stringToObjectType(const std::string& name) {
+  for (int value = SPHERE; value < UNRECOGNIZED; ++value)
+    if (name == kTypeNames[value]) return static_cast<ObjectType>(value);
+  return UNRECOGNIZED;
+}
+
+Object::Object() {
+  perObjectContact_.contacts_.reserve(kReservedContacts);
+}
+
+BodyType Object::getBodyType(size_t) const {
+  return bodyType_;
+}
+
+BodyType Object::getBodyType() const {
+  return bodyType_;
+}
+
+void Object::appendJointLimits(contact::ContactProblemList&) {}
+
+double Object::enforceJointLimits(contact::Single3DContactProblem&) {
+  return 0.0;
+}
+
+void Object::appendExternal(bool isForce, const Mat<3, 1>& vector, const Mat<3, 1>& position) {
+  externalForceFlags_.push_back(isForce);
+  externalForceVectors_.push_back(vector);
+  externalForcePositions_.push_back(position);
+}
+
+void Object::clearVisForces() {
+  visForces_.clear();
+  visForcePositions_.clear();
+  visTorques_.clear();
+  visTorquePositions_.clear();
+}
+
+void Object::clearPendingForces() {
+  externalForceFlags_.clear();
+  externalForceVectors_.clear();
+  externalForcePositions_.clear();
+}
+
+void Object::copyPendingForcesToVis() {
+  for (size_t i = 0; i < externalForceFlags_.size(); ++i) {
+    const bool isForce = externalForceFlags_[i];
+    (isForce ? visForces_ : visTorques_).push_back(externalForceVectors_[i]);
+    (isForce ? visForcePositions_ : visTorquePositions_).push_back(externalForcePositions_[i]);
+  }
+}
+
+}  // namespace zelvik

@@ -1,0 +1,149 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <utility>
+#include <zelvik/object/SingleBodyObject.hpp>
+
+// Response of one rigid body to its contacts. Notation, per contact: R is the contact's `frame_`
+// with rows t_c, p its position, a = comPos - p its arm, [a] the cross product matrix, J the world
+// inertia, v and w the velocities. The velocity of the contact point is v + w x (p - comPos) =
+// v + a x w.
+
+namespace zelvik {
+namespace {
+
+/// From this number on blocks for every pair cost more than queries of the velocity.
+constexpr size_t kMaxContactsWithBlocks = 4;
+
+}  // namespace
+
+void SingleBodyObject::preContactSolverUpdate1(const Mat<3, 1>&, double) {
+  updateWorldInertia();
+  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  const size_t count = contacts.size();
+  fullDelassus_ = count <= kMaxContactsWithBlocks || bodyType_ == BodyType::KINEMATIC;
+  resizeBlockRows(count);
+  contactArm_.resize(count);
+  for (size_t i = 0; i < count; ++i) contactArm_[i] = comPos_ - contacts[i].position_;
+  computeOwnBlocks();
+}
+
+/// Sizes the list of rows; rows that drop out lend their memory to those that come later.
+void SingleBodyObject::resizeBlockRows(size_t count) {
+  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  while (rows.size() > count) {
+    spareBlockRows_.push_back(std::move(rows.back().blocks));
+    rows.pop_back();
+  }
+  while (rows.size() < count) {
+    rows.emplace_back();
+    if (spareBlockRows_.empty()) continue;
+    rows.back().blocks = std::move(spareBlockRows_.back());
+    spareBlockRows_.pop_back();
+  }
+}
+
+/// D = R ([a]^T J^-1 [a]) R^T + 1/m
+void SingleBodyObject::computeOwnBlocks() {
+  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  for (size_t i = 0; i < contacts.size(); ++i) {
+    rows[i].blocks.resize(fullDelassus_ ? contacts.size() : 1);
+    Mat33 W;  // [a] J^-1 [a]^T, equal to [a]^T J^-1 [a]
+    Mat33& D = rows[i].blocks[fullDelassus_ ? i : 0];
+    similarityTransform(skew(contactArm_[i]), worldInertiaInv_, W);
+    similarityTransform(contacts[i].frame_, W, D);
+    for (int k = 0; k < 3; ++k) D(k, k) += invMass_;
+  }
+}
+
+void SingleBodyObject::preContactSolverUpdate2(const Mat<3, 1>& gravity, double dt) {
+  computeFreeVelocities(gravity, dt);
+  computeImpactVelocities();
+  if (fullDelassus_) {
+    if (bodyType_ == BodyType::DYNAMIC) computeCouplingBlocks();
+    computeTauStar();
+  } else {
+    computeContactMaps();
+  }
+  if (externalForceFlags_.empty()) return;
+  clearVisForces();
+  copyPendingForcesToVis();
+  clearPendingForces();
+}
+
+/// n . (v + a x w) before the solve
+void SingleBodyObject::computeImpactVelocities() {
+  std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  for (size_t i = 0; i < contacts.size(); ++i)
+    contacts[i].impactVel_ =
+        dot(row(contacts[i].frame_, 2), linVel_ + cross(contactArm_[i], angVel_));
+}
+
+/// B = R_i (1/m + [a_i]^T J^-1 [a_j]) R_j^T for i < j, and its transpose
+void SingleBodyObject::computeCouplingBlocks() {
+  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  for (size_t i = 0; i + 1 < contacts.size(); ++i) {
+    const Mat33 aJ = transposeMul(skew(contactArm_[i]), worldInertiaInv_);
+    for (size_t j = i + 1; j < contacts.size(); ++j) {
+      Mat33 W = aJ * skew(contactArm_[j]);
+      for (int k = 0; k < 3; ++k) W(k, k) += invMass_;
+      const Mat33 B = contacts[i].frame_ * W * transpose(contacts[j].frame_);
+      rows[i].blocks[j] = B;
+      rows[j].blocks[i] = transpose(B);
+    }
+  }
+}
+
+/// tauStar = R (v + a x w) with the free velocities
+void SingleBodyObject::computeTauStar() {
+  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  for (size_t i = 0; i < contacts.size(); ++i)
+    rows[i].tauStar = contacts[i].frame_ * (linVelFree_ + cross(contactArm_[i], angVelFree_));
+}
+
+/// Maps of the mode without blocks; the whole free velocity comes through `genVel_`.
+void SingleBodyObject::computeContactMaps() {
+  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  contactImpulseMap_.resize(contacts.size());
+  contactJacobian_.resize(contacts.size());
+  for (int k = 0; k < 3; ++k) {
+    genVel_[k] = linVelFree_[k];
+    genVel_[3 + k] = angVelFree_[k];
+  }
+  for (size_t i = 0; i < contacts.size(); ++i) {
+    Mat<6, 3>& impulseMap = contactImpulseMap_[i];
+    Mat<3, 6>& G = contactJacobian_[i];
+    for (int c = 0; c < 3; ++c) {
+      const Vec3 t = row(contacts[i].frame_, c);
+      const Vec3 lever = cross(t, contactArm_[i]);  // (p - comPos) x t_c
+      const Vec3 spin = worldInertiaInv_ * lever;
+      for (int k = 0; k < 3; ++k) {
+        impulseMap(k, c) = invMass_ * t[k];
+        impulseMap(3 + k, c) = spin[k];
+        G(c, k) = t[k];
+        G(c, 3 + k) = lever[k];
+      }
+    }
+    perObjectContact_.delassusAndTauStar_[i].tauStar.setZero();
+  }
+}
+
+void SingleBodyObject::getContactPointVel(size_t contactIdx, Mat<3, 1>& vel) const {
+  vel = contactJacobian_[contactIdx] * genVel_;
+}
+
+void SingleBodyObject::addContactPointVel(size_t contactIdx, Mat<3, 1>& vel) {
+  vel += contactJacobian_[contactIdx] * genVel_;
+}
+
+void SingleBodyObject::subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) {
+  vel -= contactJacobian_[contactIdx] * genVel_;
+}
+
+void SingleBodyObject::updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) {
+  genVel_ += contactImpulseMap_[contactIdx] * impulseChange;
+}
+
+}  // namespace zelvik

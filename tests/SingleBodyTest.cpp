@@ -1,0 +1,532 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gtest/gtest.h>
+
+#include <Eigen/Dense>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <random>
+#include <zelvik/object/Box.hpp>
+#include <zelvik/object/Capsule.hpp>
+#include <zelvik/object/Cone.hpp>
+#include <zelvik/object/Cylinder.hpp>
+#include <zelvik/object/Ground.hpp>
+#include <zelvik/object/ImplicitGyroscopic.hpp>
+#include <zelvik/object/Sphere.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+namespace {
+
+using Mat6 = Eigen::Matrix<double, 6, 6>;
+using Mat36 = Eigen::Matrix<double, 3, 6>;
+using Vec6 = Eigen::Matrix<double, 6, 1>;
+
+const Vec3 kNoGravity{};
+const Vec3 kGravity{{0.3, -0.2, -9.81}};
+
+/// Uniform in [-1, 1), the same in every build.
+class Random {
+ public:
+  double operator()() { return static_cast<double>(engine_()) / 2147483648.0 - 1.0; }
+  Vec3 vec(double scale = 1.0) {
+    const double x = (*this)(), y = (*this)(), z = (*this)();
+    return {{scale * x, scale * y, scale * z}};
+  }
+
+ private:
+  std::mt19937 engine_{7};
+};
+
+void step(SingleBodyObject& body, const Vec3& gravity, double dt) {
+  body.preContactSolverUpdate1(gravity, dt);
+  body.preContactSolverUpdate2(gravity, dt);
+  body.integrate(dt, gravity);
+}
+
+void addContact(SingleBodyObject& body, const Vec3& position, const Vec3& normal,
+                bool objectA = true) {
+  contact::Contact contact(position, normal, objectA, 0, body.getContacts().size(), 1,
+                           BodyType::STATIC, 0, 0, 0.0);
+  body.addContactToPerObjectContact(contact);
+}
+
+/// A body in a general state, with a centre-of-mass offset, forces and `count` contacts of both
+/// sides.
+std::unique_ptr<SingleBodyObject> randomBody(Random& random, int count) {
+  Mat33 inertia{{2.0, 0.3, -0.2, 0.3, 3.0, 0.4, -0.2, 0.4, 4.0}};
+  auto body = std::make_unique<Box>(1.0, 1.0, 1.0, 1.7);
+  body->setInertia(inertia);
+  body->setComOffset(random.vec());
+  body->setOrientation(Eigen::Quaterniond(random(), random(), random(), random()));
+  body->setPosition(random(), random(), random());
+  body->setVelocity(random.vec(), random.vec(3.0));
+  body->setExternalForce(0, random.vec(), random.vec(5.0));
+  body->setExternalTorque(0, random.vec(5.0));
+  for (int i = 0; i < count; ++i) {
+    Vec3 normal = random.vec();
+    addContact(*body, random.vec(), (1.0 / norm(normal)) * normal, i % 2 == 0);
+  }
+  return body;
+}
+
+/// Independent dense model: inverse of the 6 x 6 mass matrix from the quaternion, and J of a
+/// contact.
+Mat6 denseInverseMass(const SingleBodyObject& body) {
+  const Vec4& q = body.getQuaternion();
+  const Eigen::Matrix3d R = Eigen::Quaterniond(q[0], q[1], q[2], q[3]).toRotationMatrix();
+  Mat6 M = Mat6::Zero();
+  M.topLeftCorner<3, 3>() = body.getMass(0) * Eigen::Matrix3d::Identity();
+  M.bottomRightCorner<3, 3>() = R * body.getBodyInertia().e() * R.transpose();
+  return M.inverse();
+}
+
+Mat36 denseJacobian(const SingleBodyObject& body, size_t i) {
+  const contact::Contact& c = body.getContacts()[i];
+  const Vec4& q = body.getQuaternion();
+  const Eigen::Vector3d com = body.getBodyPosition().e() +
+                              Eigen::Quaterniond(q[0], q[1], q[2], q[3]) * body.getComOffset().e();
+  Mat36 J;
+  J.leftCols<3>() = c.frame_.e();
+  for (int k = 0; k < 3; ++k) {
+    const Eigen::Vector3d w = Eigen::Vector3d::Unit(k), r = c.position_.e() - com;
+    J.col(3 + k) = c.frame_.e() * w.cross(r);
+  }
+  return J;
+}
+
+Vec6 velocity(const SingleBodyObject& body) {
+  Vec6 v;
+  v << body.getLinearVelocity().e(), body.getAngularVelocity().e();
+  return v;
+}
+
+/// Velocity after a step with contacts but without impulses.
+Vec6 freeVelocity(Random random, int count, GyroscopicMode mode) {
+  auto body = randomBody(random, count);
+  body->clearPerObjectContact();
+  body->setGyroscopicMode(mode);
+  step(*body, kGravity, 0.01);
+  return velocity(*body);
+}
+
+// Rounding only: all numbers are of the order of 10, so 1e-12 leaves a margin of a hundred.
+constexpr double kRounding = 1e-12;
+
+TEST(SingleBodyContact, BlocksMatchTheDenseModelAndImpulsesAreApplied) {
+  Random random;
+  for (int trial = 0; trial < 20; ++trial) {
+    const Random state = random;
+    auto body = randomBody(random, 4);
+    body->setGyroscopicMode(NO_GYROSCOPIC);
+    const Mat6 invM = denseInverseMass(*body);
+    const Vec6 before = velocity(*body), freeV = freeVelocity(state, 4, NO_GYROSCOPIC);
+    body->preContactSolverUpdate1(kGravity, 0.01);
+    body->preContactSolverUpdate2(kGravity, 0.01);
+    ASSERT_TRUE(body->usesFullDelassus());
+    contact::Single3DContactProblem problems[4];
+    Vec6 expected = freeV;
+    Mat36 J[4];
+    for (size_t i = 0; i < 4; ++i) J[i] = denseJacobian(*body, i);
+    for (size_t i = 0; i < 4; ++i) {
+      const DelassusAndTauStar& entry = body->getDelassusAndTauStar()[i];
+      ASSERT_EQ(entry.blocks.size(), 4u);
+      for (size_t j = 0; j < 4; ++j)
+        EXPECT_TRUE(entry.blocks[j].e().isApprox(J[i] * invM * J[j].transpose(), kRounding));
+      EXPECT_TRUE(entry.tauStar.e().isApprox(J[i] * freeV, 1e-11));
+      EXPECT_NEAR(body->getImpactVel(i), J[i].row(2).dot(before), kRounding);
+      problems[i].imp_ = random.vec();
+      body->getContacts()[i].contactProblem_ = &problems[i];
+      const double side = body->getContacts()[i].objectA_ ? 1.0 : -1.0;
+      expected += side * invM * J[i].transpose() * problems[i].imp_.e();
+    }
+    body->integrate(0.01, kGravity);
+    EXPECT_TRUE(velocity(*body).isApprox(expected, 1e-11));
+  }
+}
+
+TEST(SingleBodyContact, FiveContactsAreCoupledThroughTheVelocity) {
+  Random random;
+  const Random state = random;
+  auto body = randomBody(random, 5);
+  const Mat6 invM = denseInverseMass(*body);
+  Vec6 v = freeVelocity(state, 5, IMPLICIT_GYROSCOPIC_BODY);
+  body->preContactSolverUpdate1(kGravity, 0.01);
+  body->preContactSolverUpdate2(kGravity, 0.01);
+  ASSERT_FALSE(body->usesFullDelassus());
+  for (size_t j = 0; j < 5; ++j) {
+    const Vec3 impulse = random.vec();
+    body->updateGenVelWithImpulse(j, impulse);
+    v += invM * denseJacobian(*body, j).transpose() * impulse.e();
+    for (size_t i = 0; i < 5; ++i) {
+      const Mat36 J = denseJacobian(*body, i);
+      const DelassusAndTauStar& entry = body->getDelassusAndTauStar()[i];
+      ASSERT_EQ(entry.blocks.size(), 1u);
+      EXPECT_TRUE(entry.blocks[0].e().isApprox(J * invM * J.transpose(), kRounding));
+      EXPECT_EQ(norm(entry.tauStar), 0.0);
+      Vec3 got, sum = {{1, 2, 3}};
+      body->getContactPointVel(i, got);
+      EXPECT_TRUE(got.e().isApprox(J * v, 1e-11));
+      body->addContactPointVel(i, sum);
+      EXPECT_NEAR(norm(sum - got - Vec3{{1, 2, 3}}), 0.0, kRounding);
+      body->subContactPointVel(i, sum);
+      EXPECT_NEAR(norm(sum - Vec3{{1, 2, 3}}), 0.0, kRounding);
+    }
+  }
+  body->integrate(0.01, kGravity);
+  EXPECT_TRUE(velocity(*body).isApprox(v, 1e-11));
+}
+
+TEST(SingleBodyContact, KinematicBodyKeepsBlocksAndItsVelocity) {
+  Random random;
+  auto body = randomBody(random, 6);
+  body->setBodyType(KINEMATIC);
+  EXPECT_EQ(body->getCollisionGroup(), 0x80000000ul);
+  const Vec6 v = velocity(*body);
+  const Vec3 com = body->getComPosition();
+  body->preContactSolverUpdate1(kGravity, 0.01);
+  body->preContactSolverUpdate2(kGravity, 0.01);
+  ASSERT_TRUE(body->usesFullDelassus());
+  for (size_t i = 0; i < 6; ++i) {
+    const DelassusAndTauStar& entry = body->getDelassusAndTauStar()[i];
+    EXPECT_EQ(entry.blocks.size(), 6u);
+    EXPECT_TRUE(entry.tauStar.e().isApprox(denseJacobian(*body, i) * v, kRounding));
+  }
+  body->integrate(0.01, kGravity);
+  EXPECT_EQ((velocity(*body) - v).norm(), 0.0);
+  EXPECT_NEAR(norm(body->getComPosition() - com - 0.01 * body->getLinearVelocity()), 0.0, 1e-15);
+}
+
+// --- motion ---
+
+TEST(SingleBodyMotion, FreeFallIsTheExactParabolaAndContactsOrWiresSwitchToTheNewVelocity) {
+  const double dt = 0.01;
+  Sphere ball(0.1, 2.0);
+  const Vec3 v0{{1.0, 2.0, 3.0}}, force{{0.5, 0.0, -0.7}}, a = kGravity + 0.5 * force;
+  ball.setVelocity(v0, Vec3{});
+  for (int i = 0; i < 300; ++i) {
+    ball.setExternalForce(0, force);
+    step(ball, kGravity, dt);
+  }
+  EXPECT_NEAR(norm(ball.getComPosition() - (3.0 * v0 + 4.5 * a)), 0.0, 1e-12);  // 300 roundings
+  EXPECT_NEAR(norm(ball.getLinearVelocity() - (v0 + 3.0 * a)), 0.0, 1e-12);
+
+  for (bool wire : {false, true}) {
+    Vec3 x = ball.getComPosition();
+    if (wire) {
+      ball.setConstraintForce(0, Vec3{}, Vec3{});
+    } else {
+      addContact(ball, x, {{0, 0, 1}});
+    }
+    step(ball, kGravity, dt);
+    EXPECT_NEAR(norm(ball.getComPosition() - (x + dt * ball.getLinearVelocity())), 0.0, 1e-15);
+    ball.clearPerObjectContact();
+    x = ball.getComPosition();
+    step(ball, kGravity, dt);  // back in free flight
+    EXPECT_GT(norm(ball.getComPosition() - (x + dt * ball.getLinearVelocity())), 1e-4);
+  }
+}
+
+TEST(SingleBodyMotion, OriginCirclesTheCentreOfMass) {
+  Box box(1, 1, 1, 3.0);
+  box.setComOffset({{0.5, 0.0, 0.0}});
+  box.setPosition(1.0, 2.0, 3.0);
+  box.setVelocity(0, 0, 0, 0, 0, 2.0);
+  for (int i = 0; i < 500; ++i) step(box, kNoGravity, 1e-3);
+  EXPECT_NEAR(norm(box.getComPosition() - Vec3{{1.5, 2.0, 3.0}}), 0.0, 1e-15);
+  const Vec3 origin{{1.5 - 0.5 * std::cos(1.0), 2.0 - 0.5 * std::sin(1.0), 3.0}};
+  EXPECT_NEAR(norm(box.getBodyPosition() - origin), 0.0, 1e-12);
+}
+
+/// Largest ratio of the kinetic energies of two consecutive steps in a spin about the intermediate
+/// axis.
+double largestEnergyRatio(GyroscopicMode mode, int steps) {
+  Box box(1, 1, 1, 1.0);
+  box.setInertia(Mat33{{1, 0, 0, 0, 2, 0, 0, 0, 3}});
+  box.setGyroscopicMode(mode);
+  box.setVelocity(0, 0, 0, 0.01, 50.0, 0.01);
+  double last = box.getKineticEnergy(), largest = 0.0;
+  for (int i = 0; i < steps; ++i) {
+    step(box, kNoGravity, 1e-3);
+    box.updateWorldInertia();
+    largest = std::max(largest, box.getKineticEnergy() / last);
+    last = box.getKineticEnergy();
+  }
+  return largest;
+}
+
+TEST(SingleBodyMotion, ImplicitModesNeverGainEnergyInATumble) {
+  // A step that conserves the energy may still round it up by some 1e-16 per operation.
+  EXPECT_LT(largestEnergyRatio(IMPLICIT_GYROSCOPIC_BODY, 20000), 1.0 + 1e-13);
+  EXPECT_LT(largestEnergyRatio(IMPLICIT_GYROSCOPIC_WORLD, 20000), 1.0 + 1e-13);
+  EXPECT_GT(largestEnergyRatio(EXPLICIT_GYROSCOPIC, 2000), 1.0 + 1e-6);
+}
+
+/// Distance of the axis of a torque-free symmetric top from its exact place after 0.5 s: it
+/// precesses about the angular momentum L with |L| / I1.
+double topError(GyroscopicMode mode, int steps, double* momentumError) {
+  Cylinder top(0.5, 0.2, 4.0);
+  top.setGyroscopicMode(mode);
+  top.setVelocity(0, 0, 0, 2.0, 0.0, 10.0);
+  const Vec3 L = top.getWorldInertia() * top.getAngularVelocity();
+  for (int i = 0; i < steps; ++i) step(top, kNoGravity, 0.5 / steps);
+  top.updateWorldInertia();
+  *momentumError = norm(top.getWorldInertia() * top.getAngularVelocity() - L) / norm(L);
+  const double angle = 0.5 * norm(L) / top.getBodyInertia()[0];
+  Mat33 R;
+  rotationAboutAxis((1.0 / norm(L)) * L, std::cos(angle), std::sin(angle), R);
+  return norm(column(top.getRotationMatrix(), 2) - column(R, 2));
+}
+
+TEST(SingleBodyMotion, TorqueFreeTopPrecessesWithFirstOrder) {
+  for (GyroscopicMode mode :
+       {IMPLICIT_GYROSCOPIC_BODY, IMPLICIT_GYROSCOPIC_WORLD, EXPLICIT_GYROSCOPIC}) {
+    double coarseL, fineL;
+    const double coarse = topError(mode, 2000, &coarseL), fine = topError(mode, 4000, &fineL);
+    EXPECT_LT(fine, 2e-3) << mode;
+    EXPECT_NEAR(coarse / fine, 2.0, 0.1) << mode;
+    EXPECT_LT(fineL, 2e-3) << mode;
+    EXPECT_NEAR(coarseL / fineL, 2.0, 0.1) << mode;
+  }
+}
+
+TEST(SingleBodyMotion, DampingFollowsTheMidpointRule) {
+  const double dt = 0.01, c = 3.0;
+  Box box(1, 2, 3, 2.0);
+  box.setGyroscopicMode(NO_GYROSCOPIC);
+  box.setOrientation(0.5, 0.5, 0.5, 0.5);  // body y lies along world z
+  box.setLinearDamping(c);
+  box.setAngularDamping({{1.0, 4.0, 9.0}});
+  box.setVelocity(1, -2, 3, 0, 0, 5);
+  for (int i = 0; i < 100; ++i) step(box, kNoGravity, dt);
+  // v' = v (m - dt c / 2) / (m + dt c / 2)
+  const double linear = std::pow((2.0 - 0.5 * dt * c) / (2.0 + 0.5 * dt * c), 100);
+  const double Iyy = box.getBodyInertia()(1, 1);
+  const double angular = std::pow((Iyy - 0.5 * dt * 4.0) / (Iyy + 0.5 * dt * 4.0), 100);
+  EXPECT_NEAR(norm(box.getLinearVelocity() - linear * Vec3{{1, -2, 3}}), 0.0, 1e-12);
+  EXPECT_NEAR(norm(box.getAngularVelocity() - angular * Vec3{{0, 0, 5}}), 0.0, 1e-12);
+  EXPECT_NEAR(linear, std::exp(-c / 2.0), 1e-4);
+  box.setAngularDamping({{0.0, 4.0, 9.0}});
+  const Vec3 w = box.getAngularVelocity();
+  step(box, kNoGravity, dt);
+  EXPECT_EQ(norm(box.getAngularVelocity() - w), 0.0);
+}
+
+TEST(SingleBodyMotion, ForcesActAtTheirPointAndAreShownUntilTheNext) {
+  Box box(1, 1, 1, 2.0);
+  box.setComOffset({{0.1, 0.0, 0.0}});
+  box.setOrientation(std::sqrt(0.5), 0, 0, std::sqrt(0.5));  // body x lies along world y
+  box.setPosition(0, 0, 1);
+  box.setExternalForce(0, {{0.4, 0, 0}}, {{0, 0, 6}});
+  box.setExternalTorque(0, {{0, 0, 7}});
+  box.preContactSolverUpdate1(kNoGravity, 0.1);
+  box.preContactSolverUpdate2(kNoGravity, 0.1);
+  ASSERT_EQ(box.getVisForces().size(), 1u);
+  EXPECT_NEAR(norm(box.getVisForcePositions()[0] - Vec3{{0, 0.3, 1.0}}), 0.0, 1e-15);
+  ASSERT_EQ(box.getVisTorques().size(), 1u);
+  EXPECT_EQ(box.getVisTorques()[0][2], 7.0);
+  box.integrate(0.1, kNoGravity);
+  const Vec3 L = box.getWorldInertia() * box.getAngularVelocity();
+  EXPECT_NEAR(norm(L - Vec3{{0.1 * 0.3 * 6.0, 0, 0.7}}), 0.0, 1e-14);
+  EXPECT_NEAR(box.getLinearMomentum()[2], 0.6, 1e-14);
+  step(box, kNoGravity, 0.1);
+  EXPECT_EQ(box.getVisForces().size(), 1u);
+  EXPECT_NEAR(box.getLinearMomentum()[2], 0.6, 1e-14);  // force and torque are gone
+  EXPECT_NEAR(norm(box.getWorldInertia() * box.getAngularVelocity() - L), 0.0, 1e-13);
+}
+
+TEST(SingleBodyMotion, OnlyTheQuaternionFormNormalisesAndAStepMendsTheRest) {
+  Box box(1, 1, 1, 1);
+  box.setOrientation(Eigen::Quaterniond(2, 0, 0, 0));
+  EXPECT_EQ(box.getRotationMatrix()(0, 0), 1.0);
+  box.setOrientation(Eigen::Vector4d(2, 0, 0, 0));
+  EXPECT_EQ(box.getRotationMatrix()(2, 2), 4.0);
+  step(box, kNoGravity, 0.1);
+  EXPECT_EQ(box.getQuaternion()[0], 1.0);
+  EXPECT_EQ(box.getRotationMatrix()(2, 2), 1.0);
+  Random random;
+  const Eigen::Matrix3d R =
+      Eigen::Quaterniond(random(), random(), random(), random()).normalized().toRotationMatrix();
+  box.setOrientation(R);
+  EXPECT_TRUE(box.getRotationMatrix().e().isApprox(R, 1e-14));
+}
+
+TEST(SingleBodyMotion, NanStateDisablesTheGeomUntilItIsGoodAgain) {
+  Box box(1, 1, 1, 1);
+  box.setVelocity(std::nan(""), 0, 0, 0, 0, std::nan(""));
+  step(box, kGravity, 0.01);
+  box.updateCollision();
+  EXPECT_TRUE(std::isnan(box.getComPosition()[0]) && std::isnan(box.getQuaternion()[0]));
+  EXPECT_FALSE(dGeomIsEnabled(box.getCollisionObject()));
+  box.setOrientation(1, 0, 0, 0);
+  box.setPosition(0, 0, 0);
+  EXPECT_TRUE(dGeomIsEnabled(box.getCollisionObject()));
+}
+
+// --- gyroscopic functions ---
+
+TEST(ImplicitGyroscopic, StepsAreNewtonStepsOnTheResidual) {
+  Random random;
+  const Mat33 I{{2.0, 0.3, -0.2, 0.3, 3.0, 0.4, -0.2, 0.4, 4.0}};
+  const Vec3 w = random.vec(20.0), wOld = random.vec(20.0), tau = random.vec(30.0);
+  const double dt = 0.01, h = 1e-4;
+  Mat33 numeric, analytic;
+  for (int k = 0; k < 3; ++k) {
+    Vec3 up = w, down = w, fUp, fDown;
+    up[k] += h;
+    down[k] -= h;
+    evalEulerEqn(up, wOld, tau, dt, I, fUp);
+    evalEulerEqn(down, wOld, tau, dt, I, fDown);
+    for (int i = 0; i < 3; ++i) numeric(i, k) = (fUp[i] - fDown[i]) / (2.0 * h);
+  }
+  evalEulerEqnDeriv(w, wOld, dt, I, analytic);
+  EXPECT_NEAR((numeric - analytic).e().norm(), 0.0, 1e-9);  // quadratic: differences are exact
+
+  // With numbers of our own for the residual at the old velocity.
+  const Eigen::Vector3d f = dt * (w.e().cross(I.e() * w.e()) - tau.e());
+  Vec3 d;
+  implicitGyroscopicImpulseWorld(I, w, tau, dt, d);
+  EXPECT_TRUE(d.e().isApprox(-analytic.e().inverse() * f, 1e-12));
+
+  // The body form is the same step in turned axes.
+  const Eigen::Matrix3d R =
+      Eigen::Quaterniond(random(), random(), random(), random()).normalized().toRotationMatrix();
+  Mat33 rot, inertiaWorld;
+  rot.e() = R;
+  similarityTransform(rot, I, inertiaWorld);
+  Vec3 body, world;
+  implicitGyroscopicImpulseBody(I, rot, w, dt, body);
+  implicitGyroscopicImpulseWorld(inertiaWorld, w, Vec3{}, dt, world);
+  EXPECT_GT(norm(world), 0.1);
+  EXPECT_NEAR(norm(body - world), 0.0, 1e-12);
+}
+
+// --- shapes ---
+
+struct Moments {
+  double mass, lateral, axial;
+};
+
+/// Moments about the centre of mass of a solid of revolution of density 1, by the midpoint rule on
+/// disks of radius rho(z).
+Moments revolve(const std::function<double(double)>& rho, double z0, double z1) {
+  const int n = 20000;
+  const double dz = (z1 - z0) / n, pi = 3.14159265358979323846;
+  double m = 0, first = 0, second = 0, axial = 0;
+  for (int i = 0; i < n; ++i) {
+    const double z = z0 + (i + 0.5) * dz, r = rho(z), dm = pi * r * r * dz;
+    m += dm;
+    first += dm * z;
+    second += dm * (z * z + 0.25 * r * r);
+    axial += 0.5 * dm * r * r;
+  }
+  return {m, second - first * first / m, axial};
+}
+
+TEST(Shapes, MomentsAreThoseOfTheSolids) {
+  // The midpoint rule is off by some (1/n)^1.5 where rho ends vertically.
+  const double r = 0.3, h = 0.8, m = 2.5, tolerance = 1e-5;
+  const auto bulge = [&](double z) { return std::sqrt(std::max(0.0, r * r - z * z)); };
+  const auto rounded = [&](double z) { return bulge(std::max(0.0, std::fabs(z) - 0.5 * h)); };
+  const Moments sphere = revolve(bulge, -r, r);
+  const Moments cylinder = revolve([&](double) { return r; }, -0.5 * h, 0.5 * h);
+  const Moments capsule = revolve(rounded, -0.5 * h - r, 0.5 * h + r);
+  const auto check = [&](const SingleBodyObject& body, const Moments& solid, bool lateral) {
+    const Mat33& I = body.getBodyInertia();
+    if (lateral) {
+      EXPECT_NEAR(I(0, 0) / (m * solid.lateral / solid.mass), 1.0, tolerance);
+      EXPECT_EQ(I(0, 0), I(1, 1));
+    }
+    EXPECT_NEAR(I(2, 2) / (m * solid.axial / solid.mass), 1.0, tolerance);
+    EXPECT_EQ(body.getMass(0), m);
+  };
+  check(Sphere(r, m), sphere, true);
+  check(Capsule(r, 0.0, m), sphere, true);
+  check(Cylinder(r, h, m), cylinder, true);
+  check(Capsule(r, h, m), capsule, false);
+  // The lateral moment of a capsule counts the two half spheres with a surplus of 0.25 h^2 each.
+  const double halfSpheres = 4.0 / 3.0 * r / (4.0 / 3.0 * r + h) * m;
+  EXPECT_NEAR(Capsule(r, h, m).getBodyInertia()(0, 0) - 0.25 * h * h * halfSpheres,
+              m * capsule.lateral / capsule.mass, tolerance);
+
+  const Mat33 I = Box(1.0, 2.0, 3.0, 12.0).getBodyInertia();
+  EXPECT_NEAR(norm(Vec3{{I(0, 0), I(1, 1), I(2, 2)}} - Vec3{{13, 10, 5}}), 0.0, 1e-13);
+}
+
+/// Fatal messages are counted and come back; the standard output is captured.
+class ShapesFatal : public testing::Test {
+ protected:
+  void SetUp() override {
+    saved_ = ZelvikMsg::fatalCallback_;
+    ZelvikMsg::fatalCallback_ = [this] { ++fatalCount_; };
+    testing::internal::CaptureStdout();
+  }
+  void TearDown() override { ZelvikMsg::fatalCallback_ = saved_; }
+  std::function<void()> saved_;
+  int fatalCount_ = 0;
+};
+
+TEST_F(ShapesFatal, BadSizesAreRefusedAndLeaveABodyWithoutAGeom) {
+  const double nan = std::nan(""), inf = std::numeric_limits<double>::infinity();
+  const auto refused = [](SingleBodyObject&& body) {
+    EXPECT_EQ(body.getCollisionObject(), nullptr);
+    body.setBodyType(STATIC);
+    body.setMaterial("steel");
+    body.setPosition(1, 2, 3);
+    body.destroyCollisionBodies(nullptr);
+    EXPECT_EQ(body.getCollisionGroup() + body.getCollisionMask(), 0ul);
+  };
+  for (double bad : {-0.5, nan, inf}) {
+    refused(Sphere(bad, 1));
+    refused(Box(1, 1, bad, 1));
+    refused(Cylinder(1, bad, 1));
+    refused(Capsule(bad, 1, 1));
+  }
+  refused(Ground(nan));
+  EXPECT_EQ(fatalCount_, 13);
+  const std::string text = testing::internal::GetCapturedStdout();
+  EXPECT_NE(text.find("Sphere: the radius must be finite and at least 0, but is -0.5"),
+            std::string::npos);
+}
+
+TEST_F(ShapesFatal, ConeReportsAndLivesOnWithoutAGeom) {
+  Cone cone(0.3, 0.8, 2.0);
+  EXPECT_EQ(fatalCount_, 1);
+  const std::string text = testing::internal::GetCapturedStdout();
+  EXPECT_NE(text.find("CONE IS NOT SUPPORTED WITH ODE BACKEND"), std::string::npos);
+  EXPECT_NE(text.find("Cone.cpp:"), std::string::npos);
+  const Moments solid = revolve([](double z) { return 0.3 * (1.0 - z / 0.8); }, 0.0, 0.8);
+  EXPECT_NEAR(cone.getBodyInertia()(2, 2), 2.0 * solid.axial / solid.mass, 1e-9);
+  EXPECT_NEAR(cone.getBodyInertia()(1, 1) - cone.getBodyInertia()(0, 0), 0.15 * 2.0 * 0.09, 1e-15);
+  cone.setPosition(1, 0, 0);
+  cone.setOrientation(std::sqrt(0.5), 0, std::sqrt(0.5), 0);  // the axis turns into world x
+  EXPECT_NEAR(norm(cone.getComPosition() - Vec3{{1.2, 0, 0}}), 0.0, 1e-15);
+  EXPECT_NEAR(norm(cone.getCollisionPosition() - Vec3{{1, 0, 0}}), 0.0, 1e-15);
+  EXPECT_NEAR(cone.getWorldInertia()(0, 0), cone.getBodyInertia()(2, 2), 1e-15);
+  step(cone, kGravity, 0.01);
+  EXPECT_LT(cone.getComPosition()[2], 0.0);
+}
+
+TEST(Shapes, TypesGroupsAndMaterials) {
+  for (int value = 0; value < UNRECOGNIZED; ++value)
+    EXPECT_EQ(stringToObjectType(objectTypeToString(static_cast<ObjectType>(value))), value);
+  EXPECT_EQ(objectTypeToString(UNRECOGNIZED), "unrecognized");
+  EXPECT_EQ(objectTypeToString(static_cast<ObjectType>(11)), "");
+  EXPECT_EQ(stringToObjectType("Sphere"), UNRECOGNIZED);
+
+  Ground ground(0.5);
+  EXPECT_EQ(ground.getBodyType(), STATIC);
+  ground.setPosition(0, 0, 1);  // ODE would end the process if the plane got a pose
+  Sphere ball(0.1, 1.0);
+  EXPECT_EQ(ball.getGyroscopicMode(), EXPLICIT_GYROSCOPIC);
+  EXPECT_EQ(ball.getBodyType(), DYNAMIC);
+  ball.setMaterial("ice");
+  EXPECT_EQ(geomRecord(ball.getCollisionObject()).materialName, "ice");
+  ball.setCollisionGroup(4);
+  ball.setBodyType(STATIC);
+  EXPECT_EQ(ball.getCollisionGroup(), 0x80000000ul);
+}
+
+}  // namespace
+}  // namespace zelvik
