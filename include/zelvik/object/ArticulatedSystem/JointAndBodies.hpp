@@ -168,7 +168,7 @@ class ZELVIK_API Child {
 
  private:
   bool flattenFixedSweep(size_t& begin);
-  void appendMovableFrames(std::vector<CoordinateFrame>& frames) const;
+  bool appendMovableFrames(std::vector<CoordinateFrame>& frames) const;
   void mergeFixedBody(Child& fixed, std::vector<CoordinateFrame>& frames);
 };
 

@@ -1,0 +1,655 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <vector>
+#include <zelvik/SparseJacobian.hpp>
+#include <zelvik/export.hpp>
+#include <zelvik/math.hpp>
+#include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
+#include <zelvik/object/Object.hpp>
+
+namespace zelvik {
+
+namespace urdf {
+class LoadFromURDF2;
+}
+
+/// Choices at construction.
+struct ArticulatedSystemOption {
+  /// Whether a body never collides with its nearest ancestor that has mass.
+  bool doNotCollideWithParent = true;
+};
+
+/// A spring in a joint.
+struct JointSpring {
+  size_t bodyIdx = 0;                      ///< body below the joint
+  double stiffness = 0.0;                  ///< (N/m or N m/rad)
+  double mount[4] = {0.0, 0.0, 0.0, 0.0};  ///< rest coordinate: the first, or a quaternion
+};
+
+/// Limits of a joint coordinate: lower, upper (m or rad). Equal values: no limit. A spherical
+/// joint reads the lower value as its largest angle; a negative one means none.
+using JointLimit = Mat<2, 1>;
+
+/// A tree of rigid bodies joined by joints, on a fixed or a floating base.
+///
+/// Bodies are numbered in depth-first pre-order, so that `parent < child`; body 0 is the root.
+/// Every quantity is a flat array over bodies, over velocities (`getDOF()` of them) or over
+/// coordinates (`getGeneralizedCoordinateDim()`):
+///
+/// | joint     | coordinates                          | velocities                               |
+/// |-----------|--------------------------------------|------------------------------------------|
+/// | revolute  | angle (rad)                          | rate about the axis (rad/s)              |
+/// | prismatic | displacement (m)                     | rate along the axis (m/s)                |
+/// | spherical | unit quaternion w, x, y, z           | angular velocity, child axes (rad/s)     |
+/// | floating  | position (m), unit quaternion        | linear (m/s), then angular (rad/s), both |
+/// |           | w, x, y, z                           | in world axes                            |
+///
+/// The equation of motion is M du/dt + h = tau with the joint-space mass matrix M and the nonlinear
+/// terms h. Suffixes of the fields: `W` world axes, `B` axes of the body, `P` axes of the parent.
+/// A body, frame or shape index out of range is fatal and nothing is written; contact indices are
+/// not validated.
+///
+/// Source of the algorithms (composite bodies, recursive Newton-Euler, factorisation along the
+/// tree): R. Featherstone, Rigid Body Dynamics Algorithms, Springer (2008), chapters 5, 6 and 8.
+class ZELVIK_API ArticulatedSystem : public Object {
+ public:
+  /// Axes in which a force or a point is given.
+  enum Frame : std::int32_t { WORLD_FRAME = 0, PARENT_FRAME = 1, BODY_FRAME = 2 };
+
+  enum ControlMode : std::uint32_t {
+    FEED_FORWARD = 0,         ///< joint forces are those of `setGeneralizedForce`
+    PD_PLUS_FEED_FORWARD = 1  ///< plus a PD law on joint targets
+  };
+
+  /// How positions follow velocities.
+  enum IntegrationScheme : std::int32_t {
+    TRAPEZOID = 0,      ///< with the mean of old and new velocity
+    SEMI_IMPLICIT = 1,  ///< with the new velocity
+    EXPLICIT = 2,       ///< with the old velocity
+    RUNGE_KUTTA_4 = 3   ///< fourth order; all joint forces explicit
+  };
+
+  // ---- construction ---------------------------------------------------------------------------
+
+  /// From a tree assembled by hand, which is copied. Parent collisions are excluded whatever the
+  /// option says. Warns "resDir is not specified." if it is empty.
+  ///
+  /// Fatal for a root joint that is neither fixed nor floating and for a floating joint below the
+  /// root ("Floating joints are only supported at the root"); if the callback returns, the system
+  /// is an empty fixed base.
+  /// @param resDir directory of the mesh files
+  explicit ArticulatedSystem(const Child& child, const std::string& resDir = "",
+                             ArticulatedSystemOption option = ArticulatedSystemOption());
+
+  /// From URDF: a path if the first argument contains no "<", otherwise the text itself.
+  /// Fatal: "<path> does not exist", "<argument>: unsupported file type" (neither urdf nor xml).
+  /// @param resDir directory of the mesh files; empty: the directory of the path
+  /// @param jointOrder names of joints, in the order in which siblings are arranged; may be empty
+  explicit ArticulatedSystem(const std::string& urdfPathOrText, const std::string& resDir = "",
+                             const std::vector<std::string>& jointOrder = {},
+                             ArticulatedSystemOption option = ArticulatedSystemOption());
+
+  /// Frees the arrays; geoms are freed by `destroyCollisionBodies` only.
+  ~ArticulatedSystem() override;
+
+  // ---- object interface -----------------------------------------------------------------------
+
+  /// Writes the poses of the bodies into their geoms.
+  void updateCollision() override;
+  void preContactSolverUpdate1(const Mat<3, 1>& gravity, double dt) override;
+  void preContactSolverUpdate2(const Mat<3, 1>& gravity, double dt) override;
+  void integrate(double dt, const Mat<3, 1>& gravity) override;
+  /// Force (N, world axes) at the body's centre of mass, for the next step.
+  void setExternalForce(size_t localIdx, const Mat<3, 1>& force) override;
+  /// Torque (N m, world axes), for the next step.
+  void setExternalTorque(size_t localIdx, const Mat<3, 1>& torque) override;
+  /// Force (N, world axes) at a point given in the body frame (m).
+  void setExternalForce(size_t localIdx, const Mat<3, 1>& pointB, const Mat<3, 1>& force) override;
+  void setConstraintForce(size_t localIdx, const Mat<3, 1>& pointB,
+                          const Mat<3, 1>& force) override;
+  double getMass(size_t localIdx) const override;
+  ObjectType getObjectType() const override { return ObjectType::ARTICULATED_SYSTEM; }
+  /// Origin of the body frame, which is the joint (m, world axes).
+  void getPosition(size_t localIdx, Mat<3, 1>& out) const override;
+  /// Velocity of the frame origin (m/s, world axes), as of the last `computeNonlinearities`.
+  void getVelocity(size_t localIdx, Mat<3, 1>& out) const override;
+  /// Body to world.
+  void getOrientation(size_t localIdx, Mat<3, 3>& out) const override;
+  void getPosition(size_t localIdx, const Mat<3, 1>& pointB, Mat<3, 1>& out) const override;
+  BodyType getBodyType(size_t localIdx) const override;
+  BodyType getBodyType() const override;
+  void getContactPointVel(size_t contactIdx, Mat<3, 1>& vel) const override;
+  void clearExternalForcesAndTorques() override;
+  /// Frees geoms and mesh data. `collisionBodies_` keeps its entries, without geoms.
+  void destroyCollisionBodies(dSpaceID space) override;
+  void addContactPointVel(size_t contactIdx, Mat<3, 1>& vel) override;
+  void subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) override;
+  void updateTimeStep(double dt) override;
+  void updateTimeStepIfNecessary(double dt) override;
+  void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulse) override;
+  void appendJointLimits(contact::ContactProblemList& problems) override;
+  double enforceJointLimits(contact::Single3DContactProblem& problem) override;
+
+  // Overloads for Eigen types are templates, so that braces mean a `Mat`.
+
+  // ---- state ----------------------------------------------------------------------------------
+
+  size_t getBodyCount() const { return bodyCount_; }
+  size_t getGeneralizedCoordinateDim() const { return gcDim_; }
+  size_t getGeneralizedVelocityDim() const { return dof_; }
+  size_t getDOF() const { return dof_; }
+
+  const VecDyn& getGeneralizedCoordinate() const { return gc_; }
+  const VecDyn& getGeneralizedVelocity() const { return gv_; }
+  /// Joint force of the last step: control, damping, after limits (N or N m).
+  const VecDyn& getGeneralizedForce() const { return generalizedForce_; }
+  /// What `setGeneralizedForce` wrote (N or N m).
+  const VecDyn& getFeedForwardForce() const { return generalizedForceFeedForward_; }
+
+  // Setters of lists copy to the front and leave the rest. More values than there is room for is
+  // fatal, naming both numbers, and nothing is copied.
+
+  /// Places the system: updates the kinematics and drops the contacts. Body velocities stay.
+  void setGeneralizedCoordinate(const double* values, size_t count);
+  void setGeneralizedCoordinate(std::initializer_list<double> values) {
+    setGeneralizedCoordinate(values.begin(), values.size());
+  }
+  void setGeneralizedCoordinate(const VecDyn& values) {
+    setGeneralizedCoordinate(values.v, values.n);
+  }
+  void setGeneralizedCoordinate(const Eigen::VectorXd& values) {
+    setGeneralizedCoordinate(values.data(), static_cast<size_t>(values.size()));
+  }
+  /// Body velocities follow with the next `computeNonlinearities`.
+  void setGeneralizedVelocity(const double* values, size_t count);
+  void setGeneralizedVelocity(std::initializer_list<double> values) {
+    setGeneralizedVelocity(values.begin(), values.size());
+  }
+  void setGeneralizedVelocity(const VecDyn& values) { setGeneralizedVelocity(values.v, values.n); }
+  void setGeneralizedVelocity(const Eigen::VectorXd& values) {
+    setGeneralizedVelocity(values.data(), static_cast<size_t>(values.size()));
+  }
+  /// Feed-forward joint forces (N or N m); kept until set again.
+  void setGeneralizedForce(const double* values, size_t count);
+  void setGeneralizedForce(std::initializer_list<double> values) {
+    setGeneralizedForce(values.begin(), values.size());
+  }
+  void setGeneralizedForce(const VecDyn& values) { setGeneralizedForce(values.v, values.n); }
+  void setGeneralizedForce(const Eigen::VectorXd& values) {
+    setGeneralizedForce(values.data(), static_cast<size_t>(values.size()));
+  }
+
+  /// Moves the root, also a fixed one, to `pos` (m, world axes).
+  void setBasePos(const Mat<3, 1>& pos);
+  template <typename Derived>
+  void setBasePos(const Eigen::MatrixBase<Derived>& pos) {
+    setBasePos(Mat<3, 1>{{pos(0), pos(1), pos(2)}});
+  }
+  /// Turns the root, also a fixed one; `rot` maps body to world.
+  void setBaseOrientation(const Mat<3, 3>& rot);
+  template <typename Derived>
+  void setBaseOrientation(const Eigen::MatrixBase<Derived>& rot);
+  /// Quaternion w, x, y, z. Fatal: "This method is only for floating base".
+  void getBaseOrientation(Mat<4, 1>& quat) const;
+
+  // ---- control and joint parameters -----------------------------------------------------------
+
+  void setControlMode(ControlMode mode);
+  ControlMode getControlMode() const { return static_cast<ControlMode>(controlMode_); }
+  /// Stiffness of the PD law (N/m or N m/rad), per velocity.
+  void setPGain(const double* values, size_t count);
+  void setPGain(std::initializer_list<double> values) { setPGain(values.begin(), values.size()); }
+  void setPGain(const VecDyn& values) { setPGain(values.v, values.n); }
+  void setPGain(const Eigen::VectorXd& values) {
+    setPGain(values.data(), static_cast<size_t>(values.size()));
+  }
+  /// Damping of the PD law (N s/m or N m s/rad), per velocity.
+  void setDGain(const double* values, size_t count);
+  void setDGain(std::initializer_list<double> values) { setDGain(values.begin(), values.size()); }
+  void setDGain(const VecDyn& values) { setDGain(values.v, values.n); }
+  void setDGain(const Eigen::VectorXd& values) {
+    setDGain(values.data(), static_cast<size_t>(values.size()));
+  }
+  /// Targets, laid out as the coordinates.
+  void setPTarget(const double* values, size_t count);
+  void setPTarget(std::initializer_list<double> values) {
+    setPTarget(values.begin(), values.size());
+  }
+  void setPTarget(const VecDyn& values) { setPTarget(values.v, values.n); }
+  void setPTarget(const Eigen::VectorXd& values) {
+    setPTarget(values.data(), static_cast<size_t>(values.size()));
+  }
+  /// Targets, laid out as the velocities.
+  void setDTarget(const double* values, size_t count);
+  void setDTarget(std::initializer_list<double> values) {
+    setDTarget(values.begin(), values.size());
+  }
+  void setDTarget(const VecDyn& values) { setDTarget(values.v, values.n); }
+  void setDTarget(const Eigen::VectorXd& values) {
+    setDTarget(values.data(), static_cast<size_t>(values.size()));
+  }
+  const VecDyn& getPGain() const { return pGain_; }
+  const VecDyn& getDGain() const { return dGain_; }
+  const VecDyn& getPTarget() const { return pTarget_; }
+  const VecDyn& getDTarget() const { return dTarget_; }
+
+  /// Bounds on the sum of feed-forward, PD and damping forces (N or N m), per velocity.
+  void setForceLimits(const VecDyn& lower, const VecDyn& upper);
+  void setForceLimits(const Eigen::VectorXd& lower, const Eigen::VectorXd& upper);
+  const VecDyn& getForceLowerLimit() const { return forceLowerLimit_; }
+  const VecDyn& getForceUpperLimit() const { return forceUpperLimit_; }
+  /// One entry per velocity; only the first of a joint is read.
+  void setJointLimits(const std::vector<JointLimit>& limits);
+  const std::vector<JointLimit>& getJointLimits() const { return jointLimits_; }
+  /// Viscous damping (N s/m or N m s/rad), per velocity.
+  void setJointDamping(const VecDyn& damping);
+  const VecDyn& getJointDamping() const { return jointDamping_; }
+  const VecDyn& getJointFriction() const { return jointFriction_; }
+  const VecDyn& getRotorInertia() const { return rotorInertia_; }
+  /// Replaces all springs. Fatal for a body index out of range.
+  void setSprings(const std::vector<JointSpring>& springs);
+  const std::vector<JointSpring>& getSprings() const { return springs_; }
+
+  /// Scheme of the following steps; `TRAPEZOID` takes its place while PD control meets contacts.
+  void setIntegrationScheme(IntegrationScheme scheme) { defaultIntegrationScheme_ = scheme; }
+  IntegrationScheme getIntegrationScheme() const {
+    return static_cast<IntegrationScheme>(defaultIntegrationScheme_);
+  }
+  /// Mass of a body (kg); the composite masses follow at once, inertia does not change.
+  void setMass(size_t localIdx, double mass);
+  /// Recomputes `compositeMass_`, and adds the subtrees to mass moments and centres of mass. For
+  /// use after `mass_` has changed, on mass moments freshly filled by `computeMassMatrix`.
+  void updateMassInfo();
+
+  // ---- kinematics and dynamics ----------------------------------------------------------------
+
+  /// World poses of all bodies from the coordinates. A fixed root stays as it is.
+  void updateKinematics();
+  /// Joint-space inertia by composite bodies. Only diagonal entries and entries of joints on one
+  /// path to the root are written: hand in a matrix that is zero elsewhere.
+  /// Reads the kinematics.
+  /// @param M `getDOF()` square; fatal otherwise
+  void computeMassMatrix(MatDyn& M);
+  /// Gravity, Coriolis and centrifugal forces by recursive Newton-Euler, and the body velocities.
+  /// Reads the kinematics and what `computeMassMatrix` leaves: call it after those two.
+  /// @param gravity (m/s^2, world axes)
+  /// @param h `getDOF()` entries, overwritten (N or N m); fatal for any other number
+  void computeNonlinearities(const Mat<3, 1>& gravity, VecDyn& h);
+  /// Inverse of M plus the implicit damping of the joints. A matrix that is not positive definite
+  /// gives NaN.
+  /// @param M,Minv `getDOF()` square, fatal otherwise; Minv is fully written
+  void computeSparseInverse(const MatDyn& M, MatDyn& Minv);
+  /// Diagonal that makes damping, springs and PD gains implicit over a step of dt (s).
+  void computeDampedMass(double dt);
+
+  const MatDyn& getMassMatrix() const { return massMatrix_; }
+  /// Inverse of the mass matrix plus the implicit damping of the step.
+  const MatDyn& getInverseMassMatrix() const { return massInverse_; }
+  const VecDyn& getNonlinearities() const { return nonlinearities_; }
+  /// M u as of the last `preContactSolverUpdate1`.
+  const VecDyn& getGeneralizedMomentum() const { return generalizedMomentum_; }
+
+  // ---- Jacobians, points, frames --------------------------------------------------------------
+
+  /// Positional Jacobian of a world point as if fixed to the body. Grows `jac` if needed.
+  void getSparseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW, SparseJacobian& jac) const;
+  /// The fast form of the contact path: does not grow `jac`, and of the six base columns of a
+  /// floating root only column 3 is written, with the lever arm itself. Not a general Jacobian.
+  void getSparseJacobian_internal(size_t bodyIdx, const Mat<3, 1>& pointW, SparseJacobian& jac);
+  /// Angular Jacobian of the body; empty for index `kNone`, the world.
+  void getSparseRotationalJacobian(size_t bodyIdx, SparseJacobian& jac) const;
+  /// The same as 3 x `getDOF()` matrices.
+  void getDenseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW, MatDyn& jac) const;
+  void getDenseRotationalJacobian(size_t bodyIdx, MatDyn& jac) const;
+
+  /// Velocity of a point given in the body frame (m/s, world axes).
+  void getVelocity(size_t localIdx, const Mat<3, 1>& pointB, Mat<3, 1>& out) const;
+  /// Jacobian times the generalized velocity.
+  void getVelocity(const SparseJacobian& jac, Mat<3, 1>& out) const;
+  /// (rad/s, world axes), as of the last `computeNonlinearities`.
+  void getAngularVelocity(size_t localIdx, Mat<3, 1>& out) const;
+
+  /// Index of the body of that name. Fatal for a link that was merged into its parent, and for an
+  /// unknown name ("unknown body id"); `kNone` if the callback returns.
+  size_t getBodyIdx(const std::string& name) const;
+  /// Index of the first frame of that name. Fatal: "unknown frame id"; then `kNone`.
+  size_t getFrameIdxByName(const std::string& name) const;
+  void getFramePosition(size_t frameIdx, Mat<3, 1>& out) const;
+  void getFramePosition(const CoordinateFrame& frame, Mat<3, 1>& out) const;
+  /// Frame to world.
+  void getFrameOrientation(size_t frameIdx, Mat<3, 3>& out) const;
+  void getFrameOrientation(const CoordinateFrame& frame, Mat<3, 3>& out) const;
+  void getFrameVelocity(size_t frameIdx, Mat<3, 1>& out) const;
+  void getFrameVelocity(const CoordinateFrame& frame, Mat<3, 1>& out) const;
+  void getFrameAngularVelocity(size_t frameIdx, Mat<3, 1>& out) const;
+  void getFrameAngularVelocity(const CoordinateFrame& frame, Mat<3, 1>& out) const;
+  /// One line per frame to the standard output.
+  void printOutFrameNamesInOrder() const;
+  void printOutBodyNamesInOrder() const;
+
+  // ---- external forces ------------------------------------------------------------------------
+
+  /// Force (N) at a point (m), each in the axes named, for the next step. `PARENT_FRAME` of the
+  /// root is the world.
+  void setExternalForce(size_t localIdx, Frame forceFrame, const Mat<3, 1>& force, Frame pointFrame,
+                        const Mat<3, 1>& point);
+  template <typename Derived>
+  void setExternalForce(size_t localIdx, const Eigen::MatrixBase<Derived>& force) {
+    setExternalForce(localIdx, Mat<3, 1>{{force(0), force(1), force(2)}});
+  }
+  template <typename Derived>
+  void setExternalTorque(size_t localIdx, const Eigen::MatrixBase<Derived>& torque) {
+    setExternalTorque(localIdx, Mat<3, 1>{{torque(0), torque(1), torque(2)}});
+  }
+  /// Moves the pending forces to the display lists.
+  void clearExternalForces();
+
+  // ---- energy and momentum --------------------------------------------------------------------
+
+  /// Zero at the world's origin (J).
+  double getPotentialEnergy(const Mat<3, 1>& gravity) const;
+  /// With the mass matrix as last computed (J).
+  double getKineticEnergy() const;
+  double getEnergy(const Mat<3, 1>& gravity) const;
+  /// About a world point (kg m^2/s, world axes).
+  void getAngularMomentum(const Mat<3, 1>& referencePoint, Mat<3, 1>& angularMomentum) const;
+
+  // ---- stages of a step -----------------------------------------------------------------------
+
+  /// Contact-frame Jacobians, responses and own blocks of all contacts; `dt` is not read.
+  void getFullDelassusAndTauStar(double dt);
+  /// Velocity that the system would reach without contacts, into `gvTemp_`.
+  void integrateWithoutContact(const Mat<3, 1>& gravity, double dt);
+  /// One stage of the fourth-order scheme.
+  void rkIntegrate(const Mat<3, 1>& gravity, double dt);
+  /// Moves the coordinates `gc` by the velocities `rate` over dt (s). Turns below 1e-12 rad leave a
+  /// quaternion as it is. Fatal for vectors that have not the dimensions of the system.
+  void integratePosition(VecDyn& gc, const VecDyn& rate, double dt) const;
+
+  // ---- names and topology ---------------------------------------------------------------------
+
+  const std::vector<std::string>& getBodyNames() const { return bodyNames_; }
+  /// One per movable joint in body order; a floating root adds "ROOT" in front.
+  const std::vector<std::string>& getJointNames() const { return jointNames_; }
+  const std::vector<CoordinateFrame>& getFrames() const { return frames_; }
+  const std::string& getRobotName() const { return robotName_; }
+  const std::string& getModelPath() const { return modelPath_; }
+  const std::string& getModelText() const { return modelText_; }
+  const std::string& getModelTopDirectory() const { return modelTopDirectory_; }
+  const std::string& getResourceDirectory() const { return resourceDir_; }
+  Joint::Type getJointType(size_t localIdx) const { return jointType_[localIdx]; }
+  /// Per body; `kNone` for the root.
+  const std::vector<size_t>& getParents() const { return parent_; }
+  const std::vector<std::vector<size_t>>& getChildren() const { return children_; }
+  const std::vector<size_t>& getLeaves() const { return leaves_; }
+  /// Per body: 1 at the root.
+  const std::vector<size_t>& getDepths() const { return depth_; }
+  /// Per body: first velocity of its joint; `kNone` for a fixed root.
+  const std::vector<size_t>& getDofStart() const { return dofStart_; }
+  /// Per body: first coordinate of its joint; `kNone` for a fixed root.
+  const std::vector<size_t>& getGcStart() const { return gcStart_; }
+  /// Per body: velocities on the path from the root, this joint included.
+  const std::vector<size_t>& getPathDof() const { return pathDof_; }
+  /// Per body: coordinates on the same path.
+  const std::vector<size_t>& getPathGc() const { return pathGc_; }
+  /// Per velocity: the next one towards the root; `kNone` at its end.
+  const std::vector<size_t>& getDofParent() const { return dofParent_; }
+
+  // ---- body description and intermediate results ----------------------------------------------
+
+  /// Per body: mass of its subtree (kg).
+  const std::vector<double>& getCompositeMass() const { return compositeMass_; }
+  /// Per body: centre of mass of its subtree (m, world axes), as of the last `computeMassMatrix`.
+  const std::vector<Mat<3, 1>>& getCompositeCom() const { return compositeComW_; }
+  /// Per body: inertia of its subtree (kg m^2, world axes) about the subtree's centre of mass; of
+  /// a floating root about its frame origin.
+  const std::vector<Mat<3, 3>>& getCompositeInertia() const { return compositeInertiaW_; }
+  /// Per body: inertia about the centre of mass (kg m^2, world axes).
+  const std::vector<Mat<3, 3>>& getWorldInertia() const { return inertiaW_; }
+  /// Per body: inertia about the centre of mass (kg m^2, body axes).
+  const std::vector<Mat<3, 3>>& getBodyInertia() const { return inertiaB_; }
+  /// Per body: centre of mass (m, body axes).
+  const std::vector<Mat<3, 1>>& getBodyCom() const { return comB_; }
+  /// Per body: centre of mass (m, world axes).
+  const std::vector<Mat<3, 1>>& getComPositions() const { return comW_; }
+  /// Per body: joint axis (unit, world axes).
+  const std::vector<Mat<3, 1>>& getJointAxes() const { return jointAxisW_; }
+  /// Diagonal that the last `computeDampedMass` prepared.
+  const VecDyn& getDampedDiagonal() const { return dampedDiagonal_; }
+  /// Per contact of the step; the first `getContacts().size()` entries count.
+  const std::vector<SparseJacobian>& getContactFrameJacobians() const {
+    return contactFrameJacobians_;
+  }
+  /// Per contact, 3 x `getDOF()`: change of each velocity per unit impulse (contact frame).
+  const std::vector<MatDyn>& getContactResponses() const { return contactResponses_; }
+
+  // ---- shapes ---------------------------------------------------------------------------------
+
+  std::vector<CollisionDefinition>& getCollisionBodies() { return collisionBodies_; }
+  const std::vector<CollisionDefinition>& getCollisionBodies() const { return collisionBodies_; }
+  const std::vector<VisObject>& getVisObjects() const { return visObjects_; }
+  /// The collision shapes for a renderer, parallel to `getCollisionBodies()`.
+  const std::vector<VisObject>& getVisColObjects() const { return visColObjects_; }
+  /// Pose of a visual object of either list (world axes).
+  void getPose(const VisObject& vis, Mat<3, 3>& rot, Mat<3, 1>& pos) const;
+
+  // A collision index is a place in `getCollisionBodies()`; one out of range is fatal. New offsets
+  // reach the geom with the next `updateCollision`.
+
+  /// `rot` maps geom to body.
+  void setCollisionObjectOrientationOffset(size_t collisionIdx, const Mat<3, 3>& rot);
+  /// `pos` in the body frame (m).
+  void setCollisionObjectPositionOffset(size_t collisionIdx, const Mat<3, 1>& pos);
+  /// New size of a shape, as `Shape::Type` says (m). Fatal for a wrong count ("This collision
+  /// object is a box and takes three parameters", ...) and for values that are negative or not
+  /// finite; of a mesh only the stored size changes.
+  void setCollisionObjectShapeParameters(size_t collisionIdx, const std::vector<double>& params);
+  /// No shape of one body collides with one of the other any more.
+  void ignoreCollisionBetween(size_t bodyA, size_t bodyB);
+
+ private:
+  friend class urdf::LoadFromURDF2;
+
+  bool prepareModelFile(const std::string& argument, const std::string& resDir);
+  void init();
+  bool refuseTree();
+  void sizeArrays();
+  void sizeBodyArrays();
+  void sizeStateVectors();
+  void flattenTree();
+  void flattenRoot(const Child& root);
+  void flattenBody(const Child& node);
+  void flattenJoint(const Child& node);
+  void computeCompositeMass();
+  void buildDofParent();
+  void resolveFrames();
+  void placeFixedRoot();
+  void excludeParentCollisions();
+
+  void mergeComposite(size_t i);
+  void writeMassRows(size_t i, MatDyn& M);
+  void writeScalarJointRows(size_t i, const Mat<3, 1>& f, const Mat<3, 1>& n, MatDyn& M);
+  void writeSphericalJointRows(size_t i, const Mat<3, 1>& h, MatDyn& M);
+  void writeRootBlock(MatDyn& M);
+  void mirrorMassMatrix(MatDyn& M) const;
+
+  void propagateVelocities(const Mat<3, 1>& gravity);
+  void computeBodyWrenches();
+  void projectWrenches(VecDyn& h);
+
+  bool checkSquare(const MatDyn& matrix, const char* where) const;
+  void factorise();
+  void buildInverse(MatDyn& Minv) const;
+
+  bool checkBodyIndex(size_t bodyIdx, const char* where) const;
+  bool checkFrameIndex(size_t frameIdx, const char* where) const;
+  void fillJointColumns(size_t bodyIdx, const Mat<3, 1>& pointW, SparseJacobian& jac) const;
+
+  void computeGeneralizedMomentum();
+  void computeContactJacobians();
+  void mergeSelfCollisions();
+  void growContactStorage();
+  void assembleContact(size_t contactIdx);
+  void computeImpactVelocity(size_t contactIdx);
+
+  void addControllerForces();
+  void addDampingForces();
+  void addSpringForces();
+  void addOutsideForces();
+  void solveForVelocity();
+  void integrateVelocity(double dt, const Mat<3, 1>& gravity);
+  void integrateRungeKutta(const Mat<3, 1>& gravity, double dt);
+  void setStage(const VecDyn& rate, double h, const VecDyn& velocity, VecDyn& coordinates);
+
+  contact::Single3DContactProblem& appendLimitProblem(size_t bodyIdx, double depth,
+                                                      contact::ContactProblemList& problems);
+  void appendAxisLimit(size_t bodyIdx, contact::ContactProblemList& problems);
+  void appendConeLimit(size_t bodyIdx, contact::ContactProblemList& problems);
+  double enforceAxisLimit(contact::Single3DContactProblem& problem);
+  double enforceConeLimit(contact::Single3DContactProblem& problem);
+
+  // ---- description of bodies and joints: written by `init`, constant unless said otherwise ------
+  std::vector<Mat<3, 3>> jointOrientationP_;  ///< joint frame to parent at coordinate zero
+  std::vector<Mat<3, 1>> jointOffsetP_;       ///< joint position (m, parent frame)
+  std::vector<Mat<3, 1>> jointAxisB_;         ///< joint axis (unit, body axes)
+  std::vector<Mat<3, 3>> inertiaB_;           ///< about the centre of mass (kg m^2, body axes)
+  std::vector<Mat<3, 1>> comB_;               ///< centre of mass (m, body frame)
+  std::vector<double> mass_;                  ///< (kg); `setMass`
+  std::vector<double> compositeMass_;  ///< of the subtree (kg); `init`, `updateMassInfo`, `setMass`
+  std::vector<JointLimit> jointLimits_;       ///< per velocity, first of a joint; `setJointLimits`
+  Mat<3, 1> fixedBasePosition_{};             ///< of a fixed root (m, world axes); the constructors
+  VecDyn jointDamping_;                       ///< (N s/m or N m s/rad), first velocity of a joint
+  VecDyn jointFriction_;                      ///< stored only, first velocity of a joint
+  VecDyn rotorInertia_;                       ///< added to the diagonal of M (kg or kg m^2)
+  VecDyn forceUpperLimit_, forceLowerLimit_;  ///< (N or N m); `setForceLimits`
+  std::vector<JointSpring> springs_;          ///< `setSprings`
+  bool hasSphericalJoint_ = false;            ///< below the root
+  bool doNotCollideWithParent = true;
+
+  // ---- topology: written by `init` ------------------------------------------------------------
+  size_t bodyCount_ = 0, dof_ = 0, gcDim_ = 0;
+  size_t lastBaseDof_ = kNone;          ///< 5 for a floating base
+  std::vector<Joint::Type> jointType_;  ///< per body
+  std::vector<size_t> gcDimOfBody_, dofOfBody_;
+  std::vector<size_t> dofStart_, gcStart_;     ///< per body; `kNone` for a fixed root
+  std::vector<size_t> parent_;                 ///< per body; `kNone` for the root
+  std::vector<std::vector<size_t>> children_;  ///< per body, ascending
+  std::vector<size_t> leaves_;                 ///< ascending
+  std::vector<size_t> depth_;                  ///< per body, 1 at the root
+  std::vector<size_t> pathDof_, pathGc_;       ///< per body, this joint included
+  std::vector<size_t> dofRunStart_;  ///< per velocity: start of the run of indices that it ends
+  std::vector<size_t> dofParent_;    ///< per velocity: the next towards the root, or `kNone`
+
+  // ---- names and model ------------------------------------------------------------------------
+  std::vector<Child> rootChild_;  ///< the root, between construction and the end of `init`
+  std::vector<CoordinateFrame> frames_;
+  std::vector<std::string> bodyNames_, jointNames_;
+  std::string resourceDir_, robotName_, modelTopDirectory_, modelPath_, modelText_;
+
+  // ---- shapes: written by `init` ----------------------------------------------------------------
+  std::vector<CollisionDefinition> collisionBodies_;
+  std::vector<VisObject> visColObjects_, visObjects_;
+  std::vector<dTriMeshDataID> meshData_;
+  // ODE points into the inner vectors for as long as the geoms live.
+  std::vector<std::vector<float>> meshVertices_;
+  std::vector<std::vector<unsigned int>> meshIndices_;
+
+  // ---- state ----------------------------------------------------------------------------------
+  VecDyn gc_;  ///< coordinates; setters and `integrate`
+  VecDyn gv_;  ///< velocities; setters and `integrate`
+
+  // ---- kinematics, per body: rewritten by `updateKinematics` -----------------------------------
+  std::vector<Mat<3, 3>> rotationW_;             ///< body to world
+  std::vector<Mat<3, 3>> jointRotation_;         ///< by the coordinate alone
+  std::vector<Mat<3, 3>> parentJointRotationW_;  ///< joint frame at coordinate zero to world
+  std::vector<Mat<3, 1>> jointAxisW_;            ///< (unit)
+  std::vector<Mat<3, 1>>
+      jointOffsetW_;                   ///< parent origin to origin, prismatic displacement too (m)
+  std::vector<Mat<3, 1>> positionW_;   ///< origin of the body frame, which is the joint (m)
+  std::vector<Mat<3, 1>> comOffsetW_;  ///< centre of mass minus origin (m)
+  std::vector<Mat<3, 1>> comW_;        ///< centre of mass (m)
+
+  // ---- mass matrix: rewritten by `computeMassMatrix` -------------------------------------------
+  std::vector<Mat<3, 3>> inertiaW_;           ///< of the body about its centre of mass (kg m^2)
+  std::vector<Mat<3, 3>> compositeInertiaW_;  ///< of the subtree about its centre of mass (kg m^2);
+                                              ///< entry 0 of a floating root about its origin
+  std::vector<Mat<3, 1>> compositeMassMoment_;  ///< sum of mass times centre of mass (kg m)
+  std::vector<Mat<3, 1>> compositeComW_;        ///< centre of mass of the subtree (m)
+  std::vector<Mat<3, 1>> leverScratch_;  ///< per child: its subtree's centre minus the parent's
+  MatDyn massMatrix_;                    ///< dof x dof, without damping
+
+  // ---- nonlinear terms, per body: rewritten by `computeNonlinearities` --------------------------
+  std::vector<Mat<3, 1>> linearVelocityW_;   ///< of the frame origin (m/s)
+  std::vector<Mat<3, 1>> angularVelocityW_;  ///< (rad/s)
+  std::vector<Mat<3, 1>>
+      jointAngularVelocityW_;                    ///< added by a revolute or spherical joint (rad/s)
+  std::vector<Mat<3, 1>> jointLinearVelocityW_;  ///< added by a prismatic joint (m/s)
+  std::vector<Mat<3, 1>> linearAccelerationW_;   ///< bias of the origin (m/s^2); 0: minus gravity
+  std::vector<Mat<3, 1>> angularAccelerationW_;  ///< bias (rad/s^2); entry 0 stays zero
+  std::vector<Mat<3, 1>> bodyForceW_;            ///< of the backward pass (N)
+  std::vector<Mat<3, 1>> bodyMomentW_;           ///< of the backward pass about the origin (N m)
+  std::vector<Mat<3, 3>> originInertiaW_;        ///< of the body about its frame origin (kg m^2)
+  VecDyn nonlinearities_;                        ///< h (N or N m)
+
+  // ---- factorisation: rewritten by `computeSparseInverse` and `computeDampedMass` ---------------
+  MatDyn factor_;                  ///< L of M + D = L^T L; row a is contiguous from element a dof
+  VecDyn inverseDiagonal_;         ///< 1 / L(k, k)
+  MatDyn massInverse_;             ///< (M + D)^-1
+  VecDyn dampedDiagonal_;          ///< D; `computeDampedMass`
+  VecDyn dampedDiagonalRate_;      ///< D / dt; `computeDampedMass`
+  double timeStep_ = 0.001;        ///< (s); `updateTimeStep`
+  double dampedTimeStep_ = 0.0;    ///< step for which `dampedDiagonal_` was computed (s)
+  bool timeStepUpToDate_ = false;  ///< cleared by the setters of what `computeDampedMass` reads
+
+  // ---- control: written by setters ------------------------------------------------------------
+  std::uint32_t controlMode_ = 0;
+  VecDyn pGain_, dGain_, dTarget_;      ///< per velocity
+  VecDyn pTarget_;                      ///< per coordinate
+  VecDyn generalizedForceFeedForward_;  ///< (N or N m); `setGeneralizedForce`
+
+  // ---- contact: rewritten by `preContactSolverUpdate1` and `2`; lists only grow -----------------
+  std::vector<SparseJacobian> contactJacobians_;       ///< world axes, base columns implicit
+  std::vector<SparseJacobian> contactFrameJacobians_;  ///< contact frame
+  std::vector<MatDyn> contactResponses_;  ///< 3 x dof: columns of M^-1 Jc^T by velocity
+  VecDyn generalizedMomentum_;            ///< M u
+  VecDyn gvTemp_;                         ///< velocity during the solve
+  VecDyn gvFree_;                         ///< `gvTemp_` before the solve
+  std::vector<contact::Single3DContactProblem*> jointLimitProblems_;  ///< of this step
+  SparseJacobian jacobianScratch_;  ///< of the merge of self-collisions
+
+  // ---- integration: rewritten by `integrateWithoutContact` and `integrate` ----------------------
+  std::int32_t defaultIntegrationScheme_ = 0;  ///< `setIntegrationScheme`
+  std::int32_t integrationScheme_ = 0;         ///< of this step
+  VecDyn rhs_;                                 ///< right side of (M + D) v+ = M v + dt (tau - h)
+  VecDyn generalizedForce_;                    ///< total joint force after limits (N or N m)
+  VecDyn gcRate_;                              ///< velocity that moves the coordinates
+  VecDyn positionError_;                       ///< of the PD law
+  VecDyn externalForceGeneralized_;            ///< sum of J^T f
+  VecDyn rkGc0_, rkGc2_, rkGc3_, rkGc4_;
+  VecDyn rkVel1_, rkVel2_, rkVel3_, rkVel4_;
+  VecDyn rkDelta1_, rkDelta2_, rkDelta3_, rkDelta4_;
+  std::vector<SparseJacobian> externalForceJacobians_;  ///< parallel to the pending forces
+};
+
+template <typename Derived>
+inline void ArticulatedSystem::setBaseOrientation(const Eigen::MatrixBase<Derived>& rot) {
+  Mat<3, 3> R;
+  for (int j = 0; j < 3; ++j)
+    for (int i = 0; i < 3; ++i) R(static_cast<size_t>(i), static_cast<size_t>(j)) = rot(i, j);
+  setBaseOrientation(R);
+}
+
+inline void ArticulatedSystem::setForceLimits(const Eigen::VectorXd& lower,
+                                              const Eigen::VectorXd& upper) {
+  VecDyn lo(static_cast<unsigned long>(lower.size())), hi(static_cast<unsigned long>(upper.size()));
+  for (unsigned long k = 0; k < lo.n; ++k) lo[k] = lower[static_cast<Eigen::Index>(k)];
+  for (unsigned long k = 0; k < hi.n; ++k) hi[k] = upper[static_cast<Eigen::Index>(k)];
+  setForceLimits(lo, hi);
+}
+
+}  // namespace zelvik

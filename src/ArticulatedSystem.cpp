@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+
+ArticulatedSystem::ArticulatedSystem(const Child& child, const std::string& resDir,
+                                     ArticulatedSystemOption) {
+  // Contacts see each other through the velocity vector, not through coupling blocks.
+  fullDelassus_ = false;
+  if (resDir.empty())
+    MSG_WARN("resDir is not specified.");
+  else
+    resourceDir_ = resDir;
+  rootChild_.push_back(child);
+  fixedBasePosition_ = child.jointPosition;
+  init();
+}
+
+ArticulatedSystem::~ArticulatedSystem() = default;
+
+void ArticulatedSystem::getPosition(size_t localIdx, Mat<3, 1>& out) const {
+  if (checkBodyIndex(localIdx, "getPosition")) out = positionW_[localIdx];
+}
+
+void ArticulatedSystem::getVelocity(size_t localIdx, Mat<3, 1>& out) const {
+  if (checkBodyIndex(localIdx, "getVelocity")) out = linearVelocityW_[localIdx];
+}
+
+void ArticulatedSystem::getOrientation(size_t localIdx, Mat<3, 3>& out) const {
+  if (checkBodyIndex(localIdx, "getOrientation")) out = rotationW_[localIdx];
+}
+
+double ArticulatedSystem::getMass(size_t localIdx) const {
+  return checkBodyIndex(localIdx, "getMass") ? mass_[localIdx] : 0.0;
+}
+
+BodyType ArticulatedSystem::getBodyType(size_t localIdx) const {
+  if (localIdx == 0 && jointType_[0] == Joint::FIXED) return BodyType::STATIC;
+  return BodyType::DYNAMIC;
+}
+
+BodyType ArticulatedSystem::getBodyType() const {
+  return BodyType::DYNAMIC;
+}
+
+void ArticulatedSystem::setMass(size_t localIdx, double mass) {
+  if (!checkBodyIndex(localIdx, "setMass")) return;
+  mass_[localIdx] = mass;
+  computeCompositeMass();
+}
+
+void ArticulatedSystem::computeCompositeMass() {
+  compositeMass_ = mass_;
+  for (size_t i = bodyCount_; i-- > 0;)
+    for (const size_t child : children_[i]) compositeMass_[i] += compositeMass_[child];
+}
+
+void ArticulatedSystem::updateMassInfo() {
+  computeCompositeMass();
+  for (size_t i = bodyCount_; i-- > 0;) {
+    for (const size_t child : children_[i]) compositeMassMoment_[i] += compositeMassMoment_[child];
+    for (size_t k = 0; k < 3; ++k)
+      compositeComW_[i][k] = compositeMassMoment_[i][k] / compositeMass_[i];
+  }
+}
+
+}  // namespace zelvik

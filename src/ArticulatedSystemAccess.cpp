@@ -1,0 +1,116 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/rotation.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+namespace {
+
+/// Copies to the front of `target`; returns false after a fatal message.
+bool copyFront(const char* what, const double* values, size_t count, VecDyn& target) {
+  if (count > target.n) {
+    MSG_FATAL(what << ": " << count << " values are given, but there is room for " << target.n);
+    return false;
+  }
+  std::copy_n(values, count, target.v);
+  return true;
+}
+
+}  // namespace
+
+void ArticulatedSystem::setGeneralizedCoordinate(const double* values, size_t count) {
+  if (!copyFront("setGeneralizedCoordinate", values, count, gc_)) return;
+  updateKinematics();
+  contactJacobians_.clear();
+  clearPerObjectContact();
+  numContacts_ = 0;
+}
+
+void ArticulatedSystem::setGeneralizedVelocity(const double* values, size_t count) {
+  copyFront("setGeneralizedVelocity", values, count, gv_);
+}
+
+void ArticulatedSystem::setGeneralizedForce(const double* values, size_t count) {
+  copyFront("setGeneralizedForce", values, count, generalizedForceFeedForward_);
+}
+
+void ArticulatedSystem::setBasePos(const Mat<3, 1>& pos) {
+  if (jointType_[0] == Joint::FIXED)
+    positionW_[0] = pos;
+  else
+    std::copy_n(pos.v, 3, gc_.v);
+  updateKinematics();
+}
+
+void ArticulatedSystem::setBaseOrientation(const Mat<3, 3>& rot) {
+  if (jointType_[0] == Joint::FIXED) {
+    rotationW_[0] = rot;
+  } else {
+    Mat<4, 1> quat;
+    rotMatToQuat(rot, quat);
+    std::copy_n(quat.v, 4, gc_.v + 3);
+  }
+  updateKinematics();
+}
+
+void ArticulatedSystem::getBaseOrientation(Mat<4, 1>& quat) const {
+  if (jointType_[0] != Joint::FLOATING) {
+    MSG_FATAL("This method is only for floating base");
+    return;
+  }
+  std::copy_n(gc_.v + 3, 4, quat.v);
+}
+
+void ArticulatedSystem::setControlMode(ControlMode mode) {
+  controlMode_ = mode;
+  timeStepUpToDate_ = false;
+}
+
+void ArticulatedSystem::setPGain(const double* values, size_t count) {
+  if (copyFront("setPGain", values, count, pGain_)) timeStepUpToDate_ = false;
+}
+
+void ArticulatedSystem::setDGain(const double* values, size_t count) {
+  if (copyFront("setDGain", values, count, dGain_)) timeStepUpToDate_ = false;
+}
+
+void ArticulatedSystem::setPTarget(const double* values, size_t count) {
+  copyFront("setPTarget", values, count, pTarget_);
+}
+
+void ArticulatedSystem::setDTarget(const double* values, size_t count) {
+  copyFront("setDTarget", values, count, dTarget_);
+}
+
+void ArticulatedSystem::setForceLimits(const VecDyn& lower, const VecDyn& upper) {
+  if (copyFront("setForceLimits, lower", lower.v, lower.n, forceLowerLimit_))
+    copyFront("setForceLimits, upper", upper.v, upper.n, forceUpperLimit_);
+}
+
+void ArticulatedSystem::setJointLimits(const std::vector<JointLimit>& limits) {
+  if (limits.size() > jointLimits_.size()) {
+    MSG_FATAL("setJointLimits: " << limits.size() << " limits are given, but there is room for "
+                                 << jointLimits_.size());
+    return;
+  }
+  std::copy(limits.begin(), limits.end(), jointLimits_.begin());
+}
+
+void ArticulatedSystem::setJointDamping(const VecDyn& damping) {
+  if (copyFront("setJointDamping", damping.v, damping.n, jointDamping_)) timeStepUpToDate_ = false;
+}
+
+void ArticulatedSystem::setSprings(const std::vector<JointSpring>& springs) {
+  for (const JointSpring& spring : springs)
+    if (spring.bodyIdx >= bodyCount_) {
+      MSG_FATAL("setSprings: body index " << spring.bodyIdx << " is out of range, there are "
+                                          << bodyCount_ << " bodies");
+      return;
+    }
+  springs_ = springs;
+  timeStepUpToDate_ = false;
+}
+
+}  // namespace zelvik

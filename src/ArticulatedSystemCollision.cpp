@@ -1,0 +1,139 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <ode/ode.h>
+
+#include <algorithm>
+#include <cmath>
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/object/GeomRecord.hpp>
+#include <zelvik/rotation.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+namespace {
+
+/// Returns false after a fatal message.
+bool checkCollisionIndex(const char* what, size_t collisionIdx, size_t count) {
+  if (collisionIdx < count) return true;
+  MSG_FATAL(what << ": collision object index " << collisionIdx << " is out of range, there are "
+                 << count);
+  return false;
+}
+
+/// Returns false after a fatal message.
+bool checkParameterCount(Shape::Type shape, size_t count) {
+  if (shape == Shape::BOX && count != 3) {
+    MSG_FATAL("This collision object is a box and takes three parameters");
+    return false;
+  }
+  if (shape == Shape::SPHERE && count != 1) {
+    MSG_FATAL("This collision object is a sphere and takes only one parameter");
+    return false;
+  }
+  if (shape == Shape::CAPSULE && count != 2) {
+    MSG_FATAL("This collision object is a capsule and takes two parameters");
+    return false;
+  }
+  if (shape == Shape::CYLINDER && count != 2) {
+    MSG_FATAL("This collision object is a cylinder and takes two parameters");
+    return false;
+  }
+  return true;
+}
+
+/// ODE ends the process for a size that is negative or not a number. Returns false after a fatal
+/// message.
+bool checkSizes(const std::string& name, const std::vector<double>& params) {
+  for (const double size : params)
+    if (!(size >= 0.0 && std::isfinite(size))) {
+      MSG_FATAL("The collision object '" << name << "' cannot take the size " << size);
+      return false;
+    }
+  return true;
+}
+
+void resizeGeom(dGeomID geom, Shape::Type shape, const std::vector<double>& p) {
+  if (geom == nullptr) return;
+  if (shape == Shape::BOX)
+    dGeomBoxSetLengths(geom, p[0], p[1], p[2]);
+  else if (shape == Shape::SPHERE)
+    dGeomSphereSetRadius(geom, p[0]);
+  else if (shape == Shape::CAPSULE)
+    dGeomCapsuleSetParams(geom, p[0], p[1]);
+  else if (shape == Shape::CYLINDER)
+    dGeomCylinderSetParams(geom, p[0], p[1]);
+}
+
+}  // namespace
+
+void ArticulatedSystem::updateCollision() {
+  for (const CollisionDefinition& shape : collisionBodies_) {
+    if (shape.colObj == nullptr) continue;
+    const Mat<3, 3>& R = rotationW_[shape.localIdx];
+    const Mat<3, 1> position = R * shape.offsetPosition + positionW_[shape.localIdx];
+    Mat<3, 3> rotation;
+    rotmatmul(R, shape.offsetRotation, rotation);
+    writeGeomPose(shape.colObj, position, rotation);
+  }
+  jointLimitProblems_.clear();
+}
+
+void ArticulatedSystem::setCollisionObjectOrientationOffset(size_t collisionIdx,
+                                                            const Mat<3, 3>& rot) {
+  if (!checkCollisionIndex("setCollisionObjectOrientationOffset", collisionIdx,
+                           collisionBodies_.size()))
+    return;
+  collisionBodies_[collisionIdx].offsetRotation = rot;
+  visColObjects_[collisionIdx].rot = rot;
+}
+
+void ArticulatedSystem::setCollisionObjectPositionOffset(size_t collisionIdx,
+                                                         const Mat<3, 1>& pos) {
+  if (!checkCollisionIndex("setCollisionObjectPositionOffset", collisionIdx,
+                           collisionBodies_.size()))
+    return;
+  collisionBodies_[collisionIdx].offsetPosition = pos;
+  visColObjects_[collisionIdx].offset = pos;
+}
+
+void ArticulatedSystem::setCollisionObjectShapeParameters(size_t collisionIdx,
+                                                          const std::vector<double>& params) {
+  if (!checkCollisionIndex("setCollisionObjectShapeParameters", collisionIdx,
+                           collisionBodies_.size()))
+    return;
+  VisObject& visual = visColObjects_[collisionIdx];
+  if (!checkParameterCount(visual.shape, params.size())) return;
+  if (visual.shape != Shape::MESH && !checkSizes(visual.name, params)) return;
+  resizeGeom(collisionBodies_[collisionIdx].colObj, visual.shape, params);
+  visual.size = params;
+}
+
+void ArticulatedSystem::ignoreCollisionBetween(size_t bodyA, size_t bodyB) {
+  for (const CollisionDefinition& x : collisionBodies_) {
+    if (x.localIdx != bodyA || x.colObj == nullptr) continue;
+    for (const CollisionDefinition& y : collisionBodies_) {
+      if (y.localIdx != bodyB || y.colObj == nullptr) continue;
+      geomRecord(x.colObj).ignoredGeoms.insert(y.colObj);
+      geomRecord(y.colObj).ignoredGeoms.insert(x.colObj);
+    }
+  }
+}
+
+void ArticulatedSystem::getPose(const VisObject& vis, Mat<3, 3>& rot, Mat<3, 1>& pos) const {
+  if (!checkBodyIndex(vis.localIdx, "getPose")) return;
+  const Mat<3, 3>& R = rotationW_[vis.localIdx];
+  rot = R * vis.rot;
+  pos = positionW_[vis.localIdx] + R * vis.offset;
+}
+
+void ArticulatedSystem::destroyCollisionBodies(dSpaceID) {
+  // Destroying a geom takes it out of its space.
+  for (CollisionDefinition& shape : collisionBodies_) {
+    destroyGeom(shape.colObj);
+    shape.colObj = nullptr;
+  }
+  for (const dTriMeshDataID data : meshData_) dGeomTriMeshDataDestroy(data);
+  meshData_.clear();
+}
+
+}  // namespace zelvik

@@ -1,0 +1,174 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <cmath>
+#include <utility>
+#include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
+#include <zelvik/object/GeomRecord.hpp>
+#include <zelvik/object/Mesh.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+
+namespace {
+
+/// Where the arrays behind the meshes of one system live. ODE keeps pointers into the inner
+/// vectors, whose blocks do not move when the outer ones grow.
+struct MeshStore {
+  std::vector<dTriMeshDataID>& data;
+  std::vector<std::vector<float>>& vertices;
+  std::vector<std::vector<unsigned int>>& indices;
+  const std::string& directory;
+};
+
+const char* shapeName(Shape::Type shape) {
+  switch (shape) {
+    case Shape::BOX:
+      return "box";
+    case Shape::CYLINDER:
+      return "cylinder";
+    case Shape::SPHERE:
+      return "sphere";
+    case Shape::CAPSULE:
+      return "capsule";
+    default:
+      return "mesh";
+  }
+}
+
+size_t sizeCount(Shape::Type shape) {
+  return shape == Shape::BOX ? 3 : shape == Shape::SPHERE ? 1 : 2;
+}
+
+/// ODE ends the process for sizes that are negative or no number.
+bool hasUsableSize(const CollisionBody& body) {
+  const size_t count = sizeCount(body.shape);
+  if (body.size.size() < count) {
+    MSG_FATAL("collision body '" << body.collisionBodyName << "': a " << shapeName(body.shape)
+                                 << " takes " << count << " sizes, " << body.size.size()
+                                 << " given");
+    return false;
+  }
+  for (size_t i = 0; i < count; ++i) {
+    if (body.size[i] >= 0.0 && std::isfinite(body.size[i])) continue;
+    MSG_FATAL("collision body '" << body.collisionBodyName << "': " << body.size[i]
+                                 << " is no size of a " << shapeName(body.shape));
+    return false;
+  }
+  return true;
+}
+
+/// ODE ends the process for geoms 2.68e8 m or more from the origin; bodies stay within 1e8 m (m).
+constexpr float kLargestCoordinate = 9e7f;
+
+/// Multiplies x, y, z triples by `scale`. False after a message: a triple is not whole, or a
+/// product is too large or no number.
+bool scaleVertices(const CollisionBody& body, std::vector<float>& vertices) {
+  if (vertices.size() % 3 != 0) {
+    MSG_FATAL("The number of verticies of the mesh " << body.meshFileName
+                                                     << " is not divisible by 3");
+    return false;
+  }
+  for (size_t i = 0; i < vertices.size(); ++i) {
+    vertices[i] = static_cast<float>(vertices[i] * body.scale[i % 3]);
+    if (std::fabs(vertices[i]) < kLargestCoordinate) continue;
+    MSG_FATAL("collision body '" << body.collisionBodyName << "': scale " << body.scale[i % 3]
+                                 << " is no scale of the mesh " << body.meshFileName);
+    return false;
+  }
+  return true;
+}
+
+/// Null after a fatal message; what the store has gained then is empty but valid.
+dGeomID createMesh(const CollisionBody& body, MeshStore& store) {
+  const std::string& name = body.meshFileName;
+  if (name.substr(name.rfind('.') + 1) != "obj") {
+    MSG_FATAL("Mesh collision bodies must be in an obj format");
+    return nullptr;
+  }
+  const dTriMeshDataID data = dGeomTriMeshDataCreate();
+  store.data.push_back(data);
+  std::vector<float>& vertices = store.vertices.emplace_back();
+  std::vector<unsigned int>& indices = store.indices.emplace_back();
+  if (!Mesh::loadObj(store.directory + "/" + name, vertices, indices, 1.0)) return nullptr;
+  if (!scaleVertices(body, vertices)) return nullptr;
+  Mesh::dropUnusedVertices(vertices, indices);
+
+  constexpr int stride = 12;  // bytes of three floats, and of three indices
+  dGeomTriMeshDataBuildSingle(data, vertices.data(), stride, static_cast<int>(vertices.size() / 3),
+                              indices.data(), static_cast<int>(indices.size()), stride);
+  dGeomTriMeshDataPreprocess2(data, 3, nullptr);
+  return dCreateTriMesh(nullptr, data, nullptr, nullptr, nullptr);
+}
+
+/// A geom outside of any space; null after a fatal message.
+dGeomID createGeom(const CollisionBody& body, MeshStore& store) {
+  switch (body.shape) {
+    case Shape::MESH:
+      return createMesh(body, store);
+    case Shape::BOX:
+    case Shape::CYLINDER:
+    case Shape::SPHERE:
+    case Shape::CAPSULE:
+      break;
+    default:
+      MSG_FATAL("collision body '" << body.collisionBodyName << "': unknown shape "
+                                   << static_cast<int>(body.shape));
+      return nullptr;
+  }
+  if (!hasUsableSize(body)) return nullptr;
+  const std::vector<double>& size = body.size;
+  if (body.shape == Shape::BOX) return dCreateBox(nullptr, size[0], size[1], size[2]);
+  if (body.shape == Shape::CYLINDER) return dCreateCylinder(nullptr, size[0], size[1]);
+  if (body.shape == Shape::CAPSULE) return dCreateCapsule(nullptr, size[0], size[1]);
+  return dCreateSphere(nullptr, size[0]);
+}
+
+CollisionDefinition definitionOf(const CollisionBody& body, size_t bodyIdx, dGeomID geom) {
+  CollisionDefinition definition;
+  definition.offsetRotation = body.rotOffset;
+  definition.offsetPosition = body.posOffset;
+  definition.colName = body.collisionBodyName;
+  definition.localIdx = bodyIdx;
+  definition.colObj = geom;
+  definition.setMaterial(body.material);
+  return definition;
+}
+
+VisObject visualOf(const CollisionBody& body, size_t bodyIdx) {
+  VisObject visual(body.shape, body.size, body.posOffset, body.rotOffset,
+                   Mat<4, 1>{{0.7, 0.7, 0.7, 1.0}}, body.scale, body.meshFileName,
+                   body.collisionBodyName, body.visualMaterial);
+  visual.localIdx = bodyIdx;
+  return visual;
+}
+
+}  // namespace
+
+void Child::initVisuals(std::vector<VisObject>& output) {
+  for (VisObject& visual : visObjects) {
+    visual.localIdx = bodyIdx;
+    output.push_back(visual);
+  }
+  for (Child& child : childrenMovable) child.initVisuals(output);
+}
+
+void Child::initCollisionBodies(std::vector<CollisionDefinition>& definitions,
+                                std::vector<VisObject>& visColObjects,
+                                std::vector<dTriMeshDataID>& meshData,
+                                std::vector<std::vector<float>>& meshVertices,
+                                std::vector<std::vector<unsigned int>>& meshIndices,
+                                const std::string& resDir) {
+  MeshStore store{meshData, meshVertices, meshIndices, resDir};
+  for (const CollisionBody& body : collisionBodies) {
+    const dGeomID geom = createGeom(body, store);
+    if (geom == nullptr) continue;  // keeps both lists in step
+    attachGeomRecord(geom);
+    definitions.push_back(definitionOf(body, bodyIdx, geom));
+    visColObjects.push_back(visualOf(body, bodyIdx));
+  }
+  for (Child& child : childrenMovable)
+    child.initCollisionBodies(definitions, visColObjects, meshData, meshVertices, meshIndices,
+                              resDir);
+}
+
+}  // namespace zelvik

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+
+namespace zelvik {
+
+double ArticulatedSystem::getPotentialEnergy(const Mat<3, 1>& gravity) const {
+  // V = -sum m_i c_i . g, zero at the origin of the world.
+  double energy = 0.0;
+  for (size_t i = 0; i < bodyCount_; ++i) energy -= mass_[i] * dot(comW_[i], gravity);
+  return energy;
+}
+
+double ArticulatedSystem::getKineticEnergy() const {
+  // T = 1/2 u^T M u
+  double energy = 0.0;
+  for (size_t j = 0; j < dof_; ++j)
+    for (size_t i = 0; i < dof_; ++i) energy += gv_[i] * massMatrix_(i, j) * gv_[j];
+  return 0.5 * energy;
+}
+
+double ArticulatedSystem::getEnergy(const Mat<3, 1>& gravity) const {
+  return getKineticEnergy() + getPotentialEnergy(gravity);
+}
+
+void ArticulatedSystem::getAngularMomentum(const Mat<3, 1>& referencePoint,
+                                           Mat<3, 1>& angularMomentum) const {
+  // L = sum I_i omega_i + m_i (c_i - p) x v_i, with v_i the velocity of the centre of mass
+  Vec3 sum{};
+  for (size_t i = 0; i < bodyCount_; ++i) {
+    Vec3 comVelocity;
+    getVelocity(i, comB_[i], comVelocity);
+    sum += inertiaW_[i] * angularVelocityW_[i];
+    sum += mass_[i] * cross(comW_[i] - referencePoint, comVelocity);
+  }
+  angularMomentum = sum;
+}
+
+}  // namespace zelvik

@@ -1,0 +1,104 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+
+namespace zelvik {
+
+using contact::Single3DContactProblem;
+
+void ArticulatedSystem::appendJointLimits(contact::ContactProblemList& problems) {
+  for (size_t i = 1; i < bodyCount_; ++i) {
+    if (jointType_[i] == Joint::REVOLUTE || jointType_[i] == Joint::PRISMATIC)
+      appendAxisLimit(i, problems);
+    else if (jointType_[i] == Joint::SPHERICAL)
+      appendConeLimit(i, problems);
+  }
+}
+
+Single3DContactProblem& ArticulatedSystem::appendLimitProblem(
+    size_t bodyIdx, double depth, contact::ContactProblemList& problems) {
+  problems.emplace_back();
+  Single3DContactProblem& problem = problems.back();
+  problem.rank_ = Single3DContactProblem::JOINT_LIMIT;
+  problem.objA_ = this;
+  problem.contactIdxA_ = bodyIdx;
+  problem.position_ = positionW_[bodyIdx];
+  problem.depth_ = depth;
+  const size_t d = dofStart_[bodyIdx];
+  problem.reducedDzz_ = massInverse_(d, d);
+  jointLimitProblems_.push_back(&problem);
+  return problem;
+}
+
+void ArticulatedSystem::appendAxisLimit(size_t bodyIdx, contact::ContactProblemList& problems) {
+  const size_t d = dofStart_[bodyIdx];
+  const double lower = jointLimits_[d][0], upper = jointLimits_[d][1];
+  const double q = gc_[gcStart_[bodyIdx]];
+  if (lower == upper) return;  // no limit
+  const bool isBelow = q < lower;
+  if (!isBelow && !(q > upper)) return;
+  Single3DContactProblem& problem =
+      appendLimitProblem(bodyIdx, isBelow ? q - lower : upper - q, problems);
+  problem.mu_ = isBelow ? 1.0 : -1.0;
+  problem.delassusInv_(0, 0) = 1.0 / massInverse_(d, d);
+}
+
+void ArticulatedSystem::appendConeLimit(size_t bodyIdx, contact::ContactProblemList& problems) {
+  const size_t d = dofStart_[bodyIdx];
+  const double limit = jointLimits_[d][0];
+  if (limit < 0.0) return;  // no limit
+  const double* q = gc_.v + gcStart_[bodyIdx];
+  const double angle = 2.0 * std::acos(q[0]);
+  if (!(angle > limit)) return;
+  Single3DContactProblem& problem = appendLimitProblem(bodyIdx, limit - angle, problems);
+  const Vec3 vector{{q[1], q[2], q[3]}};
+  Vec3& e = problem.planeBasis_[0];
+  e = ((angle > 0.0 ? 1.0 : -1.0) / norm(vector)) * vector;
+  // Inverse inertia about the axis: e^T B e, with B the joint's block of the inverse.
+  double response = 0.0;
+  for (size_t c = 0; c < 3; ++c)
+    for (size_t r = 0; r < 3; ++r) response += e[r] * massInverse_(d + r, d + c) * e[c];
+  problem.delassusInv_(0, 0) = 1.0 / response;
+}
+
+double ArticulatedSystem::enforceJointLimits(Single3DContactProblem& problem) {
+  switch (jointType_[problem.contactIdxA_]) {
+    case Joint::REVOLUTE:
+    case Joint::PRISMATIC:
+      return enforceAxisLimit(problem);
+    case Joint::SPHERICAL:
+      return enforceConeLimit(problem);
+    default:
+      return 0.0;
+  }
+}
+
+double ArticulatedSystem::enforceAxisLimit(Single3DContactProblem& problem) {
+  const size_t d = dofStart_[problem.contactIdxA_];
+  const double u = gvTemp_[d];
+  if (u * problem.mu_ > 0.0) return 0.0;  // moves away from the limit
+  const double residual = problem.targetVelZ_ - u;
+  const double impulse = residual * problem.delassusInv_(0, 0);
+  problem.imp_[0] += impulse;
+  const double* column = massInverse_.v + d * dof_;
+  for (size_t k = 0; k < dof_; ++k) gvTemp_[k] += impulse * column[k];
+  return residual;
+}
+
+double ArticulatedSystem::enforceConeLimit(Single3DContactProblem& problem) {
+  const size_t d = dofStart_[problem.contactIdxA_];
+  const Vec3& e = problem.planeBasis_[0];
+  const double u = e[0] * gvTemp_[d] + e[1] * gvTemp_[d + 1] + e[2] * gvTemp_[d + 2];
+  if (u < 0.0) return 0.0;  // turns back
+  const double residual = problem.targetVelZ_ - u;
+  // The impulse is that of this visit; unlike that of an axis it is not summed up.
+  problem.imp_ = (residual * problem.delassusInv_(0, 0)) * e;
+  const double* c0 = massInverse_.v + d * dof_;
+  const double* c1 = c0 + dof_;
+  const double* c2 = c1 + dof_;
+  const Vec3 p = problem.imp_;
+  for (size_t k = 0; k < dof_; ++k) gvTemp_[k] += c0[k] * p[0] + c1[k] * p[1] + c2[k] * p[2];
+  return residual;
+}
+
+}  // namespace zelvik

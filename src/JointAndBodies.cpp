@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
+#include <zelvik/object/GeomRecord.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+
+namespace {
+
+// Indexed by joint type minus 1: revolute, prismatic, spherical, floating.
+constexpr size_t kCoordinates[4] = {1, 1, 4, 7};
+constexpr size_t kVelocities[4] = {1, 1, 3, 6};
+
+size_t countOf(const size_t (&table)[4], Joint::Type type) {
+  const size_t row = static_cast<size_t>(static_cast<std::int64_t>(type) - 1);
+  return row < 4 ? table[row] : 0;
+}
+
+}  // namespace
+
+size_t coordinateCount(Joint::Type type) {
+  return countOf(kCoordinates, type);
+}
+
+size_t velocityCount(Joint::Type type) {
+  return countOf(kVelocities, type);
+}
+
+VisObject::VisObject(Shape::Type shapeType, const std::vector<double>& sizes,
+                     const Mat<3, 1>& position, const Mat<3, 3>& rotation, const Mat<4, 1>& rgba,
+                     const Mat<3, 1>& meshScale, const std::string& meshFile,
+                     const std::string& objectName, const std::string& materialName)
+    : shape(shapeType),
+      size(sizes),
+      offset(position),
+      rot(rotation),
+      color(rgba),
+      scale(meshScale),
+      meshFileName(meshFile),
+      name(objectName),
+      material(materialName) {
+  if (shape == Shape::MESH && meshFileName.empty()) MSG_FATAL("Provide a valid mesh file name");
+}
+
+const std::string& CollisionDefinition::getMaterial() const {
+  return geomRecord(colObj).materialName;
+}
+
+void CollisionDefinition::setMaterial(const std::string& material) {
+  geomRecord(colObj).materialName = material;
+}
+
+size_t Child::numberOfBodiesFromHere() const {
+  size_t count = 1;
+  for (const Child& child : childrenMovable) count += child.numberOfBodiesFromHere();
+  return count;
+}
+
+size_t Child::numberOfGCFromHere() const {
+  size_t count = coordinateCount(jointType);
+  for (const Child& child : childrenMovable) count += child.numberOfGCFromHere();
+  return count;
+}
+
+size_t Child::numberOfDOFFromHere() const {
+  size_t count = velocityCount(jointType);
+  for (const Child& child : childrenMovable) count += child.numberOfDOFFromHere();
+  return count;
+}
+
+}  // namespace zelvik

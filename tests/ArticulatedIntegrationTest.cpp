@@ -1,0 +1,361 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gtest/gtest.h>
+
+#include <Eigen/Dense>
+#include <array>
+#include <memory>
+
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/rotation.hpp>
+
+#include "RandomTree.hpp"
+
+namespace zelvik {
+namespace {
+
+using AS = ArticulatedSystem;
+const Vec3 kDown{{0.0, 0.0, -9.81}};
+const Vec3 kWeightless{};
+
+std::unique_ptr<AS> randomSystem(bool floating, std::uint32_t seed) {
+  scenes::RandomTreeOptions options;
+  options.floatingBase = floating;
+  auto system = std::make_unique<AS>(scenes::randomTree(seed, options), ".");
+  scenes::randomiseState(*system, seed);
+  return system;
+}
+
+/// One step without contacts, as a world drives it; joint limits are solved by plain sweeps.
+void step(ArticulatedSystem& system, const Vec3& gravity, double dt) {
+  contact::ContactProblemList problems;
+  system.clearPerObjectContact();
+  system.updateTimeStepIfNecessary(dt);
+  system.updateCollision();
+  system.preContactSolverUpdate1(gravity, dt);
+  system.appendJointLimits(problems);
+  system.preContactSolverUpdate2(gravity, dt);
+  for (int sweep = 0; sweep < 100; ++sweep)
+    for (auto& problem : problems) system.enforceJointLimits(problem);
+  system.integrate(dt, gravity);
+}
+
+/// A body on a joint at the origin of a fixed base, axis y.
+Child onJoint(Joint::Type type, double mass, const Vec3& com, double inertia) {
+  Child body;
+  body.jointType = type;
+  body.jointName = "joint";
+  body.bodyName = "body";
+  body.jointAxis = {{0.0, 1.0, 0.0}};
+  body.mass = mass;
+  body.com = com;
+  body.inertia = inertia * Mat33::identity();
+  body.jointLimit[0] = type == Joint::SPHERICAL ? -1.0 : 0.0;
+  return body;
+}
+
+std::unique_ptr<AS> fixedBase(const Child& body) {
+  Child base;
+  base.jointType = Joint::FIXED;
+  base.bodyName = "base";
+  base.childrenMovable.push_back(body);
+  return std::make_unique<AS>(base, ".");
+}
+
+std::unique_ptr<AS> pendulum(double q0, AS::IntegrationScheme scheme) {
+  auto system = fixedBase(onJoint(Joint::REVOLUTE, 1.0, {{0.0, 0.0, -1.0}}, 0.0));
+  system->setIntegrationScheme(scheme);
+  system->setGeneralizedCoordinate({q0});
+  return system;
+}
+
+TEST(ArticulatedIntegration, PendulumOfEachScheme) {
+  const std::array<std::pair<AS::IntegrationScheme, double>, 3> table = {{
+      {AS::TRAPEZOID, -0.1002396834},
+      {AS::SEMI_IMPLICIT, -0.0999952321},
+      {AS::EXPLICIT, -0.1004847265},
+  }};
+  for (const auto& [scheme, expected] : table) {
+    const auto system = pendulum(0.1, scheme);
+    for (int i = 0; i < 1000; ++i) step(*system, kDown, 0.001);
+    EXPECT_NEAR(system->getGeneralizedCoordinate()[0], expected, 1e-9) << scheme;
+  }
+}
+
+TEST(ArticulatedIntegration, RungeKuttaIsOfOrderFour) {
+  // A pendulum hangs straight after a quarter period, K(sin(q0/2)) sqrt(l/g). The steps are near
+  // 0.02, 0.01 and 0.005.
+  const double quarter = std::comp_ellint_1(std::sin(0.5)) / std::sqrt(9.81);
+  double error[3];
+  for (const int i : {0, 1, 2}) {
+    const auto system = pendulum(1.0, AS::RUNGE_KUTTA_4);
+    const int steps = 25 << i;
+    for (int k = 0; k < steps; ++k) step(*system, kDown, quarter / steps);
+    error[i] = std::fabs(system->getGeneralizedCoordinate()[0]);
+  }
+  EXPECT_LT(error[0], 1e-6);
+  EXPECT_NEAR(std::log2(error[0] / error[1]), 4.0, 0.3);
+  EXPECT_NEAR(std::log2(error[1] / error[2]), 4.0, 0.3);
+}
+
+/// Linear momentum, then angular momentum about the origin.
+Eigen::VectorXd momentum(AS& system) {
+  system.preContactSolverUpdate1(kWeightless, 1e-3);  // brings the velocities up to date
+  Vec3 L;
+  system.getAngularMomentum(Vec3{}, L);
+  const Eigen::VectorXd p = system.getMassMatrix().e() * system.getGeneralizedVelocity().e();
+  return (Eigen::VectorXd(6) << p.head<3>(), L.e()).finished();
+}
+
+TEST(ArticulatedIntegration, FloatingRobotKeepsItsMomentumToTheOrderOfTheScheme) {
+  // Measured: halving the step divides the drift by 2.0 for schemes 0 to 2 and by 4.0 for scheme 3:
+  // a turn of the base or of a spherical joint goes by one mean rate, without the terms in which
+  // the rates of the stages do not commute. (With hinges only scheme 3 has order four, above.)
+  for (const auto& [scheme, order] : {std::pair{AS::TRAPEZOID, 1.0},
+                                      {AS::SEMI_IMPLICIT, 1.0},
+                                      {AS::EXPLICIT, 1.0},
+                                      {AS::RUNGE_KUTTA_4, 2.0}}) {
+    double drift[2];
+    for (const int half : {0, 1}) {
+      const auto system = randomSystem(true, 4);
+      system->setIntegrationScheme(scheme);
+      const auto before = momentum(*system);
+      const double dt = half ? 0.0005 : 0.001;
+      for (int i = 0; i < (half ? 400 : 200); ++i) step(*system, kWeightless, dt);
+      drift[half] = (momentum(*system) - before).norm() / before.norm();
+    }
+    EXPECT_LT(drift[0], 0.05) << scheme;
+    EXPECT_NEAR(std::log2(drift[0] / drift[1]), order, 0.4) << scheme << ", " << drift[0];
+  }
+}
+
+TEST(ArticulatedIntegration, ContactImpulsesEnterTheRungeKuttaStepOnce) {
+  // Two equal systems; one gets an impulse through a contact, the other the same change of velocity
+  // before the step.
+  const auto pushed = pendulum(0.4, AS::RUNGE_KUTTA_4), preset = pendulum(0.4, AS::RUNGE_KUTTA_4);
+  const double dt = 0.01;
+  contact::Contact contact({{0.3, 0.1, -0.8}}, {{1.0, 0.0, 0.0}}, true, 0, 0, 9, BodyType::STATIC,
+                           0, 1, 0.0);
+  pushed->addContactToPerObjectContact(contact);
+  pushed->updateTimeStepIfNecessary(dt);
+  pushed->preContactSolverUpdate1(kDown, dt);
+  pushed->preContactSolverUpdate2(kDown, dt);
+  Vec3 before, after;
+  pushed->getContactPointVel(0, before);
+  pushed->updateGenVelWithImpulse(0, {{0.0, 0.0, 0.5}});
+  pushed->getContactPointVel(0, after);
+  pushed->integrate(dt, kDown);
+  // The contact is 0.8 below the hinge, so its normal velocity is -0.8 times the rate.
+  preset->setGeneralizedVelocity({(after[2] - before[2]) / -0.8});
+  step(*preset, kDown, dt);
+  EXPECT_NEAR(pushed->getGeneralizedVelocity()[0], preset->getGeneralizedVelocity()[0], 1e-14);
+  EXPECT_NEAR(pushed->getGeneralizedCoordinate()[0], preset->getGeneralizedCoordinate()[0], 1e-14);
+  EXPECT_GT(std::fabs(after[2] - before[2]), 0.1);
+}
+
+TEST(ArticulatedIntegration, ContactsUnderPositionControlFallBackToTheTrapezoid) {
+  const auto system = pendulum(0.4, AS::SEMI_IMPLICIT);
+  system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
+  contact::Contact contact({{0.0, 0.0, -1.0}}, {{0.0, 0.0, 1.0}}, true, 0, 0, 9, BodyType::STATIC,
+                           0, 1, 0.0);
+  const double dt = 0.01;
+  // Share of the new velocity in the rate of the coordinate.
+  const auto share = [&] {
+    const double q0 = system->getGeneralizedCoordinate()[0];
+    const double u0 = system->getGeneralizedVelocity()[0];
+    step(*system, kDown, dt);
+    const double u1 = system->getGeneralizedVelocity()[0];
+    return ((system->getGeneralizedCoordinate()[0] - q0) / dt - u0) / (u1 - u0);
+  };
+  EXPECT_NEAR(share(), 1.0, 1e-10);
+  system->addContactToPerObjectContact(contact);
+  system->preContactSolverUpdate1(kDown, dt);
+  EXPECT_NEAR(share(), 0.5, 1e-10);
+  EXPECT_NEAR(share(), 0.5, 1e-10);  // for good, until a coordinate is set
+  system->setGeneralizedCoordinate({0.4});
+  EXPECT_NEAR(share(), 1.0, 1e-10);
+}
+
+TEST(ArticulatedIntegration, NoTurnLeavesAQuaternionAlone) {
+  const auto system = randomSystem(true, 1);
+  VecDyn gc = system->getGeneralizedCoordinate(), rate(system->getDOF());
+  rate.setZero();
+  gc[3] = 1.5;  // not of unit length: neither product nor normalisation may run
+  const Eigen::VectorXd before = gc.e();
+  system->integratePosition(gc, rate, 1.0);
+  EXPECT_EQ(gc.e(), before);
+  // A quarter turn about the world's x axis, for a base that is turned already.
+  gc[3] = std::sqrt(0.5);
+  gc[4] = gc[5] = 0.0;
+  gc[6] = std::sqrt(0.5);
+  rate[3] = M_PI / 2;
+  system->integratePosition(gc, rate, 1.0);
+  Mat33 R;
+  quatToRotMat(gc.v + 3, R);
+  EXPECT_NEAR(norm(column(R, 0) - Vec3{{0.0, 0.0, 1.0}}), 0.0, 1e-15);
+}
+
+// ---- joint forces ----
+
+TEST(ArticulatedControl, EveryJointReachesItsTarget) {
+  const auto system = randomSystem(false, 6);
+  const size_t dof = system->getDOF();
+  VecDyn target = system->getGeneralizedCoordinate(), turn(dof), pGain(dof), dGain(dof), zero(dof);
+  for (size_t k = 0; k < dof; ++k) {
+    turn[k] = 0.4 + 0.1 * static_cast<double>(k % 5);
+    pGain[k] = 200.0;
+    dGain[k] = 30.0;
+    zero[k] = 0.0;
+  }
+  system->integratePosition(target, turn, 1.0);
+  system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
+  system->setPGain(pGain);
+  system->setDGain(dGain);
+  system->setPTarget(target);
+  system->setDTarget(zero);
+  const Eigen::VectorXd start = system->getGeneralizedCoordinate().e();
+  for (int i = 0; i < 4000; ++i) step(*system, kWeightless, 0.002);
+  EXPECT_GT((start - target.e()).norm(), 0.5);
+  EXPECT_NEAR((system->getGeneralizedCoordinate().e() - target.e()).norm(), 0.0, 1e-4);
+}
+
+TEST(ArticulatedControl, LimitsClampAllActuationButNoSpring) {
+  // Slider of mass m: (m + D) u+ = m u + dt (clamp(ff + kp e + kd u_t - D/dt u) + k (q - q0)),
+  // D = dt/2 (c + dt/2 (k + kp) + kd); the sign of a slider's spring is coordinate minus mount.
+  const double m = 2.0, c = 0.7, k = 30.0, q0 = 0.2, kp = 50.0, kd = 4.0;
+  const double q = 0.5, u = -0.3, ff = 6.0, qt = 0.9, ut = 0.4;
+  Child body = onJoint(Joint::PRISMATIC, m, Vec3{}, 1.0);
+  body.damping = c;
+  body.stiffness = k;
+  body.springMount[0] = q0;
+  const auto system = fixedBase(body);  // one for all: another dt must reach the implicit terms
+  system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
+  system->setPGain({kp});
+  system->setDGain({kd});
+  for (const double dt : {0.01, 0.003})
+    for (const double limit : {1e3, 5.0})
+      for (const double sign : {1.0, -1.0}) {
+        system->setPTarget({sign * qt});
+        system->setDTarget({sign * ut});
+        system->setForceLimits(Eigen::VectorXd::Constant(1, -limit),
+                               Eigen::VectorXd::Constant(1, limit));
+        system->setGeneralizedForce({sign * ff});
+        system->setGeneralizedCoordinate({sign * q});
+        system->setGeneralizedVelocity({sign * u});
+        step(*system, kDown, dt);
+        const double D = 0.5 * dt * (c + 0.5 * dt * (k + kp) + kd);
+        const double actuation = sign * std::min(ff + kp * (qt - q) + kd * ut - D / dt * u, limit);
+        const double spring = k * (sign * q - q0);
+        EXPECT_NEAR(system->getGeneralizedVelocity()[0],
+                    (m * sign * u + dt * (actuation + spring)) / (m + D), 1e-14);
+        EXPECT_NEAR(system->getGeneralizedForce()[0], actuation, 1e-12);
+      }
+}
+
+TEST(ArticulatedControl, RungeKuttaTakesDampingAsAForce) {
+  // A slider slows down by exp(-(c + kd) t / (m + c)): this scheme inverts M plus the undivided
+  // damping, and takes all damping as a force as well.
+  Child body = onJoint(Joint::PRISMATIC, 2.0, Vec3{}, 1.0);
+  body.damping = 0.5;
+  const auto system = fixedBase(body);
+  system->setIntegrationScheme(AS::RUNGE_KUTTA_4);
+  system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
+  system->setDGain({1.5});
+  system->setGeneralizedVelocity({3.0});
+  for (int i = 0; i < 100; ++i) step(*system, kWeightless, 0.01);
+  EXPECT_NEAR(system->getGeneralizedVelocity()[0], 3.0 * std::exp(-2.0 / 2.5), 1e-8);
+}
+
+TEST(ArticulatedControl, SphericalSpringTurnsBackToItsMount) {
+  Child body = onJoint(Joint::SPHERICAL, 1.0, Vec3{}, 0.5);
+  body.stiffness = 3.0;
+  const double mount[4] = {0.8, 0.0, 0.6, 0.0};  // 2 acos(0.8) about y
+  std::copy(mount, mount + 4, body.springMount);
+  const auto system = fixedBase(body);
+  const double dt = 1e-3;
+  step(*system, kWeightless, dt);
+  const double D = 0.25 * dt * dt * 3.0;
+  const double expected = dt * 3.0 * 2.0 * std::acos(0.8) / (0.5 + D);
+  EXPECT_NEAR(system->getGeneralizedVelocity()[1], expected, 1e-14);
+  EXPECT_EQ(system->getGeneralizedVelocity()[0], 0.0);
+}
+
+// ---- joint limits ----
+
+TEST(ArticulatedJointLimit, StopsAJointAndNeverPushesItBack) {
+  for (const double sign : {1.0, -1.0}) {
+    Child body = onJoint(Joint::PRISMATIC, 1.0, Vec3{}, 1.0);
+    body.jointLimit[0] = -0.1;
+    body.jointLimit[1] = 0.1;
+    const auto system = fixedBase(body);
+    system->setGeneralizedVelocity({sign * 2.0});
+    system->setGeneralizedForce({sign * 5.0});
+    double farthest = 0.0;
+    for (int i = 0; i < 400; ++i) {
+      step(*system, kWeightless, 0.001);
+      const double q = sign * system->getGeneralizedCoordinate()[0];
+      EXPECT_GE(q, farthest - 1e-15);
+      farthest = std::max(farthest, q);
+    }
+    EXPECT_EQ(system->getGeneralizedVelocity()[0], 0.0);
+    EXPECT_GT(farthest, 0.1);
+    EXPECT_LT(farthest, 0.1 + 2.0 * 2.3 * 0.001);  // two steps at the speed of arrival
+    // Receding is free, and gives no residual.
+    system->setGeneralizedForce({-sign * 5.0});
+    step(*system, kWeightless, 0.001);
+    EXPECT_NEAR(system->getGeneralizedVelocity()[0], -sign * 0.005, 1e-14);
+    contact::ContactProblemList problems;
+    system->appendJointLimits(problems);
+    ASSERT_EQ(problems.size(), 1u);
+    EXPECT_LT(problems[0].depth_, 0.0);
+    EXPECT_EQ(problems[0].rank_, 5u);
+    EXPECT_EQ(system->enforceJointLimits(problems[0]), 0.0);
+    // Exactly on the limit, and with equal limits, there is no problem.
+    system->setGeneralizedCoordinate({sign * 0.1});
+    system->appendJointLimits(problems);
+    system->setJointLimits({JointLimit{{-0.05, -0.05}}});
+    system->appendJointLimits(problems);
+    EXPECT_EQ(problems.size(), 1u);
+  }
+}
+
+TEST(ArticulatedJointLimit, StopsCoupledJointsTogether) {
+  Child upper = onJoint(Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
+  upper.jointLimit[0] = -0.2;
+  upper.jointLimit[1] = 0.2;
+  Child lower = upper;
+  lower.jointName = "knee";
+  lower.bodyName = "shank";
+  lower.jointPosition = {{0.0, 0.0, -1.0}};
+  upper.childrenMovable.push_back(lower);
+  const auto system = fixedBase(upper);
+  // Both bend outwards: stopping one drives the other on.
+  system->setGeneralizedCoordinate({0.21, 0.21});
+  system->setGeneralizedVelocity({1.0, 2.0});
+  step(*system, kDown, 0.001);
+  // Gauss-Seidel over both; the coupling shrinks each sweep by a factor below 0.8.
+  EXPECT_NEAR(system->getGeneralizedVelocity().e().cwiseAbs().maxCoeff(), 0.0, 1e-9);
+}
+
+TEST(ArticulatedJointLimit, SphericalJointStaysInItsCone) {
+  Child body = onJoint(Joint::SPHERICAL, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
+  body.inertia = {{0.1, 0.02, 0.0, 0.02, 0.2, 0.01, 0.0, 0.01, 0.3}};
+  body.jointLimit[0] = 0.3;
+  const auto system = fixedBase(body);
+  system->setGeneralizedVelocity({1.0, 2.0, 0.5});
+  for (int i = 0; i < 300; ++i) step(*system, kWeightless, 0.001);
+  const double angle = 2.0 * std::acos(system->getGeneralizedCoordinate()[0]);
+  EXPECT_GT(angle, 0.3);
+  EXPECT_LT(angle, 0.3 + 0.02);
+  const VecDyn& u = system->getGeneralizedVelocity();
+  const VecDyn& q = system->getGeneralizedCoordinate();
+  EXPECT_LT(q[1] * u[0] + q[2] * u[1] + q[3] * u[2], 1e-3);
+  EXPECT_GT(u.e().norm(), 0.05);  // sliding along the cone goes on
+  // Turning back is free.
+  system->setGeneralizedVelocity({-q[1], -q[2], -q[3]});
+  step(*system, kWeightless, 0.001);
+  EXPECT_LT(q[1] * u[0] + q[2] * u[1] + q[3] * u[2], -0.01);
+}
+
+}  // namespace
+}  // namespace zelvik

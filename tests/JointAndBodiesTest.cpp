@@ -1,0 +1,297 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <random>
+#include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
+#include <zelvik/object/GeomRecord.hpp>
+#include <zelvik/rotation.hpp>
+
+#include "Messages.hpp"
+
+namespace zelvik {
+namespace {
+
+using messages::OnFatal;
+
+/// Random trees with bodies on fixed joints anywhere in them.
+class MixedTree {
+ public:
+  explicit MixedTree(std::uint32_t seed) : engine_(seed) {}
+
+  Child make(size_t depth, bool fixed) {
+    Child node;
+    node.jointType = fixed ? Joint::FIXED : Joint::REVOLUTE;
+    node.bodyName = "b" + std::to_string(count_);
+    node.jointName = "j" + std::to_string(count_++);
+    node.mass = engine_() % 5 == 0 ? 0.0 : uniform(0.1, 3.0);
+    node.com = vector();
+    node.jointPosition = vector();
+    node.jointRotation = rotation();
+    if (node.mass > 0.0)
+      similarityTransform(rotation(), Mat33{{0.3, 0, 0, 0, 0.4, 0, 0, 0, 0.5}}, node.inertia);
+    CollisionBody& body = node.collisionBodies.emplace_back();
+    body.collisionBodyName = node.bodyName;
+    body.posOffset = vector();
+    body.rotOffset = rotation();
+    VisObject& visual = node.visObjects.emplace_back();
+    visual.name = node.bodyName + " visual";
+    visual.offset = body.posOffset;
+    visual.rot = body.rotOffset;
+    if (depth == 0) return node;
+    for (std::uint32_t i = engine_() % 4; i > 0; --i) {
+      const bool childFixed = engine_() % 2 == 0;
+      (childFixed ? node.childrenFixed : node.childrenMovable)
+          .push_back(make(depth - 1, childFixed));
+    }
+    return node;
+  }
+
+ private:
+  double uniform(double lower, double upper) {
+    return lower + (upper - lower) * static_cast<double>(engine_()) / 4294967296.0;
+  }
+  Vec3 vector() {
+    const double x = uniform(-1, 1), y = uniform(-1, 1);
+    return {{x, y, uniform(-1, 1)}};
+  }
+  Mat33 rotation() {
+    const Vec3 axis = vector();
+    const double angle = uniform(-3, 3);
+    Mat33 R;
+    rotationAboutAxis((1.0 / norm(axis)) * axis, std::cos(angle), std::sin(angle), R);
+    return R;
+  }
+
+  std::mt19937 engine_;
+  size_t count_ = 0;
+};
+
+/// What a tree at coordinate zero amounts to in the world.
+struct Whole {
+  double mass = 0.0;
+  Vec3 moment{};
+  Mat33 inertia{};  // about the origin
+  std::map<std::string, std::pair<Vec3, Mat33>> shapes, joints;
+};
+
+/// With general products, unlike the code under test.
+void addTo(Whole& whole, const Child& node, const Vec3& parentPosition,
+           const Mat33& parentRotation) {
+  const Vec3 p = parentPosition + parentRotation * node.jointPosition;
+  const Mat33 R = parentRotation * node.jointRotation;
+  const Vec3 c = p + R * node.com;
+  whole.mass += node.mass;
+  whole.moment += node.mass * c;
+  const Mat33 s = skew(c);
+  whole.inertia += R * node.inertia * transpose(R) + node.mass * (transpose(s) * s);
+  whole.joints[node.jointName] = {p, R};
+  for (const CollisionBody& body : node.collisionBodies)
+    whole.shapes[body.collisionBodyName] = {p + R * body.posOffset, R * body.rotOffset};
+  for (const VisObject& visual : node.visObjects)
+    whole.shapes[visual.name] = {p + R * visual.offset, R * visual.rot};
+  for (const auto* children : {&node.childrenFixed, &node.childrenMovable})
+    for (const Child& child : *children) addTo(whole, child, p, R);
+}
+
+template <unsigned long n, unsigned long m>
+double largestDifference(const Mat<n, m>& a, const Mat<n, m>& b) {
+  double largest = 0.0;
+  for (size_t i = 0; i < n * m; ++i) largest = std::max(largest, std::fabs(a[i] - b[i]));
+  return largest;
+}
+
+double poseDifference(const std::pair<Vec3, Mat33>& a, const std::pair<Vec3, Mat33>& b) {
+  return std::max(largestDifference(a.first, b.first), largestDifference(a.second, b.second));
+}
+
+/// Rounding of chains of at most six transforms of values of order ten.
+constexpr double kTolerance = 1e-12;
+
+TEST(ConsumeFixedBodies, KeepsTheWholeInTheWorld) {
+  for (std::uint32_t seed = 0; seed < 200; ++seed) {
+    Child root = MixedTree(seed).make(5, false);
+    Whole before, after;
+    addTo(before, root, {}, Mat33::identity());
+    std::vector<CoordinateFrame> frames;
+    root.consumeFixedBodies(frames);
+    addTo(after, root, {}, Mat33::identity());
+
+    const double scale = 1.0 + before.mass * 100.0;
+    EXPECT_NEAR(after.mass, before.mass, kTolerance * scale);
+    EXPECT_LT(largestDifference(after.moment, before.moment), kTolerance * scale);
+    EXPECT_LT(largestDifference(after.inertia, before.inertia), kTolerance * scale);
+    ASSERT_EQ(after.shapes.size(), before.shapes.size());
+    for (const auto& [name, pose] : before.shapes)
+      EXPECT_LT(poseDifference(after.shapes.at(name), pose), kTolerance);
+    // Every joint below the root has left a frame; movable ones are still where they were.
+    ASSERT_EQ(frames.size(), before.joints.size() - 1);
+    for (const CoordinateFrame& frame : frames) {
+      EXPECT_EQ(frame.isChild, frame.jointType != Joint::FIXED);
+      EXPECT_EQ(frame.isChild, after.joints.count(frame.name) == 1);
+      if (!frame.isChild) continue;
+      EXPECT_LT(poseDifference(after.joints.at(frame.name), before.joints.at(frame.name)),
+                kTolerance);
+    }
+    EXPECT_EQ(root.numberOfBodiesFromHere(), after.joints.size());
+  }
+}
+
+Child named(const std::string& name, Joint::Type type) {
+  Child node;
+  node.bodyName = name;
+  node.jointName = "to_" + name;
+  node.jointType = type;
+  return node;
+}
+
+TEST(ConsumeFixedBodies, OrderOfChildrenAndFrames) {
+  // root -> m1, root =f1= (=f2= m3, m2), where = is a fixed joint.
+  Child f2 = named("f2", Joint::FIXED), f1 = named("f1", Joint::FIXED), root;
+  f2.jointPosition = {{0, 1, 0}};
+  f1.jointRotation = {{0, 1, 0, -1, 0, 0, 0, 0, 1}};  // quarter turn about z
+  f1.jointPosition = {{1, 0, 0}};
+  f2.childrenMovable.push_back(named("m3", Joint::SPHERICAL));
+  f1.childrenMovable.push_back(named("m2", Joint::PRISMATIC));
+  f1.childrenFixed.push_back(f2);
+  root.bodyName = "base";
+  root.childrenMovable.push_back(named("m1", Joint::REVOLUTE));
+  root.childrenFixed.push_back(f1);
+  root.com = {{9, 9, 9}};
+
+  std::vector<CoordinateFrame> frames;
+  root.consumeFixedBodies(frames);
+  std::string movable, listed;
+  for (const Child& child : root.childrenMovable) movable += child.bodyName + " ";
+  EXPECT_EQ(movable, "m1 m2 m3 ");
+  for (const CoordinateFrame& frame : frames)
+    listed += frame.name + "@" + frame.parentName + "/" + frame.bodyName + " ";
+  EXPECT_EQ(listed, "to_m1@m1/m1 to_m2@m2/m2 to_m3@m3/m3 to_f1@base/f1 to_f2@base/f2 ");
+  EXPECT_EQ(frames[4].position[0], 0.0);  // (1, 0, 0) + Rz(90) (0, 1, 0)
+  EXPECT_EQ(root.com[0], 0.0);            // a body without mass has its centre at the origin
+  EXPECT_TRUE(root.childrenFixed.empty());
+  EXPECT_EQ(root.numberOfBodiesFromHere(), 4u);
+  EXPECT_EQ(root.numberOfGCFromHere(), 6u);
+  EXPECT_EQ(root.numberOfDOFFromHere(), 5u);
+}
+
+TEST(ConsumeFixedBodies, MovableJointsNeedANameFixedOnesDoNot) {
+  Child root, fixed = named("f", Joint::FIXED), nameless = named("n", Joint::REVOLUTE);
+  fixed.jointName.clear();
+  nameless.jointName.clear();
+  std::vector<CoordinateFrame> frames;
+  root.childrenFixed.push_back(fixed);
+  EXPECT_EQ(messages::of([&] { Child(root).consumeFixedBodies(frames); }), "");
+  root.childrenMovable.push_back(nameless);
+  EXPECT_EQ(messages::of([&] { root.consumeFixedBodies(frames); }),
+            "JointAndBodiesFixed.cpp: All joints must have a name");
+}
+
+TEST(ChildNode, CountsByType) {
+  const struct {
+    int type;
+    size_t coordinates, velocities;
+  } rows[] = {{0, 0, 0}, {1, 1, 1}, {2, 1, 1}, {3, 4, 3},
+              {4, 7, 6}, {5, 0, 0}, {7, 0, 0}, {-1, 0, 0}};
+  for (const auto& row : rows) {
+    Child node;
+    node.jointType = static_cast<Joint::Type>(row.type);
+    EXPECT_EQ(node.numberOfBodiesFromHere(), 1u);
+    EXPECT_EQ(node.numberOfGCFromHere(), row.coordinates) << row.type;
+    EXPECT_EQ(node.numberOfDOFFromHere(), row.velocities) << row.type;
+  }
+}
+
+/// The lists that a system hands to `initCollisionBodies`.
+struct Geoms {
+  std::vector<CollisionDefinition> definitions;
+  std::vector<VisObject> visuals;
+  std::vector<dTriMeshDataID> meshData;
+  std::vector<std::vector<float>> vertices;
+  std::vector<std::vector<unsigned int>> indices;
+
+  void create(Child& tree) {
+    tree.initCollisionBodies(definitions, visuals, meshData, vertices, indices, testing::TempDir());
+  }
+  ~Geoms() {
+    for (const CollisionDefinition& definition : definitions) destroyGeom(definition.colObj);
+    for (dTriMeshDataID data : meshData) dGeomTriMeshDataDestroy(data);
+  }
+};
+
+CollisionBody shape(Shape::Type type, const std::vector<double>& size) {
+  CollisionBody body;
+  body.shape = type;
+  body.size = size;
+  body.collisionBodyName = "link/0";
+  body.material = "rubber";
+  return body;
+}
+
+TEST(CollisionBodies, GeomsAndVisualsStandSideBySide) {
+  std::ofstream(testing::TempDir() + "tetra.obj")
+      << "v 1 0 0\nv 0 1 0\nv 0 0 1\nv 0 0 0\nv 5 5 5\nf 1 2 3\nf 1 4 2\nf 2 4 3\nf 3 4 1\n";
+  Child root, child;
+  child.bodyIdx = 1;
+  root.collisionBodies = {shape(Shape::BOX, {1, 2, 3}), shape(Shape::MESH, {})};
+  root.collisionBodies[1].meshFileName = "tetra.obj";
+  root.collisionBodies[1].scale = {{2, 1, 0.5}};
+  child.collisionBodies = {shape(Shape::CYLINDER, {0.1, 2}), shape(Shape::SPHERE, {0.3}),
+                           shape(Shape::CAPSULE, {0.2, 1})};
+  child.collisionBodies[1].posOffset = {{1, 2, 3}};
+  root.childrenMovable.push_back(child);
+  Geoms geoms;
+  geoms.create(root);
+
+  const int classes[] = {dBoxClass, dTriMeshClass, dCylinderClass, dSphereClass, dCapsuleClass};
+  ASSERT_EQ(geoms.definitions.size(), 5u);
+  ASSERT_EQ(geoms.visuals.size(), 5u);
+  for (size_t i = 0; i < 5; ++i) {
+    EXPECT_EQ(dGeomGetClass(geoms.definitions[i].colObj), classes[i]);
+    EXPECT_EQ(geoms.definitions[i].localIdx, i < 2 ? 0u : 1u);
+    EXPECT_EQ(geoms.visuals[i].localIdx, geoms.definitions[i].localIdx);
+    EXPECT_EQ(geoms.definitions[i].getMaterial(), "rubber");
+    EXPECT_EQ(dGeomGetSpace(geoms.definitions[i].colObj), nullptr);
+  }
+  EXPECT_EQ(geoms.definitions[3].offsetPosition[2], 3.0);
+  EXPECT_EQ(dGeomSphereGetRadius(geoms.definitions[3].colObj), 0.3);
+  dReal box[6];
+  dGeomGetAABB(geoms.definitions[1].colObj, box);
+  EXPECT_EQ(box[1], 2.0);  // x doubled, and the unused vertex is gone
+  EXPECT_EQ(box[5], 0.5);
+}
+
+TEST(CollisionBodies, UnusableShapesAreRefusedBeforeTheyBecomeGeoms) {
+  const double nan = std::nan("");
+  CollisionBody ply = shape(Shape::MESH, {});
+  ply.meshFileName = "a.ply";
+  const std::pair<CollisionBody, std::string> rows[] = {
+      {shape(Shape::BOX, {1, 2}), "collision body 'link/0': a box takes 3 sizes, 2 given"},
+      {shape(Shape::SPHERE, {}), "collision body 'link/0': a sphere takes 1 sizes, 0 given"},
+      {shape(Shape::SPHERE, {-1}), "collision body 'link/0': -1 is no size of a sphere"},
+      {shape(Shape::CAPSULE, {1, nan}), "collision body 'link/0': nan is no size of a capsule"},
+      {shape(Shape::CYLINDER, {INFINITY, 1}),
+       "collision body 'link/0': inf is no size of a cylinder"},
+      {shape(static_cast<Shape::Type>(6), {1}), "collision body 'link/0': unknown shape 6"},
+      {ply, "Mesh collision bodies must be in an obj format"},
+  };
+  for (const auto& [body, text] : rows) {
+    Child root;
+    root.collisionBodies = {body, shape(Shape::SPHERE, {1})};
+    Geoms geoms;
+    EXPECT_EQ(messages::of([&] { geoms.create(root); }, OnFatal::GO_ON),
+              "ArticulatedSystemCollisionBodies.cpp: " + text);
+    EXPECT_EQ(geoms.definitions.size(), 1u);
+    EXPECT_EQ(geoms.visuals.size(), 1u);
+  }
+  EXPECT_EQ(
+      messages::of([] { VisObject(Shape::MESH, {}, {}, Mat33::identity(), {}, {}, "", "", ""); }),
+      "JointAndBodies.cpp: Provide a valid mesh file name");
+}
+
+}  // namespace
+}  // namespace zelvik

@@ -1,0 +1,340 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <tuple>
+#include <zelvik/urdf.hpp>
+
+#include "Messages.hpp"
+
+namespace zelvik {
+namespace {
+
+using messages::OnFatal;
+using urdf::readUrdfTree;
+using urdf::UrdfTree;
+
+const std::string kWhere = "ZelvikTinyXmlWrapper.hpp: in '\"URDF from a string\"' at row:1 col:";
+
+std::string robot(const std::string& content) {
+  return "<robot>" + content + "</robot>";
+}
+
+/// A joint from `parent` to `child` with further content.
+std::string jointText(const std::string& name, const std::string& type, const std::string& parent,
+                      const std::string& child, const std::string& more = "<axis xyz='0 0 2'/>") {
+  return "<joint name='" + name + "' type='" + type + "'>" + more + "<parent link='" + parent +
+         "'/><child link='" + child + "'/></joint>";
+}
+
+/// "name(movable children | fixed children)", depth first.
+std::string shapeOf(const Child& node) {
+  std::string text = node.bodyName;
+  if (node.childrenMovable.empty() && node.childrenFixed.empty()) return text;
+  text += "(";
+  for (const Child& child : node.childrenMovable) text += shapeOf(child) + " ";
+  text += "|";
+  for (const Child& child : node.childrenFixed) text.append(" ").append(shapeOf(child));
+  return text + ")";
+}
+
+std::string shapeOf(const std::string& text, const std::vector<std::string>& order = {}) {
+  return shapeOf(readUrdfTree(text, order).root);
+}
+
+Mat33 orientation(const std::string& attributes) {
+  const std::string text = "<origin " + attributes + "/>";
+  Mat33 R{{7, 7, 7, 7, 7, 7, 7, 7, 7}};
+  EXPECT_TRUE(urdf::getOrientation(ZelvikTinyXmlWrapper(text, "origin"), R));
+  return R;
+}
+
+TEST(UrdfOrientation, EveryAttribute) {
+  const double residue = 1.2246467991473532e-16, h = std::sqrt(0.5);
+  const struct {
+    const char* attributes;
+    Mat33 R;
+  } rows[] = {
+      {"", {{7, 7, 7, 7, 7, 7, 7, 7, 7}}},
+      {"quat='2 0 0 0'", Mat33::identity()},
+      {"rpy='1 2 3' quat='3 0 0 3'", {{0, 1, 0, -1, 0, 0, 0, 0, 1}}},
+      {"rpy='1.5707963267948966 0 0' zaxis='1 0 0'", {{1, 0, 0, 0, 0, 1, 0, -1, 0}}},
+      {"rpy='0 1.5707963267948966 0'", {{0, 0, -1, 0, 1, 0, 1, 0, 0}}},
+      // Rz(90) Ry(90) Rx(0): the order of the three turns shows.
+      {"rpy='0,1.5707963267948966,1.5707963267948966'", {{0, 0, -1, -1, 0, 0, 0, 1, 0}}},
+      {"axisangle='0 0 1 1.5707963267948966' zaxis='1 0 0'", {{0, 1, 0, -1, 0, 0, 0, 0, 1}}},
+      // The axis is not normalised: 2 in place of 1 gives 4 (1 - c) + c and 2 s.
+      {"axisangle='2 0 0 1.5707963267948966'", {{4, 0, 0, 0, 0, 2, 0, -2, 0}}},
+      {"zaxis='0 0 1'", Mat33::identity()},
+      {"zaxis='0 0 -1'", {{1, 0, 0, 0, -1, residue, 0, -residue, -1}}},
+      {"zaxis='1 0 0'", {{0, 0, -1, 0, 1, 0, 1, 0, 0}}},
+      {"zaxis='0 0.70710678118654757 0.70710678118654757'", {{1, 0, 0, 0, h, -h, 0, h, h}}},
+  };
+  for (const auto& row : rows) {
+    const Mat33 R = orientation(row.attributes);
+    for (size_t i = 0; i < 9; ++i) EXPECT_NEAR(R[i], row.R[i], 1e-15) << row.attributes << " " << i;
+  }
+  EXPECT_EQ(orientation("zaxis='0 0 -1'")[5], residue);
+}
+
+TEST(UrdfShape, EveryGeometry) {
+  const struct {
+    const char* text;
+    Shape::Type shape;
+    std::vector<double> sizes;
+    const char* file;
+    double scaleX;
+  } rows[] = {
+      {"<box size='1 2 3'/>", Shape::BOX, {1, 2, 3}, "", 1},
+      {"<mesh filename='a.obj'/>", Shape::MESH, {1, 1, 1}, "a.obj", 1},
+      {"<mesh filename='a.obj' scale='2, 3, 4'/>", Shape::MESH, {2, 3, 4}, "a.obj", 2},
+      {"<cylinder radius='1' length='2'/>", Shape::CYLINDER, {1, 2}, "", 1},
+      {"<capsule radius='1' length='2'/><box/>", Shape::CAPSULE, {1, 2}, "", 1},
+      {"<sphere radius='.5'/>", Shape::SPHERE, {0.5}, "", 1},
+  };
+  for (const auto& row : rows) {
+    const ZelvikTinyXmlWrapper geometry("<geometry>" + std::string(row.text) + "</geometry>",
+                                        "geometry");
+    urdf::UrdfBody body;
+    EXPECT_TRUE(urdf::geometry2body(geometry, body, "")) << row.text;
+    EXPECT_EQ(body.shape, row.shape);
+    EXPECT_EQ(body.shapeParam, row.sizes) << row.text;
+    EXPECT_EQ(body.fileName, row.file);
+    EXPECT_EQ(body.scale[0], row.scaleX);
+  }
+}
+
+TEST(UrdfJoint, TypesLimitsAndDynamics) {
+  const std::pair<const char*, Joint::Type> types[] = {
+      {"revolute", Joint::REVOLUTE},   {"continuous", Joint::REVOLUTE},
+      {"prismatic", Joint::PRISMATIC}, {"spherical", Joint::SPHERICAL},
+      {"fixed", Joint::FIXED},         {"free", Joint::FLOATING},
+      {"floating", Joint::FLOATING}};
+  const std::string common = "<axis xyz='0 0 2'/><origin xyz='1 2 3' zaxis='1 0 0'/>";
+  for (const auto& [text, type] : types) {
+    urdf::UrdfJoint joint;
+    const std::string limit = type == Joint::SPHERICAL ? "" : "<limit velocity='1'/>";
+    const ZelvikTinyXmlWrapper element(jointText("j", text, "a", "b", common + limit), "joint");
+    EXPECT_TRUE(urdf::readJoint(element, joint)) << text;
+    EXPECT_EQ(joint.type, type);
+    const bool readsAxis = type != Joint::FIXED && type != Joint::SPHERICAL;
+    const std::vector<double> read = {joint.axis[2], joint.lower,  joint.upper,
+                                      joint.effort,  joint.pos[2], joint.rot(0, 2)};
+    using Limits = std::numeric_limits<double>;
+    EXPECT_EQ(read, std::vector<double>(
+                        {readsAxis ? 2.0 : 0.0, Limits::lowest(), Limits::max(), -1.0, 3.0, 1.0}));
+  }
+
+  const std::string full =
+      "<axis xyz='0 0 2'/><limit lower='0.5' upper='2' effort='3'/><limit lower='9'/>"
+      "<dynamics damping='4' friction='5' stiffness='6' rotor_inertia='7' spring_mount='8 0 0 1'/>";
+  for (const char* type : {"revolute", "spherical"}) {
+    const bool spherical = type[0] == 's';
+    const UrdfTree tree = readUrdfTree(robot(jointText("j", type, "a", "b", full)));
+    ASSERT_TRUE(tree.ok);
+    const Child& body = tree.root.childrenMovable.at(0);
+    const std::vector<double> read = {body.jointAxis[2],  body.jointLimit[0], body.jointLimit[1],
+                                      body.effort,        body.damping,       body.friction,
+                                      body.stiffness,     body.rotorInertia,  body.springMount[0],
+                                      body.springMount[3]};
+    using V = std::vector<double>;
+    const double none = std::numeric_limits<double>::max();
+    EXPECT_EQ(read, spherical ? V({0, 0.5, none, 3, 4, 5, 6, 7, 8, 1})
+                              : V({1, 0.5, 2, 3, 4, 5, 6, 7, 8, 0}));
+  }
+}
+
+TEST(UrdfLink, MassShapesAndMaterials) {
+  const std::string text = robot(
+      "<material name='red'><color rgba='1 0 0 0.5'/></material><sensor/>"
+      "<link name='base'><unknown/>"
+      "<inertial><origin xyz='1 2 3' rpy='0 0 1.5707963267948966'/><mass value='2'/>"
+      "<inertia ixx='1' iyy='2' izz='3' ixz='0.25'/></inertial>"
+      "<visual><geometry><box size='1 1 1'/></geometry><material name='red'/></visual>"
+      "<collision><geometry><box size='1 1 1'/></geometry><material name='red'>"
+      "<contact name='rubber'/></material></collision>"
+      "<visual><geometry><box size='1 1 1'/></geometry><material name='unheard'/></visual>"
+      "<collision><origin xyz='0 0 4'/><geometry><sphere radius='1'/></geometry></collision></link>"
+      "<link name='base'><inertial><mass value='99'/></inertial></link>");
+  const Child base = readUrdfTree(text).root;
+  EXPECT_EQ(base.jointType, Joint::FLOATING);
+  EXPECT_EQ(base.jointName, "");
+  EXPECT_EQ(base.mass, 2.0);
+  EXPECT_EQ(base.com[2], 3.0);
+  const Mat33 inertia{{2, 0, 0, 0, 1, 0.25, 0, 0.25, 3}};  // x of the file is y of the link
+  for (size_t i = 0; i < 9; ++i) EXPECT_NEAR(base.inertia[i], inertia[i], 1e-15) << i;
+  std::string shapes;
+  for (const CollisionBody& body : base.collisionBodies)
+    shapes += body.collisionBodyName + ":" + body.material + ":" + body.visualMaterial + " ";
+  EXPECT_EQ(shapes, "base/0:rubber:red base/1:: ");
+  EXPECT_EQ(base.collisionBodies[1].posOffset[2], 4.0);
+  ASSERT_EQ(base.visObjects.size(), 2u);
+  for (const VisObject& visual : base.visObjects) {
+    EXPECT_EQ(visual.color[0], 0.7);
+    EXPECT_EQ(visual.color[3], 1.0);
+  }
+
+  Mat33 symmetric{};
+  const ZelvikTinyXmlWrapper inertial(
+      "<inertial><inertia ixx='1' iyy='2' izz='3' ixy='4' ixz='5' "
+      "iyz='6'/><inertia/></inertial>",
+      "inertial");
+  EXPECT_TRUE(urdf::getInertia(inertial, symmetric));
+  const double values[9] = {1, 4, 5, 4, 2, 6, 5, 6, 3};
+  for (size_t i = 0; i < 9; ++i) EXPECT_EQ(symmetric[i], values[i]);
+
+  const Child massless = readUrdfTree(robot("<link name='a'><inertial><origin xyz='1 1 1'/><mass/>"
+                                            "<inertia ixx='1' iyy='1' izz='1'/></inertial></link>"))
+                             .root;
+  EXPECT_EQ(massless.inertia[0], 0.0);
+  EXPECT_EQ(massless.com[0], 0.0);
+}
+
+TEST(UrdfTreeBuilding, OrderRootAndFixedBase) {
+  const std::string two = jointText("b", "revolute", "r", "x") + jointText("a", "fixed", "r", "y") +
+                          jointText("c", "revolute", "r", "z");
+  EXPECT_EQ(shapeOf(robot(two)), "r(x z | y)");
+  EXPECT_EQ(shapeOf(robot(two), {"c"}), "r(z x | y)");
+  EXPECT_EQ(shapeOf(robot(two), {"c", "a", "b"}), "r(z x | y)");
+  EXPECT_EQ(shapeOf(robot("<link name='b'/><link name='a'/>" + two)), "a");
+  EXPECT_EQ(shapeOf(robot(jointText("a", "fixed", "r", "x") + jointText("a", "fixed", "r", "y"))),
+            "r(| x)");
+
+  const std::string world =
+      robot(jointText("j2", "fixed", "world", "base", "<origin xyz='0 0 1'/>") +
+            jointText("j3", "fixed", "world", "other", "<origin xyz='0 0 5' rpy='1 0 0'/>") +
+            jointText("j4", "revolute", "base", "tip"));
+  UrdfTree tree;
+  EXPECT_EQ(messages::of([&] { tree = readUrdfTree(world); }), "");
+  EXPECT_EQ(shapeOf(tree.root), "base(tip |)");
+  EXPECT_EQ(tree.root.jointType, Joint::FIXED);
+  EXPECT_EQ(tree.root.jointName, "j2");
+  EXPECT_EQ(tree.root.parentJointName, "world");
+  EXPECT_EQ(tree.fixedBasePosition[2], 1.0);   // of the first joint under "world"
+  EXPECT_EQ(tree.root.jointPosition[2], 5.0);  // of the last one
+  EXPECT_NEAR(tree.root.jointRotation(1, 1), std::cos(1.0), 1e-15);
+  EXPECT_EQ(messages::of(
+                [&] { tree = readUrdfTree(robot(jointText("j", "revolute", "world", "base"))); }),
+            "urdfLoader2.cpp: the joint 'j' under the link \"world\" is treated as fixed");
+  EXPECT_EQ(tree.root.jointType, Joint::FIXED);
+}
+
+TEST(UrdfFaults, ExactTexts) {
+  const std::string body = "<link name='a'><collision>", end = "</collision></link>";
+  const auto attribute = [](int column, const std::string& node, const std::string& name) {
+    return kWhere + std::to_string(column) + ", the node '" + node +
+           "' does not contain a attribute called '" + name + "'";
+  };
+  const auto child = [](int column, const std::string& node, const std::string& name) {
+    return kWhere + std::to_string(column) + ", the node '" + node +
+           "' does not contain a child called '" + name + "'";
+  };
+  const std::string loader = "urdfLoader2.cpp: ";
+  const struct {
+    std::string content, text;
+    std::vector<std::string> order = {};
+  } rows[] = {
+      {"<link/>", attribute(8, "link", "name")},
+      {"<material/>", attribute(8, "material", "name")},
+      {"<material name='m'><color/></material>", attribute(27, "color", "rgba")},
+      {"<joint/>", attribute(8, "joint", "name")},
+      {"<joint name='j'/>", attribute(8, "joint", "type")},
+      {jointText("j", "screw", "a", "b"),
+       "urdfLoader2Elements.cpp: currently only support revolute/prismatic/fixed joint/spherical"},
+      {jointText("j", "revolute", "a", "b", ""), child(8, "joint", "axis")},
+      {"<joint name='j' type='fixed'><child link='b'/></joint>", child(8, "joint", "parent")},
+      {"<joint name='j' type='fixed'><parent link='b'/></joint>", child(8, "joint", "child")},
+      {jointText("j", "fixed", "a", "b", "<origin rpy='0 0 0'/>"), attribute(37, "origin", "xyz")},
+      {jointText("j", "spherical", "a", "b", "<limit upper='1'/>"),
+       kWhere +
+           "41, the node 'limit'Spherical joint needs the attribute \"lower\" to have a limit."},
+      {jointText("j", "spherical", "a", "b", "<limit lower='-1'/>"),
+       kWhere + "41, the node 'limit'Spherical joint cannot have negative limit"},
+      {body + end, child(23, "collision", "geometry")},
+      {body + "<geometry/>" + end, kWhere + "34, the node 'geometry' does not contain a child"},
+      {body + "<geometry><cone/></geometry>" + end,
+       kWhere + "44, the node 'cone' unrecognized shape: \"cone\""},
+      {body + "<geometry><cylinder radius='1'/></geometry>" + end,
+       attribute(44, "cylinder", "length")},
+      {body + "<geometry><sphere radius='1'/></geometry><material/>" + end,
+       attribute(75, "material", "name")},
+      {body + "<geometry><box size='1 2'/></geometry>" + end,
+       "ZelvikTinyXmlWrapper.hpp: Dimension mismatch. File: \"URDF from a string\", Attribute: "
+       "robot/link/collision/geometry/box/size, at row:1 col:44 should have a dimension of 3"},
+      {"<link name='a'><inertial/></link>", child(23, "inertial", "mass")},
+      {"<link name='a'><inertial><mass/><inertia ixx='1' izz='1'/></inertial></link>",
+       attribute(40, "inertia", "iyy")},
+      {"", kWhere + "1, the node 'robot' does not contain a link that is no child of a joint"},
+      {"<link name='world'/>",
+       kWhere + "1, the node 'robot' contains a link 'world' without children"},
+      {"", loader + "given joint names are not found in the file", {"j"}},
+      {jointText("j", "fixed", "a", "b"),
+       loader + "given joint names are not found in the file",
+       {"j", "j"}},
+      {jointText("j", "floating", "a", "b"),
+       loader + "Floating joints are only supported at the root: 'j'"},
+      {jointText("i", "fixed", "r", "a") + jointText("j", "fixed", "a", "b") +
+           jointText("k", "fixed", "b", "a"),
+       loader + "the joints form a loop through the link 'b'"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(messages::of([&] { readUrdfTree(robot(row.content), row.order); }), row.text);
+    // Where the callback returns, reading stops all the same, with the one message.
+    bool ok = true;
+    EXPECT_EQ(
+        messages::of([&] { ok = readUrdfTree(robot(row.content), row.order).ok; }, OnFatal::GO_ON),
+        row.text);
+    EXPECT_FALSE(ok) << row.text;
+  }
+}
+
+TEST(UrdfTreeBuilding, LongChainsAreBuiltInPlace) {
+  const auto numbered = [](std::string prefix, int i) { return prefix += std::to_string(i); };
+  std::string text;
+  for (int i = 0; i < 2000; ++i)
+    text += jointText(numbered("j", i), i % 2 == 1 ? "fixed" : "revolute", numbered("l", i),
+                      numbered("l", i + 1));
+  UrdfTree tree = readUrdfTree(robot(text));
+  ASSERT_TRUE(tree.ok);
+  std::vector<CoordinateFrame> frames;
+  tree.root.consumeFixedBodies(frames);
+  EXPECT_EQ(tree.root.numberOfBodiesFromHere(), 1001u);
+  EXPECT_EQ(frames.size(), 2000u);
+
+  text += jointText("last", "revolute", "l2000", "l2001");
+  EXPECT_NE(messages::of([&] { readUrdfTree(robot(text)); }).find("more than 2000 joints deep"),
+            std::string::npos);
+}
+
+void checkBody(const Child& body, double& mass) {
+  mass += body.mass;
+  // A distribution of mass exists: the moments obey the triangle inequality.
+  const double ixx = body.inertia[0], iyy = body.inertia[4], izz = body.inertia[8];
+  EXPECT_GT(std::min({body.mass, ixx, iyy, izz}), 0.0) << body.bodyName;
+  EXPECT_GE((ixx + iyy + izz) * 0.5000001, std::max({ixx, iyy, izz})) << body.bodyName;
+  for (const Child& child : body.childrenMovable) checkBody(child, mass);
+}
+
+TEST(Models, LoadWithoutAWordAndAreSound) {
+  const std::tuple<const char*, double, size_t> rows[] = {
+      {"quadruped", 12.0, 18}, {"arm", 17.0, 8}, {"humanoid", 60.0, 32}};
+  for (const auto& [name, expectedMass, velocities] : rows) {
+    UrdfTree tree;
+    std::vector<CoordinateFrame> frames;
+    EXPECT_EQ(messages::of([&] {
+                tree = readUrdfTree(std::string(ZELVIK_MODEL_DIR) + "/" + name + ".urdf");
+                tree.root.consumeFixedBodies(frames);
+              }),
+              "");
+    EXPECT_EQ(tree.root.numberOfDOFFromHere(), velocities) << name;
+    double mass = 0.0;
+    checkBody(tree.root, mass);
+    EXPECT_NEAR(mass, expectedMass, 1e-9) << name;
+  }
+}
+
+}  // namespace
+}  // namespace zelvik

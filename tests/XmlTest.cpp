@@ -1,0 +1,214 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <zelvik/Materials.hpp>
+#include <zelvik/ZelvikTinyXmlWrapper.hpp>
+#include <zelvik/ZelvikTinyXmlWriter.hpp>
+
+#include "Messages.hpp"
+
+namespace zelvik {
+namespace {
+
+using Xml = ZelvikTinyXmlWrapper;
+using messages::OnFatal;
+
+std::string temporaryFile(const std::string& name, const std::string& content) {
+  const std::string path = testing::TempDir() + name;
+  std::ofstream(path) << content;
+  return path;
+}
+
+std::vector<double> listOf(const std::string& text) {
+  const NumberList list(text);
+  std::vector<double> values(list.count());
+  list.read(values.data());
+  return values;
+}
+
+TEST(NumberList, Table) {
+  using V = std::vector<double>;
+  const std::pair<const char*, V> good[] = {
+      {"1 2 3", {1, 2, 3}},
+      {"1,2,3", {1, 2, 3}},
+      {" 1, 2,  3 ", {1, 2, 3}},
+      {"1   2  3", {1, 2, 3}},
+      {"   1 2   ", {1, 2}},
+      {"7", {7}},
+      {" 7", {7}},
+      {"1 2,3", {1, 3}},
+      {"1e2,0x10,-.5", {100, 16, -0.5}},
+      {"1\t2", {1}},
+      {"3junk,4", {3, 4}},
+      {"1\n,2", {1, 2}},
+      {"  1 , 2", {1, 2}},
+  };
+  for (const auto& [text, values] : good) EXPECT_EQ(listOf(text), values) << text;
+  for (const char* text : {"", " ", ",", "1,,2", "1,2,", "a b", "1 x"})
+    EXPECT_THROW(listOf(text), std::invalid_argument) << text;
+  EXPECT_THROW(listOf("1 1e999"), std::out_of_range);
+}
+
+TEST(NumberList, TakesTimeProportionalToItsLength) {
+  // Erasing at the front instead would move 10^12 bytes and run into the time limit of the test.
+  std::string text = "1.5";
+  for (int i = 1; i < 500000; ++i) text += ", 1.5";
+  EXPECT_EQ(listOf(text).size(), 500000u);
+}
+
+TEST(XmlDepth, SeesWhatTheParserWouldNest) {
+  const std::pair<const char*, size_t> rows[] = {
+      {"<a><b/><c><d></d></c></a>", 3},
+      {"<a><!-- <x><y><z> --><b/></a>", 2},
+      {"<a v='<x><y>' w=\"/>\"><b/></a>", 2},
+      {"<?xml version='1.0'?><a><![CDATA[<x>]]></a>", 1},
+      {"</a></a><a><b>", 2},
+      {"", 0},
+      {"<a", 1},
+      {"<a><!-- open <b>", 1},
+  };
+  for (const auto& [text, depth] : rows) EXPECT_EQ(xmlNestingDepth(text), depth) << text;
+}
+
+TEST(XmlWrapper, FaultsSayWhereTheyAre) {
+  const std::string where =
+      "ZelvikTinyXmlWrapper.hpp: in '\"URDF from a string\"' at row:2 col:2, ";
+  const auto child = [](auto&& use) {
+    return messages::of([&] {
+      const Xml root("<r>\n <c v='1 2' n='x'/></r>", "r");
+      use(root.getChildren("c").at(0));
+    });
+  };
+  EXPECT_EQ(child([](const Xml& c) { c.getAttributeMust<double>("k"); }),
+            where + "the node 'c' does not contain a attribute called 'k'");
+  EXPECT_EQ(child([](const Xml& c) { c.getChildrenMust("k"); }),
+            where + "the node 'c' does not contain a child called 'k'");
+  EXPECT_EQ(child([](const Xml& c) { c.getFirstChildMust(); }),
+            where + "the node 'c' does not contain a child");
+  EXPECT_EQ(child([](const Xml& c) { c.errorMessage("!"); }), where + "the node 'c'!");
+  EXPECT_EQ(
+      child([](const Xml& c) { c.getAttributeMust<Vec3>("v"); }),
+      "ZelvikTinyXmlWrapper.hpp: Dimension mismatch. File: \"URDF from a string\", Attribute: "
+      "r/c/v, at row:2 col:2 should have a dimension of 3");
+
+  const auto load = [](const std::string& source) {
+    return messages::of([&] { Xml(source, "r"); });
+  };
+  EXPECT_EQ(load("<s/>"), "ZelvikTinyXmlWrapper.hpp: <s/> file does not contain node 'r'");
+  for (const std::string& path :
+       {std::string("/no/such.xml"), testing::TempDir(), temporaryFile("broken.xml", "<r><c></r>")})
+    EXPECT_EQ(load(path), "ZelvikTinyXmlWrapper.hpp: cannot read file: '" + path + "'");
+  std::string deep = "<r>";
+  for (int i = 0; i < 100000; ++i) deep += "<a>";
+  EXPECT_NE(load(deep).find("elements are nested deeper than 1000"), std::string::npos);
+}
+
+TEST(XmlWrapper, ReadsWhatIsThereInDocumentOrder) {
+  const Xml root(
+      "<r i=' 12x' d='0.25e1' u='-1' s='a&lt;b' bad='abc' v='1,2,3' w=''><z/><a/><z/></r>", "r");
+  EXPECT_EQ(root.getAttributeMust<int>("i"), 12);
+  EXPECT_EQ(root.getAttributeMust<double>("d"), 2.5);
+  EXPECT_EQ(root.getAttributeMust<unsigned long>("u"), std::numeric_limits<unsigned long>::max());
+  EXPECT_EQ(root.getAttributeMust<std::string>("s"), "a<b");
+  EXPECT_EQ(root.getAttributeMust<int>("bad"), 0);
+  EXPECT_EQ(root.getAttributeMust<double>("bad"), 0.0);
+  EXPECT_THROW(root.getAttributeMust<unsigned long>("bad"), std::invalid_argument);
+  EXPECT_THROW(root.getAttributeMust<VecDyn>("w"), std::invalid_argument);
+  EXPECT_EQ(root.getAttributeMust<VecDyn>("v").size(), 3u);
+  std::string text = "kept";
+  EXPECT_FALSE(root.getAttributeIfExists("none", text));
+  EXPECT_EQ(text, "kept");
+  std::string names;
+  for (const Xml& child : root.getChildren()) names += child.getName();
+  EXPECT_EQ(names, "zaz");
+  EXPECT_EQ(root.getChildren("z").size(), 2u);
+  EXPECT_EQ(root.getChildren("z")[0].getFullTree(), "r/z/");
+  EXPECT_TRUE(root.getChildren("x").empty());
+}
+
+TEST(XmlWrapper, SurvivesACallbackThatReturns) {
+  const std::string output = messages::of(
+      [] {
+        const Xml missing("<s/>", "r");
+        EXPECT_TRUE(missing.getChildrenMust("a").empty());
+        EXPECT_EQ(missing.getFirstChildMust().getAttributeMust<Vec3>("v")[2], 0.0);
+        const Xml root("<r v='1 2 3 4 5'/>", "r");
+        EXPECT_EQ(root.getAttributeMust<Vec3>("v")[2], 0.0);
+      },
+      OnFatal::GO_ON);
+  EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1) << output;
+}
+
+TEST(XmlWriter, RoundTrip) {
+  const std::string path = testing::TempDir() + "written.xml";
+  VecDyn one(1), none;
+  one[0] = -1.0 / 3.0;
+  const std::string output = messages::of([&] {
+    ZelvikTinyXmlWriter writer("zelvik");
+    for (unsigned long i = 0; i < 30; ++i) writer.getRoot().emplace("c").setAttribute("i", i);
+    auto& last = writer.getRoot().emplace("last");
+    last.setAttribute("v", Vec3{{1e-7, 2.0 / 3.0, -4e5}}).setAttribute("one", one);
+    last.emplace("deep")
+        .setAttribute("q", Vec4{{1, 0, 0, 0}})
+        .element_->SetDoubleAttribute("d", 1e6 / 3.0);
+    writer.save(path);
+    writer.save(path);  // nothing is linked twice
+  });
+  EXPECT_EQ(output, "ZelvikTinyXmlWriter.hpp: Saving world to: " + path +
+                        "\nZelvikTinyXmlWriter.hpp: Saving world to: " + path);
+  const Xml root(path, "zelvik");
+  ASSERT_EQ(root.getChildren("c").size(), 30u);
+  EXPECT_EQ(root.getChildren("c")[29].getAttributeMust<unsigned long>("i"), 29u);
+  const Xml last = root.getChildren("last").at(0), deep = last.getFirstChildMust();
+  EXPECT_EQ(last.getAttributeMust<std::string>("v"), "0.000000, 0.666667, -400000.000000");
+  EXPECT_EQ(last.getAttributeMust<Vec3>("v")[1], 0.666667);
+  EXPECT_EQ(last.getAttributeMust<std::string>("one"), "-0.333333");
+  EXPECT_EQ(last.getAttributeMust<VecDyn>("one").size(), 1u);
+  EXPECT_EQ(deep.getAttributeMust<Vec4>("q")[0], 1.0);
+  EXPECT_EQ(deep.getAttributeMust<std::string>("d"), "333333");
+
+  EXPECT_NE(messages::of([] {
+              ZelvikTinyXmlWriter("r").save("/no/such/x.xml");
+            }).find("failed to save file: /no/such/x.xml. Make sure the directory exists"),
+            std::string::npos);
+}
+
+TEST(MaterialFile, DefaultsAndPairs) {
+  const std::string path = temporaryFile(
+      "materials.xml",
+      "<zelvik><material>"
+      "<pair_prop name1='a' name2='b' friction='0.1' restitution='0.2' "
+      "restitution_threshold='0.3'/>"
+      "<default friction='0.5' restitution='0.6' restitution_threshold='0.7'/>"
+      "<default friction='9' restitution='9' restitution_threshold='9'/>"
+      "<pair_prop name1='b' name2='a' friction='0.4' restitution='0' restitution_threshold='0'/>"
+      "</material><material><default/></material></zelvik>");
+  MaterialManager manager(path);
+  EXPECT_EQ(manager.getMaterialPairProp("a", "b").friction, 0.4);
+  EXPECT_EQ(manager.getMaterialPairProp("a", "unknown").friction, 0.5);
+  EXPECT_EQ(manager.getMaterialPairProp("a", "unknown").restitution, 0.6);
+  EXPECT_EQ(manager.getMaterialPairProp("a", "unknown").restitutionThreshold, 0.7);
+
+  const auto faultOf = [](const std::string& name, const std::string& content) {
+    const std::string file = temporaryFile(name, content);
+    return messages::of([&] { MaterialManager failing(file); });
+  };
+  EXPECT_NE(
+      faultOf("pair.xml",
+              "<zelvik>\n<material><pair_prop name1='a' name2='b' friction='1' "
+              "restitution='0'/></material></zelvik>")
+          .find("pair.xml' at row:2 col:11, the node 'pair_prop' does not contain a attribute "
+                "called 'restitution_threshold'"),
+      std::string::npos);
+  EXPECT_NE(faultOf("none.xml", "<zelvik/>").find("does not contain a child called 'material'"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace zelvik
