@@ -1,0 +1,288 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <ode/ode.h>
+
+#include <exception>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+#include <zelvik/Materials.hpp>
+#include <zelvik/RayHit.hpp>
+#include <zelvik/contact/BisectionContactSolver.hpp>
+#include <zelvik/export.hpp>
+#include <zelvik/math.hpp>
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/object/Box.hpp>
+#include <zelvik/object/Capsule.hpp>
+#include <zelvik/object/CompliantLengthConstraint.hpp>
+#include <zelvik/object/Compound.hpp>
+#include <zelvik/object/Cylinder.hpp>
+#include <zelvik/object/Ground.hpp>
+#include <zelvik/object/HeightMap.hpp>
+#include <zelvik/object/Mesh.hpp>
+#include <zelvik/object/Object.hpp>
+#include <zelvik/object/Sphere.hpp>
+#include <zelvik/object/StiffLengthConstraint.hpp>
+
+namespace zelvik {
+
+/// A simulation: owns every object, every wire, the collision space, the contact solver and the
+/// material table.
+///
+/// A caller fills it by the add operations, which return pointers that stay the world's, and
+/// advances it by `integrate`, or by `integrate1` and `integrate2` to act on this step's contacts.
+/// Objects are added and removed between steps only. Lengths in m, masses in kg, times in s, world
+/// axes.
+///
+/// A world is used from one thread at a time. Worlds may live side by side, but are constructed and
+/// destroyed one at a time; worlds with meshes must not step on several threads at once.
+class ZELVIK_API World {
+ public:
+  static constexpr unsigned long kDefaultGroup = 1;
+  static constexpr unsigned long kAllMask = ~0ul;
+  /// Collision group of grounds, and the default group of height maps: bit 63.
+  static constexpr unsigned long kGroundGroup = 0x8000000000000000ul;
+
+  /// Broad phases of `setBroadPhase`; the contacts are the same set, in another order.
+  enum class BroadPhase {
+    HASH,            ///< the default; good for many bodies of mixed size, allocates in every step
+    SIMPLE,          ///< all pairs; the fastest for one robot, never allocates
+    SWEEP_AND_PRUNE  ///< along x; good for many bodies that are spread out
+  };
+
+  /// Empty world: time step 0.005 s, gravity (0, 0, -9.81) m/s^2.
+  World();
+  ~World();
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+  // --- parameters
+  // ---------------------------------------------------------------------------------
+  void setGravity(const Mat<3, 1>& gravity) { gravity_ = gravity; }
+  void setGravity(const Eigen::Vector3d& gravity) {
+    gravity_ = {{gravity[0], gravity[1], gravity[2]}};
+  }
+  const Mat<3, 1>& getGravity() const { return gravity_; }
+  void setTimeStep(double dt);
+  double getTimeStep() const { return timeStep_; }
+  /// @param erp share of the penetration that becomes separating velocity (1/s); a negative one is
+  ///   stored after the warning "ERP should be positive"
+  /// @param erp2 added to every coefficient of restitution; not tested
+  void setERP(double erp, double erp2);
+  double getERP() const { return solver_.getERP(); }
+  double getERP2() const { return solver_.getERP2(); }
+  /// @param relaxation weight of a newly computed impulse, 1 by default
+  /// @param maxIterations sweep limit, 150 by default
+  /// @param threshold stopping error per contact, 1e-8 by default
+  void setContactSolverParam(double relaxation, double reserved1, double reserved2,
+                             int maxIterations, double threshold);
+  void setDefaultMaterial(double friction, double restitution, double restitutionThreshold);
+  void setMaterialPairProp(const std::string& a, const std::string& b, double friction,
+                           double restitution, double restitutionThreshold);
+  /// Replaces the material table by a copy.
+  void updateMaterialProp(const MaterialManager& manager);
+  /// Puts all geoms, in object order, into a new space of the given kind. Between steps only.
+  void setBroadPhase(BroadPhase kind);
+
+  // --- objects
+  // ------------------------------------------------------------------------------------ `material`
+  // is the name that the material table knows. Two geoms collide if the group of one meets the mask
+  // of the other, in either direction. Bad sizes are fatal in the object's constructor.
+  Sphere* addSphere(double radius, double mass, const std::string& material = "",
+                    unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// @param x, y, z full lengths
+  Box* addBox(double x, double y, double z, double mass, const std::string& material = "",
+              unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  Cylinder* addCylinder(double radius, double height, double mass, const std::string& material = "",
+                        unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// @param height of the cylinder part, without the caps
+  Capsule* addCapsule(double radius, double height, double mass, const std::string& material = "",
+                      unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// Horizontal plane; everything below it collides. Its group is `kGroundGroup`.
+  Ground* addGround(double height = 0.0, const std::string& material = "",
+                    unsigned long mask = kAllMask);
+  /// Several shapes as one body; each child brings its own material.
+  Compound* addCompound(const std::vector<Compound::CompoundObjectChild>& children, double mass,
+                        Mat<3, 1> com, const Mat<3, 3>& inertia,
+                        unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  Mesh* addMesh(const std::string& fileName, double mass, const Mat<3, 3>& inertia,
+                const Mat<3, 1>& com, double scale, const std::string& material = "",
+                unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// A second mesh from the file of the first, with the same mass data; an empty `material` means
+  /// that of the source.
+  Mesh* addMesh(const Mesh* source, const std::string& material = "",
+                unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// @param heights row by row, row 0 at low y
+  HeightMap* addHeightMap(unsigned long xSamples, unsigned long ySamples, double xSize,
+                          double ySize, double centerX, double centerY,
+                          const std::vector<double>& heights, const std::string& material = "",
+                          unsigned long group = kGroundGroup, unsigned long mask = kAllMask);
+  /// From a grey PNG image: height = pixel * heightScale + heightOffset.
+  HeightMap* addHeightMap(const std::string& pngFile, double centerX, double centerY, double xSize,
+                          double ySize, double heightScale, double heightOffset,
+                          const std::string& material = "", unsigned long group = kGroundGroup,
+                          unsigned long mask = kAllMask);
+  /// From a text file: sample counts, sizes, heights.
+  HeightMap* addHeightMap(const std::string& textFile, double centerX, double centerY,
+                          const std::string& material = "", unsigned long group = kGroundGroup,
+                          unsigned long mask = kAllMask);
+  /// From fractal noise.
+  HeightMap* addHeightMap(double centerX, double centerY, TerrainProperties& terrain,
+                          const std::string& material = "", unsigned long group = kGroundGroup,
+                          unsigned long mask = kAllMask);
+  /// A copy of another map, material included. Null is fatal: "World::addHeightMap: Got a nullptr
+  /// for the reference heightmap"; null is then returned if the fatal callback comes back.
+  HeightMap* addHeightMap(const HeightMap* source, unsigned long group = kGroundGroup,
+                          unsigned long mask = kAllMask);
+  /// A robot from a tree assembled by hand. Materials come from the tree.
+  ArticulatedSystem* addArticulatedSystem(const Child& child,
+                                          const std::string& resourceDirectory = "",
+                                          unsigned long group = kDefaultGroup,
+                                          unsigned long mask = kAllMask,
+                                          ArticulatedSystemOption option = {});
+  /// A robot from a URDF file, or from URDF text (anything that holds a "<").
+  /// @param resourceDirectory where mesh files are; by default the directory of the file
+  /// @param jointOrder joints whose branches come first, in this order
+  ArticulatedSystem* addArticulatedSystem(const std::string& urdfPath,
+                                          const std::string& resourceDirectory = "",
+                                          const std::vector<std::string>& jointOrder = {},
+                                          unsigned long group = kDefaultGroup,
+                                          unsigned long mask = kAllMask,
+                                          ArticulatedSystemOption option = {});
+
+  /// Removes and deletes an object with its wires; the last object takes its index. Of several
+  /// wires on the object one can survive with a dangling pointer: remove them first. An unknown
+  /// pointer gets the message "the object is already deleted".
+  void removeObject(Object* object);
+  /// Removes and deletes a wire; unknown pointers are ignored.
+  void removeObject(StiffLengthConstraint* wire);
+  void removeObject(CompliantLengthConstraint* wire);
+
+  // --- wires
+  // --------------------------------------------------------------------------------------
+  /// A wire that holds its length in the contact solve. Points are in body coordinates.
+  StiffLengthConstraint* addStiffWire(Object* body1, unsigned long localIdx1, Mat<3, 1> pos1,
+                                      Object* body2, unsigned long localIdx2, Mat<3, 1> pos2,
+                                      double length);
+  /// A wire that is a spring. @param stiffness (N/m)
+  CompliantLengthConstraint* addCompliantWire(Object* body1, int localIdx1, Mat<3, 1> pos1,
+                                              Object* body2, int localIdx2, Mat<3, 1> pos2,
+                                              double length, double stiffness);
+  /// The first stiff wire of that name, else the first compliant one, else null.
+  LengthConstraint* getWire(const std::string& name);
+  /// The first stiff wire of that name, else null: for stiff wires only.
+  LengthConstraint* getConstraint(const std::string& name);
+
+  // --- stepping
+  // -----------------------------------------------------------------------------------
+  /// One step: `integrate1`, then `integrate2`.
+  void integrate();
+  /// First half: collisions, contact records, mass matrices and Jacobians of the present
+  /// configuration. Nothing has moved when it returns; contacts can be read and forces set.
+  void integrate1();
+  /// Second half: takes forces in, solves the contacts, moves the objects.
+  void integrate2();
+
+  // --- queries
+  // ------------------------------------------------------------------------------------
+  /// The first object of that name, or null.
+  Object* getObject(const std::string& name);
+  std::vector<Object*>& getObjList() { return objectList_; }
+  const std::vector<Object*>& getObjList() const { return objectList_; }
+  /// Casts a ray. At most 200 hits, unsorted, valid until the next query. A direction that is zero
+  /// or not finite, or a length that is not finite, hits nothing.
+  /// @param direction need not be of unit length; @param length (m)
+  /// @param reserved not looked at
+  /// @param mask groups that the ray sees; the ray itself is of group 1
+  const RayHitList& rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direction, double length,
+                            bool reserved = false, unsigned long mask = kAllMask);
+  const RayHitList& rayTest(const Eigen::Matrix<double, 3, 1>& start,
+                            const Eigen::Matrix<double, 3, 1>& direction, double length,
+                            bool reserved = false, unsigned long mask = kAllMask) {
+    return rayTest(Mat<3, 1>{{start[0], start[1], start[2]}},
+                   Mat<3, 1>{{direction[0], direction[1], direction[2]}}, length, reserved, mask);
+  }
+  double getWorldTime() const { return worldTime_; }
+  size_t getStepCount() const { return stepCount_; }
+  /// Grows with every add and remove, so that an observer sees that the content changed.
+  size_t getObjectChangeCount() const { return objectChangeCount_; }
+  /// Problems of the last step, with impulses, until the next `integrate1`.
+  const contact::ContactProblemList& getContactProblems() const { return contactProblems_; }
+  MaterialManager& getMaterialManager() { return materialManager_; }
+  contact::BisectionContactSolver& getContactSolver() { return solver_; }
+  const std::string& getConfigFile() const { return configFile_; }
+  const std::vector<std::unique_ptr<StiffLengthConstraint>>& getStiffWires() const {
+    return stiffWire_;
+  }
+  const std::vector<std::unique_ptr<CompliantLengthConstraint>>& getCompliantWires() const {
+    return compliantWire_;
+  }
+
+  /// Fills the problems of one object's contacts: own block, free velocity, coupling. Called by
+  /// `integrate2` for every dynamic object.
+  void contactProblemUpdate(Object* object);
+
+ private:
+  friend void nearCallback(void* data, dGeomID o1, dGeomID o2);
+  friend void rayCallback(void* data, dGeomID o1, dGeomID o2);
+
+  void init();
+  template <typename T>
+  T* adopt(std::unique_ptr<T> object);
+  template <typename T>
+  T* adoptWithGeom(std::unique_ptr<T> object, const std::string& material, unsigned long group,
+                   unsigned long mask);
+  ArticulatedSystem* adoptSystem(std::unique_ptr<ArticulatedSystem> system, unsigned long group,
+                                 unsigned long mask);
+  void addCollisionObject(dGeomID geom, unsigned long localIdx, const std::string& material,
+                          unsigned long group, unsigned long mask);
+  void describeGeom(dGeomID geom, unsigned long localIdx, const std::string& material,
+                    unsigned long group, unsigned long mask);
+  void dropWiresOf(Object* object);
+  void moveLastObjectTo(size_t index);
+
+  void detectCollisions();
+  void testPair(dGeomID o1, dGeomID o2);
+  void buildContacts();
+  void updateWires();
+  void appendWireProblems();
+  /// The two sides of a contact before it has records.
+  struct ContactSides;
+  void appendContact(const ContactSides& sides, const Mat<3, 1>& position, const Mat<3, 1>& normal,
+                     double depth, const MaterialPairProperties& material);
+  void testRay(dGeomID geom);
+
+  void assembleSingleSided(Object& object, size_t i, contact::Single3DContactProblem& p);
+  void assembleTwoSided(Object& object, size_t i, contact::Single3DContactProblem& p);
+  void assembleSideA(Object& object, size_t i, Object& q, contact::Single3DContactProblem& p);
+  void assembleSideB(Object& q, size_t k, Object& object, contact::Single3DContactProblem& p);
+
+  dSpaceID worldSpace_ = nullptr;
+  std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
+  int numContactGeoms_ = 0;                 ///< used entries of it
+  Mat<3, 1> gravity_{};
+  contact::BisectionContactSolver solver_;
+  std::vector<Object*> objectList_;  ///< owned; `Object::getIndexInWorld` is the place here
+  contact::ContactProblemList contactProblems_;
+  std::vector<size_t> objectPairFirst_;
+  std::vector<size_t> objectPairSecond_;
+  std::vector<std::unique_ptr<StiffLengthConstraint>> stiffWire_;
+  std::vector<std::unique_ptr<CompliantLengthConstraint>> compliantWire_;
+  MaterialManager materialManager_;
+  MaterialPairProperties wireMaterial_;
+  double timeStep_ = 0.005;
+  double worldTime_ = 0.0;
+  std::string configFile_;
+  size_t stepCount_ = 0;
+  size_t objectChangeCount_ = 0;
+  dGeomID rayGeom_ = nullptr;
+  RayHitList rayHits_;
+  Mat<3, 1> rayStart_{}, rayDirection_{};  ///< of the running query; unit direction
+  double rayLength_ = 0.0;
+  std::exception_ptr collisionError_;  ///< raised inside ODE's callback, rethrown behind it
+};
+
+}  // namespace zelvik

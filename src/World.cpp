@@ -1,0 +1,143 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/World.hpp>
+#include <zelvik/object/GeomRecord.hpp>
+#include <zelvik/zlv_message_logger.hpp>
+
+namespace zelvik {
+
+namespace {
+
+constexpr size_t kInitialContactGeoms = 1000;
+constexpr size_t kMaxRayHits = 200;
+
+/// mesh-mesh pairs print a line per excess point and step; nothing of it helps a user.
+void ignoreOdeMessage(int, const char*, va_list) {}
+
+dSpaceID createSpace(World::BroadPhase kind) {
+  switch (kind) {
+    case World::BroadPhase::SIMPLE:
+      return dSimpleSpaceCreate(nullptr);
+    case World::BroadPhase::SWEEP_AND_PRUNE:
+      return dSweepAndPruneSpaceCreate(nullptr, dSAP_AXES_XYZ);
+    default:
+      return dHashSpaceCreate(nullptr);
+  }
+}
+
+}  // namespace
+
+World::World() {
+  init();
+}
+
+void World::init() {
+  gravity_ = {{0.0, 0.0, -9.81}};
+  solver_.setTimeStep(timeStep_);
+  dInitODE();
+  if (dGetMessageHandler() == nullptr) dSetMessageHandler(ignoreOdeMessage);
+  worldSpace_ = createSpace(BroadPhase::HASH);
+  rayGeom_ = dCreateRay(nullptr, 1.0);  // in no space: it never takes part in `dSpaceCollide`
+  attachGeomRecord(rayGeom_);
+  contactGeoms_.resize(kInitialContactGeoms);
+  rayHits_.hits.resize(kMaxRayHits);
+  wireMaterial_.friction = 0.8;
+  wireMaterial_.restitution = 0.0;
+  wireMaterial_.restitutionThreshold = 0.0;
+}
+
+World::~World() {
+  for (Object* object : objectList_) {
+    object->destroyCollisionBodies(worldSpace_);
+    delete object;
+  }
+  destroyGeom(rayGeom_);
+  dSpaceDestroy(worldSpace_);
+  dCloseODE();
+}
+
+void World::setTimeStep(double dt) {
+  timeStep_ = dt;
+  solver_.setTimeStep(dt);
+}
+
+void World::setERP(double erp, double erp2) {
+  if (erp < 0.0) MSG_WARN("ERP should be positive");
+  solver_.setERP(erp, erp2);
+}
+
+void World::setContactSolverParam(double relaxation, double reserved1, double reserved2,
+                                  int maxIterations, double threshold) {
+  solver_.setParameters(relaxation, reserved1, reserved2, maxIterations, threshold);
+}
+
+void World::setDefaultMaterial(double friction, double restitution, double restitutionThreshold) {
+  materialManager_.setDefaultMaterialProperties(friction, restitution, restitutionThreshold);
+}
+
+void World::setMaterialPairProp(const std::string& a, const std::string& b, double friction,
+                                double restitution, double restitutionThreshold) {
+  materialManager_.setMaterialPairProp(a, b, friction, restitution, restitutionThreshold);
+}
+
+void World::updateMaterialProp(const MaterialManager& manager) {
+  if (&manager != &materialManager_) materialManager_ = manager;
+}
+
+void World::setBroadPhase(BroadPhase kind) {
+  const dSpaceID old = worldSpace_;
+  worldSpace_ = createSpace(kind);
+  std::vector<std::pair<std::pair<size_t, size_t>, dGeomID>> geoms;
+  for (int i = 0; i < dSpaceGetNumGeoms(old); ++i) {
+    const dGeomID geom = dSpaceGetGeom(old, i);
+    const GeomRecord& record = geomRecord(geom);
+    geoms.push_back({{record.objectIdx, record.localBodyIdx}, geom});
+  }
+  // A space lists the geoms that moved last first: reverse that before sorting by owner.
+  std::stable_sort(geoms.rbegin(), geoms.rend(),
+                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  for (const auto& [owner, geom] : geoms) {
+    dSpaceRemove(old, geom);
+    dSpaceAdd(worldSpace_, geom);
+  }
+  dSpaceDestroy(old);
+}
+
+Object* World::getObject(const std::string& name) {
+  for (Object* object : objectList_)
+    if (object->getName() == name) return object;
+  return nullptr;
+}
+
+StiffLengthConstraint* World::addStiffWire(Object* body1, unsigned long localIdx1, Mat<3, 1> pos1,
+                                           Object* body2, unsigned long localIdx2, Mat<3, 1> pos2,
+                                           double length) {
+  ++objectChangeCount_;
+  stiffWire_.push_back(std::make_unique<StiffLengthConstraint>(body1, localIdx1, pos1, body2,
+                                                               localIdx2, pos2, length));
+  return stiffWire_.back().get();
+}
+
+CompliantLengthConstraint* World::addCompliantWire(Object* body1, int localIdx1, Mat<3, 1> pos1,
+                                                   Object* body2, int localIdx2, Mat<3, 1> pos2,
+                                                   double length, double stiffness) {
+  ++objectChangeCount_;
+  compliantWire_.push_back(std::make_unique<CompliantLengthConstraint>(
+      body1, localIdx1, pos1, body2, localIdx2, pos2, length, stiffness));
+  return compliantWire_.back().get();
+}
+
+LengthConstraint* World::getWire(const std::string& name) {
+  if (LengthConstraint* wire = getConstraint(name)) return wire;
+  for (const auto& wire : compliantWire_)
+    if (wire->getName() == name) return wire.get();
+  return nullptr;
+}
+
+LengthConstraint* World::getConstraint(const std::string& name) {
+  for (const auto& wire : stiffWire_)
+    if (wire->getName() == name) return wire.get();
+  return nullptr;
+}
+
+}  // namespace zelvik
