@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 the zelvik authors
+# SPDX-License-Identifier: BSD-3-Clause
+#
+# Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
+# does nothing where all of it is there.
+set -euo pipefail
+
+packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
+          clang-format)
+# A CMake of the user's own serves as well as the packaged one.
+command -v cmake > /dev/null || packages+=(cmake)
+
+if ! command -v dpkg-query > /dev/null; then
+  echo "This is neither Debian nor Ubuntu. Please install what these packages hold:" >&2
+  echo "  ${packages[*]} cmake (3.25 or later)" >&2
+  exit 1
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  [[ $(dpkg-query -W -f '${Status}' "$package" 2> /dev/null || true) == "install ok installed" ]] ||
+    missing+=("$package")
+done
+
+if ((${#missing[@]} > 0)); then
+  echo "Installing ${missing[*]}"
+  as_root=()
+  ((EUID == 0)) || as_root=(sudo)
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -q -y --no-install-recommends "${missing[@]}"
+fi
+
+have=$(cmake --version | sed -n '1s/[^0-9]*\([0-9.]*\).*/\1/p')
+if [[ $(printf '%s\n' 3.25 "$have" | sort -V | head -n 1) != 3.25 ]]; then
+  echo "cmake $have is too old: 3.25 or later is needed. Ubuntu 22.04 ships 3.22; there," >&2
+  echo "'pip install cmake' or 'snap install cmake --classic' brings a newer one." >&2
+  exit 1
+fi
