@@ -112,7 +112,8 @@ class ZELVIK_API World {
                 const Mat<3, 1>& com, double scale, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// A second mesh from the file of the first, with the same mass data; an empty `material` means
-  /// that of the source.
+  /// that of the source. Null is fatal: "World::addMesh: Got a nullptr for the reference mesh";
+  /// null is then returned if the fatal callback comes back.
   Mesh* addMesh(const Mesh* source, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// @param heights row by row, row 0 at low y
@@ -154,8 +155,9 @@ class ZELVIK_API World {
                                           ArticulatedSystemOption option = {});
 
   /// Removes and deletes an object with its wires; the last object takes its index. Of several
-  /// wires on the object one can survive with a dangling pointer: remove them first. An unknown
-  /// pointer gets the message "the object is already deleted".
+  /// wires on the object one can survive with a dangling pointer: remove them first. Contacts that
+  /// others have with it are marked `skip_` and act no more; those with the last object get its new
+  /// index. An unknown pointer gets the message "the object is already deleted".
   void removeObject(Object* object);
   /// Removes and deletes a wire; unknown pointers are ignored.
   void removeObject(StiffLengthConstraint* wire);
@@ -230,18 +232,17 @@ class ZELVIK_API World {
   friend void rayCallback(void* data, dGeomID o1, dGeomID o2);
 
   void init();
-  template <typename T>
-  T* adopt(std::unique_ptr<T> object);
-  template <typename T>
-  T* adoptWithGeom(std::unique_ptr<T> object, const std::string& material, unsigned long group,
-                   unsigned long mask);
-  ArticulatedSystem* adoptSystem(std::unique_ptr<ArticulatedSystem> system, unsigned long group,
-                                 unsigned long mask);
+  template <typename T, typename... Args>
+  T* add(Args&&... args);
+  template <typename T, typename... Args>
+  T* addWithGeom(const std::string& material, unsigned long group, unsigned long mask,
+                 Args&&... args);
+  ArticulatedSystem* addGeomsOf(ArticulatedSystem* system, unsigned long group, unsigned long mask);
   void addCollisionObject(dGeomID geom, unsigned long localIdx, const std::string& material,
                           unsigned long group, unsigned long mask);
   void describeGeom(dGeomID geom, unsigned long localIdx, const std::string& material,
                     unsigned long group, unsigned long mask);
-  void dropWiresOf(Object* object);
+  void releaseContactsOf(Object* object);
   void moveLastObjectTo(size_t index);
 
   void detectCollisions();
