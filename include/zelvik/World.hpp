@@ -59,8 +59,8 @@ class ZELVIK_API World {
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
-  // --- parameters
-  // ---------------------------------------------------------------------------------
+  // ---- parameters ----
+
   void setGravity(const Mat<3, 1>& gravity) { gravity_ = gravity; }
   void setGravity(const Eigen::Vector3d& gravity) {
     gravity_ = {{gravity[0], gravity[1], gravity[2]}};
@@ -87,10 +87,10 @@ class ZELVIK_API World {
   /// Puts all geoms, in object order, into a new space of the given kind. Between steps only.
   void setBroadPhase(BroadPhase kind);
 
-  // --- objects
-  // ------------------------------------------------------------------------------------ `material`
-  // is the name that the material table knows. Two geoms collide if the group of one meets the mask
-  // of the other, in either direction. Bad sizes are fatal in the object's constructor.
+  // ---- objects ----
+  // `material` is the name that the material table knows. Two geoms collide if the group of one
+  // meets the mask of the other, in either direction. Bad sizes are fatal in the object's
+  // constructor.
   Sphere* addSphere(double radius, double mass, const std::string& material = "",
                     unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// @param x, y, z full lengths
@@ -163,8 +163,8 @@ class ZELVIK_API World {
   void removeObject(StiffLengthConstraint* wire);
   void removeObject(CompliantLengthConstraint* wire);
 
-  // --- wires
-  // --------------------------------------------------------------------------------------
+  // ---- wires ----
+
   /// A wire that holds its length in the contact solve. Points are in body coordinates.
   StiffLengthConstraint* addStiffWire(Object* body1, unsigned long localIdx1, Mat<3, 1> pos1,
                                       Object* body2, unsigned long localIdx2, Mat<3, 1> pos2,
@@ -178,8 +178,8 @@ class ZELVIK_API World {
   /// The first stiff wire of that name, else null: for stiff wires only.
   LengthConstraint* getConstraint(const std::string& name);
 
-  // --- stepping
-  // -----------------------------------------------------------------------------------
+  // ---- stepping ----
+
   /// One step: `integrate1`, then `integrate2`.
   void integrate();
   /// First half: collisions, contact records, mass matrices and Jacobians of the present
@@ -188,8 +188,8 @@ class ZELVIK_API World {
   /// Second half: takes forces in, solves the contacts, moves the objects.
   void integrate2();
 
-  // --- queries
-  // ------------------------------------------------------------------------------------
+  // ---- queries ----
+
   /// The first object of that name, or null.
   Object* getObject(const std::string& name);
   std::vector<Object*>& getObjList() { return objectList_; }
