@@ -1,5 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cmath>
+#include <utility>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
