@@ -178,7 +178,7 @@ void ArticulatedSystem::growContactStorage() {
 }
 
 void ArticulatedSystem::getFullDelassusAndTauStar(double /*dt*/) {
-  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   if (rows.size() < numContacts_) rows.resize(numContacts_);
   for (DelassusAndTauStar& row : rows) row.blocks.resize(1);
   if (numContacts_ == 0) return;

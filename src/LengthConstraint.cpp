@@ -16,7 +16,14 @@ LengthConstraint::LengthConstraint(Object* body1, unsigned long localIdx1, Mat<3
       localIdx2_(localIdx2),
       length_(length) {}
 
+void LengthConstraint::releaseBody(const Object* body) {
+  if (body1_ != body && body2_ != body) return;
+  body1_ = body2_ = nullptr;
+  active_ = false;
+}
+
 void LengthConstraint::update() {
+  if (body1_ == nullptr) return;
   body1_->getPosition(localIdx1_, localPos1_, worldPos1_);
   body2_->getPosition(localIdx2_, localPos2_, worldPos2_);
   const Vec3 d = worldPos2_ - worldPos1_;

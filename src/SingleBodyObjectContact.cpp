@@ -29,7 +29,7 @@ void SingleBodyObject::preContactSolverUpdate1(const Mat<3, 1>&, double) {
 
 /// Sizes the list of rows; rows that drop out lend their memory to those that come later.
 void SingleBodyObject::resizeBlockRows(size_t count) {
-  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   while (rows.size() > count) {
     spareBlockRows_.push_back(std::move(rows.back().blocks));
     rows.pop_back();
@@ -45,7 +45,7 @@ void SingleBodyObject::resizeBlockRows(size_t count) {
 /// D = R ([a]^T J^-1 [a]) R^T + 1/m
 void SingleBodyObject::computeOwnBlocks() {
   const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   for (size_t i = 0; i < contacts.size(); ++i) {
     rows[i].blocks.resize(fullDelassus_ ? contacts.size() : 1);
     Mat33 W;  // [a] J^-1 [a]^T, equal to [a]^T J^-1 [a]
@@ -82,7 +82,7 @@ void SingleBodyObject::computeImpactVelocities() {
 /// B = R_i (1/m + [a_i]^T J^-1 [a_j]) R_j^T for i < j, and its transpose
 void SingleBodyObject::computeCouplingBlocks() {
   const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   for (size_t i = 0; i + 1 < contacts.size(); ++i) {
     const Mat33 aJ = transposeMul(skew(contactArm_[i]), worldInertiaInv_);
     for (size_t j = i + 1; j < contacts.size(); ++j) {
@@ -98,7 +98,7 @@ void SingleBodyObject::computeCouplingBlocks() {
 /// tauStar = R (v + a x w) with the free velocities
 void SingleBodyObject::computeTauStar() {
   const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  std::vector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   for (size_t i = 0; i < contacts.size(); ++i)
     rows[i].tauStar = contacts[i].frame_ * (linVelFree_ + cross(contactArm_[i], angVelFree_));
 }

@@ -165,7 +165,7 @@ ArticulatedSystem* World::addArticulatedSystem(const std::string& urdfPath,
 namespace {
 
 /// Deletes wires of the object. The index advances in every case, so the wire that is moved into a
-/// vacated slot is not looked at again.
+/// vacated slot is not looked at again; if it is a wire of the object it survives without bodies.
 template <typename Wire>
 void dropWires(std::vector<std::unique_ptr<Wire>>& wires, const Object* object) {
   for (size_t i = 0; i < wires.size(); ++i) {
@@ -173,6 +173,7 @@ void dropWires(std::vector<std::unique_ptr<Wire>>& wires, const Object* object) 
     if (i + 1 < wires.size()) wires[i] = std::move(wires.back());
     wires.pop_back();
   }
+  for (auto& survivor : wires) survivor->releaseBody(object);
 }
 
 template <typename Wire>

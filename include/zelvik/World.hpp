@@ -155,9 +155,9 @@ class ZELVIK_API World {
                                           ArticulatedSystemOption option = {});
 
   /// Removes and deletes an object with its wires; the last object takes its index. Of several
-  /// wires on the object one can survive with a dangling pointer: remove them first. Contacts that
-  /// others have with it are marked `skip_` and act no more; those with the last object get its new
-  /// index. An unknown pointer gets the message "the object is already deleted".
+  /// wires on the object one can survive, without bodies and without effect: remove them first.
+  /// Contacts that others have with it are marked `skip_` and act no more; those with the last
+  /// object get its new index. An unknown pointer gets the message "the object is already deleted".
   void removeObject(Object* object);
   /// Removes and deletes a wire; unknown pointers are ignored.
   void removeObject(StiffLengthConstraint* wire);

@@ -26,6 +26,10 @@ class ZELVIK_API LengthConstraint {
   /// Computes everything that depends on the poses; the world calls it once per step.
   void update();
 
+  /// Lets go of both bodies if `body` is one of them; called by the world before it deletes a body
+  /// whose wire it keeps. The wire never acts again, and its bodies are null.
+  void releaseBody(const Object* body);
+
   void setName(const std::string& name) { name_ = name; }
   const std::string& getName() const { return name_; }
   /// When the wire acts: 0 if its distance is above its length, 1 (initially) if below, 2 always.

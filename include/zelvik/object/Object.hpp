@@ -49,7 +49,7 @@ struct DelassusAndTauStar {
 
 /// The contacts of one object in one step.
 struct PerObjectContact {
-  std::vector<DelassusAndTauStar> delassusAndTauStar_;  ///< in the order of `contacts_`
+  AlignedVector<DelassusAndTauStar> delassusAndTauStar_;  ///< in the order of `contacts_`
   std::vector<contact::Contact> contacts_;
 };
 
@@ -109,7 +109,7 @@ class ZELVIK_API Object {
   virtual double enforceJointLimits(contact::Single3DContactProblem& problem);
 
   PerObjectContact& getPerObjectContact() { return perObjectContact_; }
-  std::vector<DelassusAndTauStar>& getDelassusAndTauStar() {
+  AlignedVector<DelassusAndTauStar>& getDelassusAndTauStar() {
     return perObjectContact_.delassusAndTauStar_;
   }
   /// Contacts of the present step, from `World::integrate1` on.
