@@ -170,9 +170,12 @@ bool HeightMap::isInReach(dGeomID other) const {
         std::max(std::fabs(box[2 * i] - bodyPos_[i]), std::fabs(box[2 * i + 1] - bodyPos_[i]));
     radius2 += side * side;
   }
+  // An orientation that is not of unit length scales what the field sees of the other geom.
+  double scale2 = 1.0;
+  for (size_t i = 0; i < 3; ++i) scale2 = std::max(scale2, squaredNorm(column(rot_, i)));
   const double cellSize = std::min(xSize_ / static_cast<double>(xSamples_ - 1),
                                    ySize_ / static_cast<double>(ySamples_ - 1));
-  return std::sqrt(radius2) < kMostCells * cellSize;
+  return std::sqrt(radius2 * scale2) < kMostCells * cellSize;
 }
 
 /// Whether there is a grid to read, also after the caller has had the heights in hand.

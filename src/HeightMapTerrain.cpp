@@ -115,6 +115,7 @@ double fractalNoise(const PerlinNoise& noise, const TerrainProperties& terrain, 
 
 HeightMap::HeightMap(double centerX, double centerY, const TerrainProperties& terrain)
     : SingleBodyObject(HEIGHTMAP) {
+  bodyType_ = BodyType::STATIC;
   if (!generateTerrain(terrain)) return;
   init(terrain.xSamples, terrain.ySamples, terrain.xSize, terrain.ySize, centerX, centerY);
 }

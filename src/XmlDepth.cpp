@@ -29,20 +29,60 @@ size_t endOfStartTag(const std::string& text, size_t begin) {
   return text.size();
 }
 
+bool isLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+/// Whether the '<' at `begin` opens an element. The parser takes every byte that is not ASCII for a
+/// letter, and what begins otherwise for an unknown tag, which ends at the next '>', quoted or not.
+bool opensElement(const std::string& text, size_t begin) {
+  if (begin + 1 >= text.size()) return true;
+  const char c = text[begin + 1];
+  return isLetter(c) || c == '_' || static_cast<unsigned char>(c) >= 127;
+}
+
+/// Whether a declaration at `begin` holds a '>' in quotes. Where it ends then depends on the names
+/// of its attributes.
+bool isAmbiguousDeclaration(const std::string& text, size_t begin) {
+  if (text.compare(begin, 2, "<?") != 0) return false;
+  return text.find('>', begin) < endOfStartTag(text, begin);
+}
+
+/// Whether a character of several bytes breaks off. The parser skips as many bytes as the first one
+/// promises, a '<' or a quote among them; or it does not, depending on the encoding and the place.
+bool hasBrokenCharacters(const std::string& text) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    const unsigned char lead = static_cast<unsigned char>(text[i]);
+    const size_t length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    for (size_t k = 1; k < length && i + k < text.size(); ++k)
+      if (static_cast<unsigned char>(text[i + k]) < 0x80) return true;
+  }
+  return false;
+}
+
+/// What may be a start tag, hidden by quotes or comments or not: no nesting is deeper.
+size_t countStartTags(const std::string& text) {
+  size_t count = 0;
+  for (size_t i = text.find('<'); i < text.size(); i = text.find('<', i + 1))
+    count += opensElement(text, i) ? 1 : 0;
+  return count;
+}
+
 }  // namespace
 
 size_t xmlNestingDepth(const std::string& text) {
+  if (hasBrokenCharacters(text)) return countStartTags(text);
   size_t depth = 0, deepest = 0;
   for (size_t i = text.find('<'); i < text.size(); i = text.find('<', i)) {
     if (text.compare(i, 4, "<!--") == 0) {
       i = behind(text, "-->", 3, i + 4);
     } else if (text.compare(i, 9, "<![CDATA[") == 0) {
       i = behind(text, "]]>", 3, i + 9);
-    } else if (text.compare(i, 2, "<!") == 0 || text.compare(i, 2, "<?") == 0) {
-      i = behind(text, ">", 1, i + 2);
-    } else if (text.compare(i, 2, "</") == 0) {
-      depth -= depth > 0;
-      i = behind(text, ">", 1, i + 2);
+    } else if (isAmbiguousDeclaration(text, i)) {
+      return countStartTags(text);
+    } else if (!opensElement(text, i)) {
+      if (text.compare(i, 2, "</") == 0) depth -= depth > 0;
+      i = behind(text, ">", 1, i + 1);
     } else {
       const size_t end = endOfStartTag(text, i);
       deepest = std::max(deepest, depth + 1);

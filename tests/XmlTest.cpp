@@ -72,6 +72,10 @@ TEST(XmlDepth, SeesWhatTheParserWouldNest) {
       {"", 0},
       {"<a", 1},
       {"<a><!-- open <b>", 1},
+      {"<a>< b='><c>", 2},    // no element: quotes do not hide its '>'
+      {"<a><1 b=\"><c>", 2},  // likewise
+      {"<?xml version=\"> <!-- \"?><a>", 1},
+      {"<a>\xc3<!-- <b><c/>", 3},  // no comment: its '<' belongs to a broken character
   };
   for (const auto& [text, depth] : rows) EXPECT_EQ(xmlNestingDepth(text), depth) << text;
 }

@@ -32,8 +32,9 @@ enum GyroscopicMode {
 /// with more the solver reads and writes the body's velocity through a 3 x 6 map per contact.
 ///
 /// The local index of the `Object` interface is ignored. The setters of the state act between
-/// steps. `setOrientation` turns the body about its origin and leaves the stored centre of mass
-/// where it is: with a centre-of-mass offset set the orientation first and the position after it.
+/// steps. `setOrientation` turns the shape about the body's origin and leaves the stored centre of
+/// mass where it is, and the next step puts the origin back from that centre: with a
+/// centre-of-mass offset set the orientation first and the position after it (`Cone` differs).
 ///
 /// No operation of this class reports a failure: a mass of 0 gives an infinite inverse mass and a
 /// NaN state spreads in silence, its geom being disabled meanwhile.
@@ -77,7 +78,8 @@ class ZELVIK_API SingleBodyObject : public Object {
   virtual void setPosition(double x, double y, double z);
   virtual void setPosition(const Mat<3, 1>& p);
   /// Orientation body to world, normalised. The other quaternion forms store (w, x, y, z) as they
-  /// stand: one that is not of unit length scales the rotation matrix until the next step.
+  /// stand: one that is not of unit length scales the rotation matrix until the next step. No form
+  /// moves the stored centre of mass, see the class.
   virtual void setOrientation(const Eigen::Quaterniond& q) {
     Vec4 unit{{q.w(), q.x(), q.y(), q.z()}};
     unit *= 1.0 / norm(unit);
@@ -93,7 +95,9 @@ class ZELVIK_API SingleBodyObject : public Object {
     storeOrientation(q);
   }
   virtual void setOrientation(const Mat<4, 1>& q);
-  /// `setPosition`, then `setOrientation`.
+  /// `setPosition`, then `setOrientation`: a body with a centre-of-mass offset keeps the centre of
+  /// mass that its former orientation gave, and jumps at the next step; call the two in the other
+  /// order for such a body.
   virtual void setPose(const Eigen::Vector3d& p, const Eigen::Quaterniond& q) {
     setPosition(p);
     setOrientation(q);
