@@ -1,30 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <gtest/gtest.h>
-
-#include <Eigen/Dense>
-#include <array>
-#include <memory>
-
-#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
-#include <zelvik/rotation.hpp>
-
-#include "RandomTree.hpp"
+#include "ArticulatedTestTools.hpp"
 
 namespace zelvik {
 namespace {
 
-using AS = ArticulatedSystem;
+using namespace articulated_test;
 const Vec3 kDown{{0.0, 0.0, -9.81}};
 const Vec3 kWeightless{};
-
-std::unique_ptr<AS> randomSystem(bool floating, std::uint32_t seed) {
-  scenes::RandomTreeOptions options;
-  options.floatingBase = floating;
-  auto system = std::make_unique<AS>(scenes::randomTree(seed, options), ".");
-  scenes::randomiseState(*system, seed);
-  return system;
-}
 
 /// One step without contacts, as a world drives it; joint limits are solved by plain sweeps.
 void step(ArticulatedSystem& system, const Vec3& gravity, double dt) {
@@ -40,42 +23,17 @@ void step(ArticulatedSystem& system, const Vec3& gravity, double dt) {
   system.integrate(dt, gravity);
 }
 
-/// A body on a joint at the origin of a fixed base, axis y.
-Child onJoint(Joint::Type type, double mass, const Vec3& com, double inertia) {
-  Child body;
-  body.jointType = type;
-  body.jointName = "joint";
-  body.bodyName = "body";
-  body.jointAxis = {{0.0, 1.0, 0.0}};
-  body.mass = mass;
-  body.com = com;
-  body.inertia = inertia * Mat33::identity();
-  body.jointLimit[0] = type == Joint::SPHERICAL ? -1.0 : 0.0;
-  return body;
-}
-
-std::unique_ptr<AS> fixedBase(const Child& body) {
-  Child base;
-  base.jointType = Joint::FIXED;
-  base.bodyName = "base";
-  base.childrenMovable.push_back(body);
-  return std::make_unique<AS>(base, ".");
-}
-
 std::unique_ptr<AS> pendulum(double q0, AS::IntegrationScheme scheme) {
-  auto system = fixedBase(onJoint(Joint::REVOLUTE, 1.0, {{0.0, 0.0, -1.0}}, 0.0));
+  auto system = onFixedBase(body("bob", Joint::REVOLUTE, 1.0, {{0.0, 0.0, -1.0}}, 0.0));
   system->setIntegrationScheme(scheme);
   system->setGeneralizedCoordinate({q0});
   return system;
 }
 
 TEST(ArticulatedIntegration, PendulumOfEachScheme) {
-  const std::array<std::pair<AS::IntegrationScheme, double>, 3> table = {{
-      {AS::TRAPEZOID, -0.1002396834},
-      {AS::SEMI_IMPLICIT, -0.0999952321},
-      {AS::EXPLICIT, -0.1004847265},
-  }};
-  for (const auto& [scheme, expected] : table) {
+  for (const auto& [scheme, expected] : {std::pair{AS::TRAPEZOID, -0.1002396834},
+                                         {AS::SEMI_IMPLICIT, -0.0999952321},
+                                         {AS::EXPLICIT, -0.1004847265}}) {
     const auto system = pendulum(0.1, scheme);
     for (int i = 0; i < 1000; ++i) step(*system, kDown, 0.001);
     EXPECT_NEAR(system->getGeneralizedCoordinate()[0], expected, 1e-9) << scheme;
@@ -199,20 +157,14 @@ TEST(ArticulatedIntegration, NoTurnLeavesAQuaternionAlone) {
 
 TEST(ArticulatedControl, EveryJointReachesItsTarget) {
   const auto system = randomSystem(false, 6);
-  const size_t dof = system->getDOF();
-  VecDyn target = system->getGeneralizedCoordinate(), turn(dof), pGain(dof), dGain(dof), zero(dof);
-  for (size_t k = 0; k < dof; ++k) {
-    turn[k] = 0.4 + 0.1 * static_cast<double>(k % 5);
-    pGain[k] = 200.0;
-    dGain[k] = 30.0;
-    zero[k] = 0.0;
-  }
+  const auto n = static_cast<Eigen::Index>(system->getDOF());
+  VecDyn target = system->getGeneralizedCoordinate(), turn(system->getDOF());
+  turn.e() = Eigen::VectorXd::LinSpaced(n, 0.4, 0.8);
   system->integratePosition(target, turn, 1.0);
   system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
-  system->setPGain(pGain);
-  system->setDGain(dGain);
+  system->setPGain(Eigen::VectorXd::Constant(n, 200.0));
+  system->setDGain(Eigen::VectorXd::Constant(n, 30.0));
   system->setPTarget(target);
-  system->setDTarget(zero);
   const Eigen::VectorXd start = system->getGeneralizedCoordinate().e();
   for (int i = 0; i < 4000; ++i) step(*system, kWeightless, 0.002);
   EXPECT_GT((start - target.e()).norm(), 0.5);
@@ -224,11 +176,11 @@ TEST(ArticulatedControl, LimitsClampAllActuationButNoSpring) {
   // D = dt/2 (c + dt/2 (k + kp) + kd); the sign of a slider's spring is coordinate minus mount.
   const double m = 2.0, c = 0.7, k = 30.0, q0 = 0.2, kp = 50.0, kd = 4.0;
   const double q = 0.5, u = -0.3, ff = 6.0, qt = 0.9, ut = 0.4;
-  Child body = onJoint(Joint::PRISMATIC, m, Vec3{}, 1.0);
-  body.damping = c;
-  body.stiffness = k;
-  body.springMount[0] = q0;
-  const auto system = fixedBase(body);  // one for all: another dt must reach the implicit terms
+  Child link = body("body", Joint::PRISMATIC, m, {}, 1.0);
+  link.damping = c;
+  link.stiffness = k;
+  link.springMount[0] = q0;
+  const auto system = onFixedBase(link);  // one for all: another dt must reach the implicit terms
   system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
   system->setPGain({kp});
   system->setDGain({kd});
@@ -255,9 +207,9 @@ TEST(ArticulatedControl, LimitsClampAllActuationButNoSpring) {
 TEST(ArticulatedControl, RungeKuttaTakesDampingAsAForce) {
   // A slider slows down by exp(-(c + kd) t / (m + c)): this scheme inverts M plus the undivided
   // damping, and takes all damping as a force as well.
-  Child body = onJoint(Joint::PRISMATIC, 2.0, Vec3{}, 1.0);
-  body.damping = 0.5;
-  const auto system = fixedBase(body);
+  Child link = body("body", Joint::PRISMATIC, 2.0, {}, 1.0);
+  link.damping = 0.5;
+  const auto system = onFixedBase(link);
   system->setIntegrationScheme(AS::RUNGE_KUTTA_4);
   system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
   system->setDGain({1.5});
@@ -267,11 +219,11 @@ TEST(ArticulatedControl, RungeKuttaTakesDampingAsAForce) {
 }
 
 TEST(ArticulatedControl, SphericalSpringTurnsBackToItsMount) {
-  Child body = onJoint(Joint::SPHERICAL, 1.0, Vec3{}, 0.5);
-  body.stiffness = 3.0;
+  Child link = body("body", Joint::SPHERICAL, 1.0, {}, 0.5);
+  link.stiffness = 3.0;
   const double mount[4] = {0.8, 0.0, 0.6, 0.0};  // 2 acos(0.8) about y
-  std::copy(mount, mount + 4, body.springMount);
-  const auto system = fixedBase(body);
+  std::copy(mount, mount + 4, link.springMount);
+  const auto system = onFixedBase(link);
   const double dt = 1e-3;
   step(*system, kWeightless, dt);
   const double D = 0.25 * dt * dt * 3.0;
@@ -284,10 +236,10 @@ TEST(ArticulatedControl, SphericalSpringTurnsBackToItsMount) {
 
 TEST(ArticulatedJointLimit, StopsAJointAndNeverPushesItBack) {
   for (const double sign : {1.0, -1.0}) {
-    Child body = onJoint(Joint::PRISMATIC, 1.0, Vec3{}, 1.0);
-    body.jointLimit[0] = -0.1;
-    body.jointLimit[1] = 0.1;
-    const auto system = fixedBase(body);
+    Child link = body("body", Joint::PRISMATIC, 1.0, {}, 1.0);
+    link.jointLimit[0] = -0.1;
+    link.jointLimit[1] = 0.1;
+    const auto system = onFixedBase(link);
     system->setGeneralizedVelocity({sign * 2.0});
     system->setGeneralizedForce({sign * 5.0});
     double farthest = 0.0;
@@ -320,7 +272,7 @@ TEST(ArticulatedJointLimit, StopsAJointAndNeverPushesItBack) {
 }
 
 TEST(ArticulatedJointLimit, StopsCoupledJointsTogether) {
-  Child upper = onJoint(Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
+  Child upper = body("body", Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
   upper.jointLimit[0] = -0.2;
   upper.jointLimit[1] = 0.2;
   Child lower = upper;
@@ -328,7 +280,7 @@ TEST(ArticulatedJointLimit, StopsCoupledJointsTogether) {
   lower.bodyName = "shank";
   lower.jointPosition = {{0.0, 0.0, -1.0}};
   upper.childrenMovable.push_back(lower);
-  const auto system = fixedBase(upper);
+  const auto system = onFixedBase(upper);
   // Both bend outwards: stopping one drives the other on.
   system->setGeneralizedCoordinate({0.21, 0.21});
   system->setGeneralizedVelocity({1.0, 2.0});
@@ -338,10 +290,10 @@ TEST(ArticulatedJointLimit, StopsCoupledJointsTogether) {
 }
 
 TEST(ArticulatedJointLimit, SphericalJointStaysInItsCone) {
-  Child body = onJoint(Joint::SPHERICAL, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
-  body.inertia = {{0.1, 0.02, 0.0, 0.02, 0.2, 0.01, 0.0, 0.01, 0.3}};
-  body.jointLimit[0] = 0.3;
-  const auto system = fixedBase(body);
+  Child link = body("body", Joint::SPHERICAL, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
+  link.inertia = {{0.1, 0.02, 0.0, 0.02, 0.2, 0.01, 0.0, 0.01, 0.3}};
+  link.jointLimit[0] = 0.3;
+  const auto system = onFixedBase(link);
   system->setGeneralizedVelocity({1.0, 2.0, 0.5});
   for (int i = 0; i < 300; ++i) step(*system, kWeightless, 0.001);
   const double angle = 2.0 * std::acos(system->getGeneralizedCoordinate()[0]);

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <zelvik/contact/FastTrig.hpp>
 
 namespace zelvik {
@@ -66,22 +67,21 @@ TEST(FastTrig, SinCosAtTheEdgesOfTheFolds) {
 // Remainders: 0.325^25 / 25 = 2.5e-14 at the end of the series at 0; the series at 1/2 and at 1 end
 // with omitted terms of 1.7e-13 and 1.5e-13 at 0.325 and 0.68, the latter with 3.2e-10 at 1.5.
 TEST(FastTrig, AtanOverItsThreeSeries) {
-  struct Range {
-    double from, to, bound;
-  };
-  for (const Range& range : {Range{0.0, 0.325 - 1e-9, 2.5e-14}, Range{0.325, 0.68, 1.8e-13},
-                             Range{0.68 + 1e-9, 1.0, 1.6e-13}, Range{1.0, 1.5, 3.3e-10}}) {
+  for (const auto& [from, to, bound] : {std::tuple{0.0, 0.325 - 1e-9, 2.5e-14},
+                                        {0.325, 0.68, 1.8e-13},
+                                        {0.68 + 1e-9, 1.0, 1.6e-13},
+                                        {1.0, 1.5, 3.3e-10}}) {
     double error = 0.0;
     for (int i = 0; i <= 100000; ++i) {
-      const double x = range.from + (range.to - range.from) * i / 100000.0;
+      const double x = from + (to - from) * i / 100000.0;
       error = std::max(error, std::fabs(contact::fastAtanZlv(x) - std::atan(x)));
       if (x > 0.0) {
         ASSERT_EQ(contact::fastAtanZlv(-x), -contact::fastAtanZlv(x));
       }
     }
-    EXPECT_LT(error, range.bound) << "from " << range.from;
+    EXPECT_LT(error, bound) << "from " << from;
     // Less would mean that a coefficient is off and happens to help.
-    EXPECT_GT(error, 0.9 * range.bound) << "from " << range.from;
+    EXPECT_GT(error, 0.9 * bound) << "from " << from;
   }
   EXPECT_EQ(contact::fastAtanZlv(0.0), 0.0);
   EXPECT_TRUE(std::signbit(contact::fastAtanZlv(0.0)));

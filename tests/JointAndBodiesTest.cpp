@@ -6,12 +6,11 @@
 #include <cmath>
 #include <fstream>
 #include <map>
-#include <random>
-#include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/rotation.hpp>
 
 #include "Messages.hpp"
+#include "RandomTree.hpp"
 
 namespace zelvik {
 namespace {
@@ -21,30 +20,31 @@ using messages::OnFatal;
 /// Random trees with bodies on fixed joints anywhere in them.
 class MixedTree {
  public:
-  explicit MixedTree(std::uint32_t seed) : engine_(seed) {}
+  explicit MixedTree(std::uint32_t seed) : random_(seed) {}
 
   Child make(size_t depth, bool fixed) {
     Child node;
     node.jointType = fixed ? Joint::FIXED : Joint::REVOLUTE;
     node.bodyName = "b" + std::to_string(count_);
     node.jointName = "j" + std::to_string(count_++);
-    node.mass = engine_() % 5 == 0 ? 0.0 : uniform(0.1, 3.0);
-    node.com = vector();
-    node.jointPosition = vector();
-    node.jointRotation = rotation();
+    node.mass = random_.uniform(0.0, 5.0) < 1.0 ? 0.0 : random_.uniform(0.1, 3.0);
+    node.com = random_.vector(1.0);
+    node.jointPosition = random_.vector(1.0);
+    node.jointRotation = random_.rotation();
     if (node.mass > 0.0)
-      similarityTransform(rotation(), Mat33{{0.3, 0, 0, 0, 0.4, 0, 0, 0, 0.5}}, node.inertia);
+      similarityTransform(random_.rotation(), Mat33{{0.3, 0, 0, 0, 0.4, 0, 0, 0, 0.5}},
+                          node.inertia);
     CollisionBody& body = node.collisionBodies.emplace_back();
     body.collisionBodyName = node.bodyName;
-    body.posOffset = vector();
-    body.rotOffset = rotation();
+    body.posOffset = random_.vector(1.0);
+    body.rotOffset = random_.rotation();
     VisObject& visual = node.visObjects.emplace_back();
     visual.name = node.bodyName + " visual";
     visual.offset = body.posOffset;
     visual.rot = body.rotOffset;
     if (depth == 0) return node;
-    for (std::uint32_t i = engine_() % 4; i > 0; --i) {
-      const bool childFixed = engine_() % 2 == 0;
+    for (int i = static_cast<int>(random_.uniform(0.0, 4.0)); i > 0; --i) {
+      const bool childFixed = random_.uniform(0.0, 1.0) < 0.5;
       (childFixed ? node.childrenFixed : node.childrenMovable)
           .push_back(make(depth - 1, childFixed));
     }
@@ -52,22 +52,7 @@ class MixedTree {
   }
 
  private:
-  double uniform(double lower, double upper) {
-    return lower + (upper - lower) * static_cast<double>(engine_()) / 4294967296.0;
-  }
-  Vec3 vector() {
-    const double x = uniform(-1, 1), y = uniform(-1, 1);
-    return {{x, y, uniform(-1, 1)}};
-  }
-  Mat33 rotation() {
-    const Vec3 axis = vector();
-    const double angle = uniform(-3, 3);
-    Mat33 R;
-    rotationAboutAxis((1.0 / norm(axis)) * axis, std::cos(angle), std::sin(angle), R);
-    return R;
-  }
-
-  std::mt19937 engine_;
+  scenes::RandomSource random_;
   size_t count_ = 0;
 };
 
@@ -98,15 +83,8 @@ void addTo(Whole& whole, const Child& node, const Vec3& parentPosition,
     for (const Child& child : *children) addTo(whole, child, p, R);
 }
 
-template <unsigned long n, unsigned long m>
-double largestDifference(const Mat<n, m>& a, const Mat<n, m>& b) {
-  double largest = 0.0;
-  for (size_t i = 0; i < n * m; ++i) largest = std::max(largest, std::fabs(a[i] - b[i]));
-  return largest;
-}
-
 double poseDifference(const std::pair<Vec3, Mat33>& a, const std::pair<Vec3, Mat33>& b) {
-  return std::max(largestDifference(a.first, b.first), largestDifference(a.second, b.second));
+  return norm(a.first - b.first) + (a.second.e() - b.second.e()).norm();
 }
 
 /// Rounding of chains of at most six transforms of values of order ten.
@@ -123,8 +101,8 @@ TEST(ConsumeFixedBodies, KeepsTheWholeInTheWorld) {
 
     const double scale = 1.0 + before.mass * 100.0;
     EXPECT_NEAR(after.mass, before.mass, kTolerance * scale);
-    EXPECT_LT(largestDifference(after.moment, before.moment), kTolerance * scale);
-    EXPECT_LT(largestDifference(after.inertia, before.inertia), kTolerance * scale);
+    EXPECT_LT(norm(after.moment - before.moment), kTolerance * scale);
+    EXPECT_LT((after.inertia.e() - before.inertia.e()).norm(), kTolerance * scale);
     ASSERT_EQ(after.shapes.size(), before.shapes.size());
     for (const auto& [name, pose] : before.shapes)
       EXPECT_LT(poseDifference(after.shapes.at(name), pose), kTolerance);
@@ -177,32 +155,25 @@ TEST(ConsumeFixedBodies, OrderOfChildrenAndFrames) {
   EXPECT_EQ(root.numberOfBodiesFromHere(), 4u);
   EXPECT_EQ(root.numberOfGCFromHere(), 6u);
   EXPECT_EQ(root.numberOfDOFFromHere(), 5u);
-}
-
-TEST(ConsumeFixedBodies, MovableJointsNeedANameFixedOnesDoNot) {
-  Child root, fixed = named("f", Joint::FIXED), nameless = named("n", Joint::REVOLUTE);
-  fixed.jointName.clear();
+  // Only movable joints need a name.
+  Child nameless = named("f", Joint::FIXED);
   nameless.jointName.clear();
-  std::vector<CoordinateFrame> frames;
-  root.childrenFixed.push_back(fixed);
+  root.childrenFixed.push_back(nameless);
   EXPECT_EQ(messages::of([&] { Child(root).consumeFixedBodies(frames); }), "");
+  nameless.jointType = Joint::REVOLUTE;
   root.childrenMovable.push_back(nameless);
   EXPECT_EQ(messages::of([&] { root.consumeFixedBodies(frames); }),
             "JointAndBodiesFixed.cpp: All joints must have a name");
 }
 
 TEST(ChildNode, CountsByType) {
-  const struct {
-    int type;
-    size_t coordinates, velocities;
-  } rows[] = {{0, 0, 0}, {1, 1, 1}, {2, 1, 1}, {3, 4, 3},
-              {4, 7, 6}, {5, 0, 0}, {7, 0, 0}, {-1, 0, 0}};
-  for (const auto& row : rows) {
+  const size_t counts[][2] = {{0, 0}, {1, 1}, {1, 1}, {4, 3}, {7, 6}, {0, 0}};
+  for (int type = 0; type < 6; ++type) {
     Child node;
-    node.jointType = static_cast<Joint::Type>(row.type);
+    node.jointType = static_cast<Joint::Type>(type);
     EXPECT_EQ(node.numberOfBodiesFromHere(), 1u);
-    EXPECT_EQ(node.numberOfGCFromHere(), row.coordinates) << row.type;
-    EXPECT_EQ(node.numberOfDOFFromHere(), row.velocities) << row.type;
+    EXPECT_EQ(node.numberOfGCFromHere(), counts[type][0]) << type;
+    EXPECT_EQ(node.numberOfDOFFromHere(), counts[type][1]) << type;
   }
 }
 

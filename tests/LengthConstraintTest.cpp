@@ -40,11 +40,10 @@ TEST(Wire, ASpringPullsOnlyWhatMoves) {
   body.setPosition(3.0, 0.0, 0.0);
   CompliantLengthConstraint wire(&anchor, 0, {}, &body, 0, {}, 1.0, 50.0);
   const double dt = 0.01;
-  const Vec3 gravity{};
   const auto step = [&](Sphere& sphere) {
-    sphere.preContactSolverUpdate1(gravity, dt);
-    sphere.preContactSolverUpdate2(gravity, dt);
-    sphere.integrate(dt, gravity);
+    sphere.preContactSolverUpdate1({}, dt);
+    sphere.preContactSolverUpdate2({}, dt);
+    sphere.integrate(dt, {});
   };
   wire.update();
   wire.applyTension();  // too long for a strut: nothing happens

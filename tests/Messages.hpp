@@ -33,4 +33,11 @@ std::string of(Action&& action, OnFatal onFatal = OnFatal::END) {
   return text;
 }
 
+/// Expects that the messages of `action` contain `text`.
+template <typename Action>
+void expect(const std::string& text, Action&& action, OnFatal onFatal = OnFatal::END) {
+  const std::string printed = of(action, onFatal);
+  EXPECT_NE(printed.find(text), std::string::npos) << text << " is not in: " << printed;
+}
+
 }  // namespace zelvik::messages
