@@ -14,10 +14,13 @@ namespace zelvik {
 
 /// A directory of this process, which goes with the object. Its path ends with a slash.
 struct TemporaryDirectory {
-  const std::string path = testing::TempDir() + "zelvik_" + std::to_string(getpid()) + "/";
+  const pid_t owner = getpid();
+  const std::string path = testing::TempDir() + "zelvik_" + std::to_string(owner) + "/";
 
   TemporaryDirectory() { std::filesystem::create_directories(path); }
-  ~TemporaryDirectory() { std::filesystem::remove_all(path); }
+  ~TemporaryDirectory() {
+    if (getpid() == owner) std::filesystem::remove_all(path);  // not the children of death tests
+  }
 
   /// Returns the path of the file.
   std::string write(const std::string& name, const std::string& text) const {
