@@ -26,19 +26,20 @@ MaterialManager::MaterialManager(const std::string& file) {
   if (!materials.empty()) init(materials[0]);
 }
 
-void MaterialManager::init(const ZelvikTinyXmlWrapper& material) {
+bool MaterialManager::init(const ZelvikTinyXmlWrapper& material) {
   Properties p;
   const std::vector<ZelvikTinyXmlWrapper> defaults = material.getChildren("default");
   if (!defaults.empty()) {
-    if (!readProperties(defaults[0], p)) return;
+    if (!readProperties(defaults[0], p)) return false;
     setDefaultMaterialProperties(p.friction, p.restitution, p.restitutionThreshold);
   }
   for (const ZelvikTinyXmlWrapper& pair : material.getChildren("pair_prop")) {
     std::string a, b;
     if (!(pair.readMust("name1", a) && pair.readMust("name2", b) && readProperties(pair, p)))
-      return;
+      return false;
     setMaterialPairProp(a, b, p.friction, p.restitution, p.restitutionThreshold);
   }
+  return true;
 }
 
 }  // namespace zelvik

@@ -32,7 +32,8 @@ class ZELVIK_API MaterialManager {
 
   /// Reads one "material" element: at most one "default", any number of "pair_prop".
   /// A missing attribute is fatal.
-  void init(const ZelvikTinyXmlWrapper& material);
+  /// @return false after a fatal message
+  bool init(const ZelvikTinyXmlWrapper& material);
 
   /// What pairs with an unknown name get.
   void setDefaultMaterialProperties(double friction, double restitution,

@@ -55,6 +55,13 @@ class ZELVIK_API World {
 
   /// Empty world: time step 0.005 s, gravity (0, 0, -9.81) m/s^2.
   World();
+  /// World from a file: parameters, materials, objects (format: docs/world-file.md).
+  ///
+  /// Every fault in the file is fatal and ends the reading; if the callback comes back, the world
+  /// holds what was read before. A number that cannot be converted may raise
+  /// `std::invalid_argument` or `std::out_of_range`.
+  /// @param configFile path; its directory replaces every "[THIS_DIR]" in the text of the file
+  explicit World(const std::string& configFile);
   ~World();
   World(const World&) = delete;
   World& operator=(const World&) = delete;
@@ -188,6 +195,14 @@ class ZELVIK_API World {
   /// Second half: takes forces in, solves the contacts, moves the objects.
   void integrate2();
 
+  /// Writes the present state as a world file, and beside it the robots that were made from URDF
+  /// text. A snapshot: materials, wires, appearances and some more are not in it, and worlds with
+  /// meshes or height maps cannot be read back (docs/world-file.md). A file that cannot be written
+  /// is a warning. Fatal, and no file: a cone ("Cone collision shape is not supported"), a robot
+  /// made from a tree, a path that `Path` refuses.
+  /// @param dir put in front of `fileName` as it stands: has to end with a slash
+  void exportToXml(const std::string& dir, const std::string& fileName) const;
+
   // ---- queries ----
 
   /// The first object of that name, or null.
@@ -215,6 +230,7 @@ class ZELVIK_API World {
   const contact::ContactProblemList& getContactProblems() const { return contactProblems_; }
   MaterialManager& getMaterialManager() { return materialManager_; }
   contact::BisectionContactSolver& getContactSolver() { return solver_; }
+  /// Normalised path of the world file; empty without one.
   const std::string& getConfigFile() const { return configFile_; }
   const std::vector<std::unique_ptr<StiffLengthConstraint>>& getStiffWires() const {
     return stiffWire_;

@@ -51,6 +51,8 @@ class ZelvikTinyXmlWrapper {
   bool isValid() const { return element_ != nullptr; }
   /// Name of the element; empty for none.
   std::string getName() const { return element_ != nullptr ? element_->Value() : ""; }
+  /// Name of the source, for messages: the path, or "\"URDF from a string\"" for any text.
+  const std::string& getSource() const { return fileName_; }
   /// The parser's own element, null for none.
   TiXmlElement* getElement() const { return element_; }
 
@@ -85,6 +87,12 @@ class ZelvikTinyXmlWrapper {
     TiXmlElement* child = element_ != nullptr ? element_->FirstChildElement() : nullptr;
     if (child == nullptr && isValid()) errorMessage(" does not contain a child");
     return ZelvikTinyXmlWrapper(*this, child);
+  }
+
+  /// The first child element called `name`; none is fatal.
+  ZelvikTinyXmlWrapper getFirstChildMust(const std::string& name) const {
+    const std::vector<ZelvikTinyXmlWrapper> children = getChildrenMust(name);
+    return children.empty() ? ZelvikTinyXmlWrapper(*this, nullptr) : children[0];
   }
 
   /// Reads an attribute; false, with `out` untouched, if there is none.
@@ -141,6 +149,7 @@ class ZelvikTinyXmlWrapper {
 
  private:
   static constexpr size_t kMaxDepth = 1000;
+  static constexpr size_t kLongestPath = 4096;  ///< of Linux; more is some file's content
 
   ZelvikTinyXmlWrapper(const ZelvikTinyXmlWrapper& parent, TiXmlElement* element)
       : element_(element), fileName_(parent.fileName_), tree_(parent.tree_) {
@@ -156,6 +165,10 @@ class ZelvikTinyXmlWrapper {
 
   /// The parser is never shown a directory: it would take its size for that of a file.
   bool loadFile(const std::string& path) {
+    if (path.size() > kLongestPath) {
+      MSG_FATAL("cannot read file: '" << path << "'");
+      return false;
+    }
     fileName_ = Path(path).getString();
     std::error_code ignored;
     std::ifstream file(path, std::ios::binary);

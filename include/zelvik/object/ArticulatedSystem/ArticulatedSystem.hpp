@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <fstream>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include <zelvik/math.hpp>
 #include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
 #include <zelvik/object/Object.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 namespace zelvik {
 
@@ -385,6 +387,22 @@ class ZELVIK_API ArticulatedSystem : public Object {
   const std::string& getRobotName() const { return robotName_; }
   const std::string& getModelPath() const { return modelPath_; }
   const std::string& getModelText() const { return modelText_; }
+  /// Writes the URDF text that the system was made from; a failed write goes unnoticed. Fatal:
+  /// "This articulated system was created with an existing urdf file" (or from a tree: there is no
+  /// text), "Articulated System is only saved to a URDF format" for a name without ".urdf".
+  /// @return false after a fatal message
+  bool exportModelText(const std::string& fileName) const {
+    if (modelText_.empty()) {
+      MSG_FATAL("This articulated system was created with an existing urdf file");
+      return false;
+    }
+    if (fileName.size() < 5 || fileName.compare(fileName.size() - 5, 5, ".urdf") != 0) {
+      MSG_FATAL("Articulated System is only saved to a URDF format");
+      return false;
+    }
+    std::ofstream(fileName, std::ios::trunc) << modelText_;
+    return true;
+  }
   const std::string& getModelTopDirectory() const { return modelTopDirectory_; }
   const std::string& getResourceDirectory() const { return resourceDir_; }
   Joint::Type getJointType(size_t localIdx) const {
