@@ -90,6 +90,10 @@ Mesh* World::addMesh(const std::string& fileName, double mass, const Mat<3, 3>& 
 
 Mesh* World::addMesh(const Mesh* source, const std::string& material, unsigned long group,
                      unsigned long mask) {
+  if (source == nullptr) {
+    MSG_FATAL("World::addMesh: Got a nullptr for the reference mesh");
+    return nullptr;
+  }
   return addMesh(source->getFileName(), source->getMass(0), source->getBodyInertia(),
                  source->getComOffset(), source->getScale(),
                  material.empty() ? source->getMaterial() : material, group, mask);

@@ -112,7 +112,8 @@ class ZELVIK_API World {
                 const Mat<3, 1>& com, double scale, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// A second mesh from the file of the first, with the same mass data; an empty `material` means
-  /// that of the source.
+  /// that of the source. Null is fatal: "World::addMesh: Got a nullptr for the reference mesh"; null
+  /// is then returned if the fatal callback comes back.
   Mesh* addMesh(const Mesh* source, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// @param heights row by row, row 0 at low y
