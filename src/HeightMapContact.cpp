@@ -79,7 +79,7 @@ class HeightMapCollider {
   int run() {
     switch (dGeomGetClass(geom_)) {
       case dSphereClass:
-        touchSphere(center_, dGeomSphereGetRadius(geom_), 0);
+        touchSphere(center_, dGeomSphereGetRadius(geom_));
         break;
       case dCapsuleClass:
         dGeomCapsuleGetParams(geom_, &radius_, &length_);
@@ -164,7 +164,8 @@ class HeightMapCollider {
     return a.depth >= k.depth && dot(ground - positionOf(a) - a.depth * na, na) <= kPlaneTolerance;
   }
 
-  /// Adds a touch, unless one from `first` on covers it, and drops what it covers.
+  /// Adds a touch, unless one from `first` on covers it, and drops what it covers from `own_` on:
+  /// a touch between the ends must not take the support of an end away.
   void add(const Vec3& position, const Vec3& normal, double depth, int first) {
     dContactGeom touch{};
     for (int i = 0; i < 3; ++i) {
@@ -175,14 +176,15 @@ class HeightMapCollider {
     touch.side1 = touch.side2 = -1;
     for (int k = first; k < count_; ++k)
       if (covers(points_[k], touch)) return;
-    const auto end = std::remove_if(points_ + first, points_ + count_,
+    const auto end = std::remove_if(points_ + own_, points_ + count_,
                                     [&](const dContactGeom& g) { return covers(touch, g); });
     count_ = static_cast<int>(end - points_);
     if (count_ < capacity_) points_[count_++] = touch;
   }
 
   /// A ball against the ground: below it one touch, above it one per closest point of a triangle.
-  void touchSphere(const Vec3& c, double radius, int first) {
+  void touchSphere(const Vec3& c, double radius) {
+    const int first = own_ = count_;
     double gap = 1.0;
     Vec3 up{};
     if (gapBelow(c, gap, up) && gap <= 0.0) {
@@ -206,8 +208,7 @@ class HeightMapCollider {
   }
 
   void touchCapsule() {
-    for (double end : {-0.5, 0.5})
-      touchSphere(center_ + (end * length_) * axes_[2], radius_, count_);
+    for (double end : {-0.5, 0.5}) touchSphere(center_ + (end * length_) * axes_[2], radius_);
     touchSide();
   }
 
@@ -220,6 +221,7 @@ class HeightMapCollider {
       high[i] = std::max(a[i], b[i]) + radius_;
     }
     const int first = endsTouch() ? 0 : count_;
+    own_ = count_;
     forTriangles(low, high, [&](const Triangle& t) {
       for (size_t k = 0; k < 3; ++k) {
         const Vec3 &c = t.corner[k], &d = t.corner[(k + 1) % 3];
@@ -263,6 +265,7 @@ class HeightMapCollider {
   }
 
   void touchPoint(const Vec3& p) {
+    own_ = count_;
     double gap = 0.0;
     Vec3 up{};
     if (gapBelow(p, gap, up) && gap < 0.0) add(p, up, -gap, count_);
@@ -270,6 +273,7 @@ class HeightMapCollider {
 
   /// Vertices of the ground that have come through a flat end.
   void touchEnds() {
+    own_ = count_;
     const double reach = std::hypot(radius_, 0.5 * length_);
     const Vec3 box{{reach, reach, reach}};
     const Cells cells = cellsUnder(center_ - box, center_ + box);
@@ -305,6 +309,7 @@ class HeightMapCollider {
   dContactGeom* const points_;
   const int capacity_;
   int count_ = 0;
+  int own_ = 0;  ///< first touch of the part of the body that is looked at
   Vec3 center_{};
   std::array<Vec3, 3> axes_{};          ///< of the body
   double cellX_ = 0.0, cellY_ = 0.0;    ///< (m)
