@@ -5,6 +5,8 @@
 #include <cmath>
 #include <zelvik/World.hpp>
 
+#include "Messages.hpp"
+
 // Wires of both kinds in a running world.
 
 namespace zelvik {
@@ -179,6 +181,9 @@ TEST(WorldWires, NamesAndWhatDiesWithABody) {
   world.removeObject(dangling);  // unknown by now: ignored, but counted
   EXPECT_EQ(world.getObjectChangeCount(), changes + 3);
   ASSERT_EQ(world.getStiffWires().size(), 1u);
+  EXPECT_EQ(messages::of([&] { world.addCompliantWire(b, 0, {}, nullptr, 0, {}, 1.0, 1.0); },
+                         messages::OnFatal::GO_ON),
+            "World.cpp: World::addCompliantWire: Got a nullptr for body 2 of the wire");
   world.integrate();
 }
 

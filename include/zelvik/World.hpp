@@ -112,8 +112,8 @@ class ZELVIK_API World {
                 const Mat<3, 1>& com, double scale, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// A second mesh from the file of the first, with the same mass data; an empty `material` means
-  /// that of the source. Null is fatal: "World::addMesh: Got a nullptr for the reference mesh"; null
-  /// is then returned if the fatal callback comes back.
+  /// that of the source. Null is fatal: "World::addMesh: Got a nullptr for the reference mesh";
+  /// null is then returned if the fatal callback comes back.
   Mesh* addMesh(const Mesh* source, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// @param heights row by row, row 0 at low y
@@ -164,7 +164,9 @@ class ZELVIK_API World {
 
   // --- wires
   // --------------------------------------------------------------------------------------
-  /// A wire that holds its length in the contact solve. Points are in body coordinates.
+  /// A wire that holds its length in the contact solve. Points are in body coordinates. A body that
+  /// is null is fatal, for both kinds: "World::addStiffWire: Got a nullptr for body 1 of the wire";
+  /// null is then returned if the fatal callback comes back.
   StiffLengthConstraint* addStiffWire(Object* body1, unsigned long localIdx1, Mat<3, 1> pos1,
                                       Object* body2, unsigned long localIdx2, Mat<3, 1> pos2,
                                       double length);
