@@ -8,12 +8,16 @@
 namespace zelvik {
 namespace {
 
+/// Returns false after a fatal message.
+bool checkRoom(const char* what, size_t count, size_t room) {
+  if (count <= room) return true;
+  MSG_FATAL(what << ": " << count << " values are given, but there is room for " << room);
+  return false;
+}
+
 /// Copies to the front of `target`; returns false after a fatal message.
 bool copyFront(const char* what, const double* values, size_t count, VecDyn& target) {
-  if (count > target.n) {
-    MSG_FATAL(what << ": " << count << " values are given, but there is room for " << target.n);
-    return false;
-  }
+  if (!checkRoom(what, count, target.n)) return false;
   std::copy_n(values, count, target.v);
   return true;
 }
@@ -85,8 +89,10 @@ void ArticulatedSystem::setDTarget(const double* values, size_t count) {
 }
 
 void ArticulatedSystem::setForceLimits(const VecDyn& lower, const VecDyn& upper) {
-  if (copyFront("setForceLimits, lower", lower.v, lower.n, forceLowerLimit_))
-    copyFront("setForceLimits, upper", upper.v, upper.n, forceUpperLimit_);
+  if (!checkRoom("setForceLimits, lower", lower.n, dof_)) return;
+  if (!checkRoom("setForceLimits, upper", upper.n, dof_)) return;
+  std::copy_n(lower.v, lower.n, forceLowerLimit_.v);
+  std::copy_n(upper.v, upper.n, forceUpperLimit_.v);
 }
 
 void ArticulatedSystem::setJointLimits(const std::vector<JointLimit>& limits) {

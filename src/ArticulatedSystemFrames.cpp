@@ -23,6 +23,10 @@ void ArticulatedSystem::getVelocity(size_t localIdx, const Mat<3, 1>& pointB,
         cross(angularVelocityW_[localIdx], rotationW_[localIdx] * pointB);
 }
 
+void ArticulatedSystem::getAngularVelocity(size_t localIdx, Mat<3, 1>& out) const {
+  if (checkBodyIndex(localIdx, "getAngularVelocity")) out = angularVelocityW_[localIdx];
+}
+
 void ArticulatedSystem::getVelocity(const SparseJacobian& jac, Mat<3, 1>& out) const {
   Vec3 sum{};
   for (size_t c = 0; c < jac.size; ++c) {

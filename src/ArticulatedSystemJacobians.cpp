@@ -80,6 +80,13 @@ void ArticulatedSystem::getSparseJacobian(size_t bodyIdx, const Mat<3, 1>& point
 
 void ArticulatedSystem::getSparseJacobian_internal(size_t bodyIdx, const Mat<3, 1>& pointW,
                                                    SparseJacobian& jac) {
+  const char* where = "getSparseJacobian_internal";
+  if (!checkBodyIndex(bodyIdx, where)) return;
+  if (jac.capacity < pathDof_[bodyIdx]) {
+    MSG_FATAL(where << ": the Jacobian has room for " << jac.capacity << " columns, body "
+                    << bodyIdx << " needs " << pathDof_[bodyIdx]);
+    return;
+  }
   jac.size = pathDof_[bodyIdx];
   if (jointType_[0] == Joint::FLOATING) {
     // The base columns are implicit: identity, and the rotation by the lever arm r kept in 3.
@@ -90,8 +97,10 @@ void ArticulatedSystem::getSparseJacobian_internal(size_t bodyIdx, const Mat<3, 
 }
 
 void ArticulatedSystem::getSparseRotationalJacobian(size_t bodyIdx, SparseJacobian& jac) const {
-  jac.size = 0;
-  if (bodyIdx == kNone) return;  // the world
+  if (bodyIdx == kNone) {  // the world
+    jac.size = 0;
+    return;
+  }
   if (!checkBodyIndex(bodyIdx, "getSparseRotationalJacobian")) return;
   size_t columns = 0;
   for (size_t b = bodyIdx; b != kNone; b = parent_[b]) {
@@ -123,12 +132,14 @@ void ArticulatedSystem::getSparseRotationalJacobian(size_t bodyIdx, SparseJacobi
 
 void ArticulatedSystem::getDenseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW,
                                          MatDyn& jac) const {
+  if (!checkBodyIndex(bodyIdx, "getDenseJacobian")) return;
   SparseJacobian sparse;
   getSparseJacobian(bodyIdx, pointW, sparse);
   scatter(sparse, dof_, jac);
 }
 
 void ArticulatedSystem::getDenseRotationalJacobian(size_t bodyIdx, MatDyn& jac) const {
+  if (bodyIdx != kNone && !checkBodyIndex(bodyIdx, "getDenseRotationalJacobian")) return;
   SparseJacobian sparse;
   getSparseRotationalJacobian(bodyIdx, sparse);
   scatter(sparse, dof_, jac);

@@ -110,11 +110,13 @@ inline double marchToRoot(SlidingCurve& curve, AngleMerit start, const Vec3& i) 
   AngleMerit prev = start, now{};
   double step = start.f < 0.0 ? 0.005 : -0.005;
   for (int k = 1;; ++k) {
+    // The first angle is known to some 1e-12 only: where the pole of r is as near, no step is short
+    // enough, and the search stays where it is.
     do {
       now.theta = prev.theta + step;
       step *= 0.5;
       curve.moveTo(now.theta);
-    } while (curve.radius() < 0.0);
+    } while (curve.radius() < 0.0 && now.theta != prev.theta);
     step *= 2.6;  // grows by 1.3 per trial that succeeds at once
     now.f = curve.merit();
     const bool looksBackwards = dot(curve.coneNormal(), curve.impulse() - i) < 0.0;
@@ -140,6 +142,10 @@ inline bool slide(Single3DContactProblem& p, const Vec3& v, double z) {
   const AngleMerit start{tangentAngle(i[0], i[1]),
                          curve.merit({{i[0], i[1], p.negMuSquared_ * i[2]}})};
   if (!(start.f * start.f < 1e-24)) curve.moveTo(marchToRoot(curve, start, i));
+  if (curve.radius() < 0.0) {  // beyond the pole, see the march
+    p.imp_.setZero();
+    return false;
+  }
   p.imp_ = curve.impulse();
   return true;
 }

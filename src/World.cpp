@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>

@@ -84,8 +84,12 @@ void World::assembleSingleSided(Object& object, size_t i, Problem& p) {
   if (c.pairBodyType_ == BodyType::KINEMATIC) {
     // A kinematic partner contributes its velocity, but no inertia.
     Object& partner = *objectList_[c.pairObjectIndex_];
+    // Its own list is not visited; it too shall lead to the impulse.
+    Contact& twin = partner.getContacts()[c.pairContactIndex_];
+    twin.contactProblem_ = &p;
+    twin.delassusPtr_ = &p.delassus_;
     p.tauStar_ -= partner.getDelassusAndTauStar()[c.pairContactIndex_].tauStar;
-    p.impactVel_ -= partner.getImpactVel(c.pairContactIndex_);
+    p.impactVel_ -= twin.impactVel_;
   }
   if (!c.objectA_) {
     p.tauStar_ = -p.tauStar_;

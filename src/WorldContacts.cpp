@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <cmath>
+#include <utility>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 

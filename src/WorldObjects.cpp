@@ -8,18 +8,20 @@
 
 namespace zelvik {
 
-template <typename T>
-T* World::adopt(std::unique_ptr<T> object) {
+/// The counter moves first: it also counts an object whose constructor throws.
+template <typename T, typename... Args>
+T* World::add(Args&&... args) {
   ++objectChangeCount_;
+  auto object = std::make_unique<T>(std::forward<Args>(args)...);
   objectList_.push_back(object.get());
   object->setIndexInWorld(objectList_.size() - 1);
   return object.release();
 }
 
-template <typename T>
-T* World::adoptWithGeom(std::unique_ptr<T> object, const std::string& material, unsigned long group,
-                        unsigned long mask) {
-  T* added = adopt(std::move(object));
+template <typename T, typename... Args>
+T* World::addWithGeom(const std::string& material, unsigned long group, unsigned long mask,
+                      Args&&... args) {
+  T* added = add<T>(std::forward<Args>(args)...);
   added->setMaterial(material);
   addCollisionObject(added->getCollisionObject(), 0, material, group, mask);
   return added;
@@ -46,32 +48,32 @@ void World::addCollisionObject(dGeomID geom, unsigned long localIdx, const std::
 
 Sphere* World::addSphere(double radius, double mass, const std::string& material,
                          unsigned long group, unsigned long mask) {
-  return adoptWithGeom(std::make_unique<Sphere>(radius, mass), material, group, mask);
+  return addWithGeom<Sphere>(material, group, mask, radius, mass);
 }
 
 Box* World::addBox(double x, double y, double z, double mass, const std::string& material,
                    unsigned long group, unsigned long mask) {
-  return adoptWithGeom(std::make_unique<Box>(x, y, z, mass), material, group, mask);
+  return addWithGeom<Box>(material, group, mask, x, y, z, mass);
 }
 
 Cylinder* World::addCylinder(double radius, double height, double mass, const std::string& material,
                              unsigned long group, unsigned long mask) {
-  return adoptWithGeom(std::make_unique<Cylinder>(radius, height, mass), material, group, mask);
+  return addWithGeom<Cylinder>(material, group, mask, radius, height, mass);
 }
 
 Capsule* World::addCapsule(double radius, double height, double mass, const std::string& material,
                            unsigned long group, unsigned long mask) {
-  return adoptWithGeom(std::make_unique<Capsule>(radius, height, mass), material, group, mask);
+  return addWithGeom<Capsule>(material, group, mask, radius, height, mass);
 }
 
 Ground* World::addGround(double height, const std::string& material, unsigned long mask) {
-  return adoptWithGeom(std::make_unique<Ground>(height), material, kGroundGroup, mask);
+  return addWithGeom<Ground>(material, kGroundGroup, mask, height);
 }
 
 Compound* World::addCompound(const std::vector<Compound::CompoundObjectChild>& children,
                              double mass, Mat<3, 1> com, const Mat<3, 3>& inertia,
                              unsigned long group, unsigned long mask) {
-  Compound* compound = adopt(std::make_unique<Compound>(children, mass, com, inertia));
+  Compound* compound = add<Compound>(children, mass, com, inertia);
   const std::vector<dGeomID>& geoms = compound->getCollisionGeoms();
   for (size_t i = 0; i < geoms.size(); ++i)
     addCollisionObject(geoms[i], 0, children[i].material, group, mask);
@@ -82,7 +84,7 @@ Mesh* World::addMesh(const std::string& fileName, double mass, const Mat<3, 3>& 
                      const Mat<3, 1>& com, double scale, const std::string& material,
                      unsigned long group, unsigned long mask) {
   // The mesh has put its geom into the space by itself.
-  Mesh* mesh = adopt(std::make_unique<Mesh>(fileName, worldSpace_, mass, inertia, com, scale));
+  Mesh* mesh = add<Mesh>(fileName, worldSpace_, mass, inertia, com, scale);
   mesh->setMaterial(material);
   describeGeom(mesh->getCollisionObject(), 0, material, group, mask);
   return mesh;
@@ -103,32 +105,28 @@ HeightMap* World::addHeightMap(unsigned long xSamples, unsigned long ySamples, d
                                double ySize, double centerX, double centerY,
                                const std::vector<double>& heights, const std::string& material,
                                unsigned long group, unsigned long mask) {
-  return adoptWithGeom(
-      std::make_unique<HeightMap>(xSamples, ySamples, xSize, ySize, centerX, centerY, heights),
-      material, group, mask);
+  return addWithGeom<HeightMap>(material, group, mask, xSamples, ySamples, xSize, ySize, centerX,
+                                centerY, heights);
 }
 
 HeightMap* World::addHeightMap(const std::string& pngFile, double centerX, double centerY,
                                double xSize, double ySize, double heightScale, double heightOffset,
                                const std::string& material, unsigned long group,
                                unsigned long mask) {
-  return adoptWithGeom(std::make_unique<HeightMap>(centerX, centerY, pngFile, xSize, ySize,
-                                                   heightScale, heightOffset),
-                       material, group, mask);
+  return addWithGeom<HeightMap>(material, group, mask, centerX, centerY, pngFile, xSize, ySize,
+                                heightScale, heightOffset);
 }
 
 HeightMap* World::addHeightMap(const std::string& textFile, double centerX, double centerY,
                                const std::string& material, unsigned long group,
                                unsigned long mask) {
-  return adoptWithGeom(std::make_unique<HeightMap>(centerX, centerY, textFile), material, group,
-                       mask);
+  return addWithGeom<HeightMap>(material, group, mask, centerX, centerY, textFile);
 }
 
 HeightMap* World::addHeightMap(double centerX, double centerY, TerrainProperties& terrain,
                                const std::string& material, unsigned long group,
                                unsigned long mask) {
-  return adoptWithGeom(std::make_unique<HeightMap>(centerX, centerY, terrain), material, group,
-                       mask);
+  return addWithGeom<HeightMap>(material, group, mask, centerX, centerY, terrain);
 }
 
 HeightMap* World::addHeightMap(const HeightMap* source, unsigned long group, unsigned long mask) {
@@ -141,20 +139,18 @@ HeightMap* World::addHeightMap(const HeightMap* source, unsigned long group, uns
                       source->getHeightMap(), source->getMaterial(), group, mask);
 }
 
-ArticulatedSystem* World::adoptSystem(std::unique_ptr<ArticulatedSystem> system,
-                                      unsigned long group, unsigned long mask) {
-  ArticulatedSystem* added = adopt(std::move(system));
-  for (const CollisionDefinition& body : added->getCollisionBodies())
+ArticulatedSystem* World::addGeomsOf(ArticulatedSystem* system, unsigned long group,
+                                     unsigned long mask) {
+  for (const CollisionDefinition& body : system->getCollisionBodies())
     addCollisionObject(body.colObj, body.localIdx, std::string(body.getMaterial()), group, mask);
-  return added;
+  return system;
 }
 
 ArticulatedSystem* World::addArticulatedSystem(const Child& child,
                                                const std::string& resourceDirectory,
                                                unsigned long group, unsigned long mask,
                                                ArticulatedSystemOption option) {
-  return adoptSystem(std::make_unique<ArticulatedSystem>(child, resourceDirectory, option), group,
-                     mask);
+  return addGeomsOf(add<ArticulatedSystem>(child, resourceDirectory, option), group, mask);
 }
 
 ArticulatedSystem* World::addArticulatedSystem(const std::string& urdfPath,
@@ -162,9 +158,8 @@ ArticulatedSystem* World::addArticulatedSystem(const std::string& urdfPath,
                                                const std::vector<std::string>& jointOrder,
                                                unsigned long group, unsigned long mask,
                                                ArticulatedSystemOption option) {
-  return adoptSystem(
-      std::make_unique<ArticulatedSystem>(urdfPath, resourceDirectory, jointOrder, option), group,
-      mask);
+  return addGeomsOf(add<ArticulatedSystem>(urdfPath, resourceDirectory, jointOrder, option), group,
+                    mask);
 }
 
 namespace {
@@ -212,6 +207,30 @@ void setOwnerOfGeoms(Object& object, size_t index) {
 
 }  // namespace
 
+/// The lists of the last `integrate1` stay readable, and a second half may still run on them:
+/// nothing in them may lead to the object, nor to the place that the last object leaves.
+void World::releaseContactsOf(Object* object) {
+  constexpr unsigned int dead = contact::Single3DContactProblem::NOTHING_MOVES;
+  const size_t index = object->getIndexInWorld(), last = objectList_.size() - 1;
+  for (const contact::Contact& c : object->getContacts())
+    contactProblems_[c.contactProblemIndex_].rank_ = dead;
+  for (Object* other : objectList_)
+    for (contact::Contact& c : other->getContacts()) {
+      if (c.pairObjectIndex_ == index) {
+        c.pairObjectIndex_ = kNone;
+        c.skip_ = true;
+        contactProblems_[c.contactProblemIndex_].rank_ = dead;
+      } else if (c.pairObjectIndex_ == last) {
+        c.pairObjectIndex_ = index;
+      }
+    }
+  for (contact::Single3DContactProblem& p : contactProblems_)
+    if (p.rank_ == dead || p.objA_ == object) {
+      p.rank_ = dead;  // a joint limit of the object belongs to no contact
+      p.objA_ = p.objB_ = nullptr;
+    }
+}
+
 void World::moveLastObjectTo(size_t index) {
   Object* last = objectList_.back();
   for (size_t& first : objectPairFirst_)
@@ -241,6 +260,7 @@ void World::removeObject(Object* object) {
     objectPairFirst_.pop_back();
     objectPairSecond_.pop_back();
   }
+  releaseContactsOf(object);
   object->destroyCollisionBodies(worldSpace_);
   delete object;
   if (index + 1 != objectList_.size()) moveLastObjectTo(index);

@@ -184,6 +184,14 @@ TEST(World, KinematicBodyCarriesAndPushes) {
   EXPECT_NEAR(box->getLinearVelocity()[0], 0.5, 1e-3);
   EXPECT_NEAR(positionOf(belt)[0], 0.5, 1e-12);
   EXPECT_NEAR(positionOf(box)[2], 0.2, 2e-3);
+  // The belt's view of the contacts, too, holds the reaction: it carries the box.
+  Vec3 load{};
+  for (const contact::Contact& c : belt->getContacts()) {
+    Vec3 impulse;
+    c.getImpulse(impulse);
+    load += impulse;
+  }
+  EXPECT_NEAR(load[2], -0.005 * 9.81 * box->getMass(0), 1e-3);
 }
 
 TEST(World, HalvesLeaveTheWorldAsPromised) {
@@ -203,6 +211,29 @@ TEST(World, HalvesLeaveTheWorldAsPromised) {
   sphere->getContacts()[0].getImpulse(impulse);
   const double target = 0.3 * 0.001;  // m/s out of the penetration
   EXPECT_NEAR(impulse[2], 0.005 * (2.0 * 9.81 + 100.0) + 2.0 * target, 1e-9);
+}
+
+TEST(World, RemovalReleasesTheContactsOfTheStep) {
+  // The belt lies on the box, the ball beside them on the ground; the box dies between the halves.
+  World world;
+  Ground* ground = world.addGround();
+  Box* box = world.addBox(1.0, 1.0, 0.2, 1.0);
+  box->setPosition(0, 0, 0.099);
+  Box* belt = world.addBox(0.5, 0.5, 0.2, 1.0);
+  belt->setPosition(0, 0, 0.298);
+  Sphere* ball = world.addSphere(0.1, 1.0);
+  ball->setPosition(3, 0, 0.099);
+  world.integrate1();
+  ASSERT_FALSE(belt->getContacts().empty());
+  world.removeObject(box);
+  world.integrate2();
+  for (const contact::Contact& c : belt->getContacts()) EXPECT_EQ(c.pairObjectIndex_, kNone);
+  EXPECT_NEAR(belt->getLinearVelocity()[2], -0.005 * 9.81, 1e-12);
+  EXPECT_NEAR(ball->getLinearVelocity()[2], 0.3 * 0.001, 1e-9);
+  // The last object takes the place of the ground, whose contacts act no more in a second half.
+  world.removeObject(ground);
+  world.integrate2();
+  EXPECT_NEAR(ball->getLinearVelocity()[2], 0.3 * 0.001 - 0.005 * 9.81, 1e-9);
 }
 
 TEST(World, NotANumberPassesInSilence) {

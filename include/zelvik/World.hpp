@@ -59,8 +59,8 @@ class ZELVIK_API World {
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
-  // --- parameters
-  // ---------------------------------------------------------------------------------
+  // ---- parameters ----
+
   void setGravity(const Mat<3, 1>& gravity) { gravity_ = gravity; }
   void setGravity(const Eigen::Vector3d& gravity) {
     gravity_ = {{gravity[0], gravity[1], gravity[2]}};
@@ -87,10 +87,10 @@ class ZELVIK_API World {
   /// Puts all geoms, in object order, into a new space of the given kind. Between steps only.
   void setBroadPhase(BroadPhase kind);
 
-  // --- objects
-  // ------------------------------------------------------------------------------------ `material`
-  // is the name that the material table knows. Two geoms collide if the group of one meets the mask
-  // of the other, in either direction. Bad sizes are fatal in the object's constructor.
+  // ---- objects ----
+  // `material` is the name that the material table knows. Two geoms collide if the group of one
+  // meets the mask of the other, in either direction. Bad sizes are fatal in the object's
+  // constructor.
   Sphere* addSphere(double radius, double mass, const std::string& material = "",
                     unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// @param x, y, z full lengths
@@ -155,15 +155,16 @@ class ZELVIK_API World {
                                           ArticulatedSystemOption option = {});
 
   /// Removes and deletes an object with its wires; the last object takes its index. Of several
-  /// wires on the object one can survive with a dangling pointer: remove them first. An unknown
-  /// pointer gets the message "the object is already deleted".
+  /// wires on the object one can survive with a dangling pointer: remove them first. Contacts that
+  /// others have with it are marked `skip_` and act no more; those with the last object get its new
+  /// index. An unknown pointer gets the message "the object is already deleted".
   void removeObject(Object* object);
   /// Removes and deletes a wire; unknown pointers are ignored.
   void removeObject(StiffLengthConstraint* wire);
   void removeObject(CompliantLengthConstraint* wire);
 
-  // --- wires
-  // --------------------------------------------------------------------------------------
+  // ---- wires ----
+
   /// A wire that holds its length in the contact solve. Points are in body coordinates. A body that
   /// is null is fatal, for both kinds: "World::addStiffWire: Got a nullptr for body 1 of the wire";
   /// null is then returned if the fatal callback comes back.
@@ -179,8 +180,8 @@ class ZELVIK_API World {
   /// The first stiff wire of that name, else null: for stiff wires only.
   LengthConstraint* getConstraint(const std::string& name);
 
-  // --- stepping
-  // -----------------------------------------------------------------------------------
+  // ---- stepping ----
+
   /// One step: `integrate1`, then `integrate2`.
   void integrate();
   /// First half: collisions, contact records, mass matrices and Jacobians of the present
@@ -189,8 +190,8 @@ class ZELVIK_API World {
   /// Second half: takes forces in, solves the contacts, moves the objects.
   void integrate2();
 
-  // --- queries
-  // ------------------------------------------------------------------------------------
+  // ---- queries ----
+
   /// The first object of that name, or null.
   Object* getObject(const std::string& name);
   std::vector<Object*>& getObjList() { return objectList_; }
@@ -233,18 +234,17 @@ class ZELVIK_API World {
   friend void rayCallback(void* data, dGeomID o1, dGeomID o2);
 
   void init();
-  template <typename T>
-  T* adopt(std::unique_ptr<T> object);
-  template <typename T>
-  T* adoptWithGeom(std::unique_ptr<T> object, const std::string& material, unsigned long group,
-                   unsigned long mask);
-  ArticulatedSystem* adoptSystem(std::unique_ptr<ArticulatedSystem> system, unsigned long group,
-                                 unsigned long mask);
+  template <typename T, typename... Args>
+  T* add(Args&&... args);
+  template <typename T, typename... Args>
+  T* addWithGeom(const std::string& material, unsigned long group, unsigned long mask,
+                 Args&&... args);
+  ArticulatedSystem* addGeomsOf(ArticulatedSystem* system, unsigned long group, unsigned long mask);
   void addCollisionObject(dGeomID geom, unsigned long localIdx, const std::string& material,
                           unsigned long group, unsigned long mask);
   void describeGeom(dGeomID geom, unsigned long localIdx, const std::string& material,
                     unsigned long group, unsigned long mask);
-  void dropWiresOf(Object* object);
+  void releaseContactsOf(Object* object);
   void moveLastObjectTo(size_t index);
 
   void detectCollisions();

@@ -51,8 +51,8 @@ using JointLimit = Mat<2, 1>;
 ///
 /// The equation of motion is M du/dt + h = tau with the joint-space mass matrix M and the nonlinear
 /// terms h. Suffixes of the fields: `W` world axes, `B` axes of the body, `P` axes of the parent.
-/// A body, frame or shape index out of range is fatal and nothing is written; contact indices are
-/// not validated.
+/// A body, frame or shape index that would be read out of range is fatal and nothing is written;
+/// contact indices are not validated.
 ///
 /// Source of the algorithms (composite bodies, recursive Newton-Euler, factorisation along the
 /// tree): R. Featherstone, Rigid Body Dynamics Algorithms, Springer (2008), chapters 5, 6 and 8.
@@ -243,7 +243,10 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setForceLimits(const Eigen::VectorXd& lower, const Eigen::VectorXd& upper);
   const VecDyn& getForceLowerLimit() const { return forceLowerLimit_; }
   const VecDyn& getForceUpperLimit() const { return forceUpperLimit_; }
-  /// One entry per velocity; only the first of a joint is read.
+  /// One entry per velocity; only the first of a joint is read. A joint beyond its limit is
+  /// stopped, not pushed back. What a limit has given within a solve is not taken back: a joint
+  /// that a contact turns round later in the sweeps may leave faster than the contact alone would
+  /// make it.
   void setJointLimits(const std::vector<JointLimit>& limits);
   const std::vector<JointLimit>& getJointLimits() const { return jointLimits_; }
   /// Viscous damping (N s/m or N m s/rad), per velocity.
@@ -255,7 +258,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setSprings(const std::vector<JointSpring>& springs);
   const std::vector<JointSpring>& getSprings() const { return springs_; }
 
-  /// Scheme of the following steps; `TRAPEZOID` takes its place while PD control meets contacts.
+  /// Scheme of the following steps. In PD mode `TRAPEZOID` takes its place from the step after the
+  /// first contact on, until `setGeneralizedCoordinate`.
   void setIntegrationScheme(IntegrationScheme scheme) { defaultIntegrationScheme_ = scheme; }
   IntegrationScheme getIntegrationScheme() const {
     return static_cast<IntegrationScheme>(defaultIntegrationScheme_);
@@ -298,8 +302,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
 
   /// Positional Jacobian of a world point as if fixed to the body. Grows `jac` if needed.
   void getSparseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW, SparseJacobian& jac) const;
-  /// The fast form of the contact path: does not grow `jac`, and of the six base columns of a
-  /// floating root only column 3 is written, with the lever arm itself. Not a general Jacobian.
+  /// The fast form of the contact path: does not grow `jac` (fatal if it has too little capacity),
+  /// and of the six base columns of a floating root only column 3 is written, with the lever arm
+  /// itself. Not a general Jacobian.
   void getSparseJacobian_internal(size_t bodyIdx, const Mat<3, 1>& pointW, SparseJacobian& jac);
   /// Angular Jacobian of the body; empty for index `kNone`, the world.
   void getSparseRotationalJacobian(size_t bodyIdx, SparseJacobian& jac) const;
@@ -382,7 +387,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
   const std::string& getModelText() const { return modelText_; }
   const std::string& getModelTopDirectory() const { return modelTopDirectory_; }
   const std::string& getResourceDirectory() const { return resourceDir_; }
-  Joint::Type getJointType(size_t localIdx) const { return jointType_[localIdx]; }
+  Joint::Type getJointType(size_t localIdx) const {
+    return checkBodyIndex(localIdx, "getJointType") ? jointType_[localIdx] : Joint::FIXED;
+  }
   /// Per body; `kNone` for the root.
   const std::vector<size_t>& getParents() const { return parent_; }
   const std::vector<std::vector<size_t>>& getChildren() const { return children_; }

@@ -1,0 +1,129 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gtest/gtest.h>
+
+#include <Eigen/Dense>
+#include <zelvik/World.hpp>
+
+namespace zelvik {
+namespace {
+
+using Eigen::Quaterniond, Eigen::Vector3d, Eigen::VectorXd;
+const Vec3 kSize{{0.4, 0.3, 0.2}};
+
+/// A box above ground as a single body in one world, as the root of a tree in another.
+struct Twins {
+  World worlds[2];
+  Box* box = worlds[0].addBox(kSize[0], kSize[1], kSize[2], 2.5);
+  ArticulatedSystem* system = nullptr;
+
+  Twins() {
+    Child root;
+    root.jointType = Joint::FLOATING;
+    root.mass = 2.5;
+    root.inertia = box->getBodyInertia();
+    root.collisionBodies.emplace_back().shape = Shape::BOX;
+    root.collisionBodies[0].size = {kSize[0], kSize[1], kSize[2]};
+    system = worlds[1].addArticulatedSystem(root, ".");
+    // What a tree and a single body have in common.
+    box->setGyroscopicMode(EXPLICIT_GYROSCOPIC);
+    system->setIntegrationScheme(ArticulatedSystem::SEMI_IMPLICIT);
+    for (World& world : worlds) {
+      world.addGround();
+      world.setTimeStep(0.001);
+      world.setERP(10.0, 0.0);
+      world.setContactSolverParam(1.0, 1.0, 1.0, 1000, 1e-24);
+    }
+  }
+
+  /// With the lowest corner at `height`.
+  void place(double height, const Quaterniond& q, const Vec3& v, const Vec3& w) {
+    const Vector3d up = q.conjugate() * Vector3d::UnitZ();
+    const double z = height + 0.5 * up.cwiseAbs().dot(kSize.e());
+    box->setPose(Vector3d(0.0, 0.0, z), q);
+    box->setVelocity(v, w);
+    system->setGeneralizedCoordinate({0.0, 0.0, z, q.w(), q.x(), q.y(), q.z()});
+    system->setGeneralizedVelocity({v[0], v[1], v[2], w[0], w[1], w[2]});
+  }
+};
+
+TEST(FloatingBody, TakesContactsLikeASingleBody) {
+  const Quaterniond tilted = Quaterniond(0.9, 0.3, -0.2, 0.1).normalized();
+  for (const Quaterniond& q : {Quaterniond::Identity(), tilted}) {
+    Vec3 p, impulse, w;
+    Twins twins;  // sliding on four contacts, then on one
+    twins.place(-0.001, q, {{1.5, 0.4, -0.5}}, {{0.2, -0.3, 0.6}});
+    for (World& world : twins.worlds) world.integrate();
+    const auto &contacts = twins.box->getContacts(), &others = twins.system->getContacts();
+    ASSERT_TRUE(contacts.size() == (q.w() == 1.0 ? 4 : 1) && others.size() == contacts.size());
+    for (size_t i = 0; i < contacts.size(); ++i) {
+      const Mat33& D = twins.box->getDelassusAndTauStar()[i].blocks[i];
+      EXPECT_LT((D.e() - twins.system->getDelassusAndTauStar()[i].blocks[0].e()).norm(), 1e-12);
+      contacts[i].getImpulse(p);
+      others[i].getImpulse(impulse);
+      EXPECT_LT(norm(p - impulse), 1e-9);
+      EXPECT_GT(norm(p), 0.01);
+    }
+    twins.system->getAngularVelocity(0, w);
+    EXPECT_EQ(w[1], -0.3);  // as of the start of the step
+  }
+}
+
+TEST(FloatingBody, ComesToRestLikeASingleBody) {
+  Twins twins;  // lands on an edge
+  twins.place(0.3, Quaterniond(Eigen::AngleAxisd(0.2, Vector3d::UnitX())), Vec3{}, Vec3{});
+  for (World& world : twins.worlds)
+    for (int i = 0; i < 2000; ++i) world.integrate();
+  const VectorXd gc = twins.system->getGeneralizedCoordinate().e();
+  EXPECT_LT((gc.head<3>() - twins.box->getBodyPosition().e()).norm(), 1e-3);
+  EXPECT_LT((gc.tail<4>() - twins.box->getQuaternion().e()).norm(), 1e-3);
+  EXPECT_LT(twins.system->getGeneralizedVelocity().e().norm(), 1e-4);
+}
+
+TEST(JointLimits, ConvergeTogetherWithContacts) {
+  Child root, shank;
+  shank.jointType = Joint::REVOLUTE;
+  shank.jointName = "knee";
+  shank.jointAxis = {{0.0, 1.0, 0.0}};
+  shank.jointLimit[1] = 0.5;
+  shank.mass = 0.6;
+  shank.com[2] = -0.2;
+  shank.collisionBodies.emplace_back().size = {0.05};
+  shank.collisionBodies[0].posOffset = {{0.0, 0.0, -0.4}};
+  root.jointType = Joint::FLOATING;
+  root.mass = 3.0;
+  root.com = {{0.1, 0.02, 0.2}};
+  root.inertia = 0.05 * Mat33::identity();
+  root.childrenMovable.push_back(shank);
+
+  World world;
+  world.setContactSolverParam(1.0, 1.0, 1.0, 1000, 1e-14);
+  world.addGround();
+  ArticulatedSystem& robot = *world.addArticulatedSystem(root, ".");
+  // The foot in the ground, the knee beyond its limit and bending on.
+  robot.setGeneralizedCoordinate({0, 0, 0.049 + 0.4 * std::cos(0.51), 1, 0, 0, 0, 0.51});
+  robot.setGeneralizedVelocity({0.5, 0.1, -0.6, 0.0, 0.3, 0.0, 0.2});
+  world.integrate1();
+  ASSERT_TRUE(robot.getContacts().size() == 1 && world.getContactProblems().size() == 2);
+  MatDyn J;
+  robot.getDenseJacobian(1, robot.getContacts()[0].position_, J);
+  const double dt = world.getTimeStep();
+  const VectorXd p = robot.getGeneralizedMomentum().e() - dt * robot.getNonlinearities().e();
+  const Eigen::MatrixXd Minv = robot.getInverseMassMatrix().e();
+  world.integrate2();
+
+  const auto &foot = world.getContactProblems()[0], &knee = world.getContactProblems()[1];
+  const VectorXd u = robot.getGeneralizedVelocity().e();
+  EXPECT_GT(foot.imp_[2], 0.1);
+  EXPECT_LT(knee.imp_[0], -0.01);  // from the upper limit inwards
+  EXPECT_LT((J.e() * u - foot.targetVelZ_ * Vector3d::UnitZ()).norm(), 1e-4);  // sticks
+  EXPECT_LT(std::fabs(u[6]), 1e-4);
+  // These two impulses made the velocity, and nothing else.
+  Vec3 impulse;
+  robot.getContacts()[0].getImpulse(impulse);
+  const VectorXd pushes = J.e().transpose() * impulse.e() + knee.imp_[0] * VectorXd::Unit(7, 6);
+  EXPECT_LT((u - Minv * (p + pushes)).norm(), 1e-10);
+}
+
+}  // namespace
+}  // namespace zelvik
