@@ -110,9 +110,22 @@ Object* World::getObject(const std::string& name) {
   return nullptr;
 }
 
+namespace {
+
+/// Whether a wire has two ends; a missing one is fatal.
+bool checkWireEnds(const char* operation, const Object* body1, const Object* body2) {
+  if (body1 != nullptr && body2 != nullptr) return true;
+  MSG_FATAL("World::" << operation << ": Got a nullptr for body " << (body1 == nullptr ? 1 : 2)
+                      << " of the wire");
+  return false;
+}
+
+}  // namespace
+
 StiffLengthConstraint* World::addStiffWire(Object* body1, unsigned long localIdx1, Mat<3, 1> pos1,
                                            Object* body2, unsigned long localIdx2, Mat<3, 1> pos2,
                                            double length) {
+  if (!checkWireEnds("addStiffWire", body1, body2)) return nullptr;
   ++objectChangeCount_;
   stiffWire_.push_back(std::make_unique<StiffLengthConstraint>(body1, localIdx1, pos1, body2,
                                                                localIdx2, pos2, length));
@@ -122,6 +135,7 @@ StiffLengthConstraint* World::addStiffWire(Object* body1, unsigned long localIdx
 CompliantLengthConstraint* World::addCompliantWire(Object* body1, int localIdx1, Mat<3, 1> pos1,
                                                    Object* body2, int localIdx2, Mat<3, 1> pos2,
                                                    double length, double stiffness) {
+  if (!checkWireEnds("addCompliantWire", body1, body2)) return nullptr;
   ++objectChangeCount_;
   compliantWire_.push_back(std::make_unique<CompliantLengthConstraint>(
       body1, localIdx1, pos1, body2, localIdx2, pos2, length, stiffness));

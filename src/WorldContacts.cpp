@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <cmath>
 #include <utility>
 #include <zelvik/World.hpp>
@@ -12,7 +13,7 @@ namespace zelvik {
 
 namespace {
 
-constexpr size_t kMaxPointsPerPair = 500;
+constexpr int kMaxPointsPerPair = 500;
 
 /// ODE gives NaN or zero normals and NaN depths at exact coincidences; such a point tells nothing.
 bool isUsablePoint(const dContactGeom& g) {
@@ -39,6 +40,40 @@ bool selfContactExists(const Object& object, size_t l1, size_t l2) {
     if ((b1 == l1 && b2 == l2) || (b1 == l2 && b2 == l1)) return true;
   }
   return false;
+}
+
+/// Points of a geom on a height field, where ODE's own collider is not good enough; -1 where it is.
+int collideOnField(dGeomID geom, dGeomID field, const std::vector<Object*>& objects,
+                   dContactGeom* points) {
+  const HeightMap& map = static_cast<const HeightMap&>(*objects[geomRecord(field).objectIdx]);
+  switch (dGeomGetClass(geom)) {
+    case dSphereClass:
+    case dCapsuleClass:
+    case dCylinderClass:
+      return map.collideRound(geom, points, kMaxPointsPerPair);
+    case dTriMeshClass: {
+      const int found = dCollide(geom, field, kMaxPointsPerPair, points, sizeof(dContactGeom));
+      const auto isBad = [&](dContactGeom& point) { return !map.repairMeshPoint(geom, point); };
+      return static_cast<int>(std::remove_if(points, points + found, isBad) - points);
+    }
+    default:
+      return -1;
+  }
+}
+
+/// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
+int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dContactGeom* points) {
+  const bool fieldFirst = dGeomGetClass(o1) == dHeightfieldClass;
+  const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
+  const int found =
+      dGeomGetClass(field) == dHeightfieldClass ? collideOnField(geom, field, objects, points) : -1;
+  if (found < 0) return dCollide(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
+  for (dContactGeom* point = points; point != points + found; ++point) {
+    point->g1 = o1;
+    point->g2 = o2;
+    for (int i = 0; i < 3 && fieldFirst; ++i) point->normal[i] = -point->normal[i];
+  }
+  return found;
 }
 
 }  // namespace
@@ -69,7 +104,7 @@ void World::testPair(dGeomID o1, dGeomID o2) {
   const size_t used = static_cast<size_t>(numContactGeoms_);
   if (contactGeoms_.size() < used + kMaxPointsPerPair)
     contactGeoms_.resize(3 * contactGeoms_.size());
-  const int found = dCollide(o1, o2, kMaxPointsPerPair, &contactGeoms_[used], sizeof(dContactGeom));
+  const int found = collidePair(o1, o2, objectList_, &contactGeoms_[used]);
   for (int i = 0; i < found; ++i) {
     const dContactGeom& point = contactGeoms_[used + static_cast<size_t>(i)];
     if (isUsablePoint(point)) contactGeoms_[static_cast<size_t>(numContactGeoms_++)] = point;

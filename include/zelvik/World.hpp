@@ -172,7 +172,9 @@ class ZELVIK_API World {
 
   // ---- wires ----
 
-  /// A wire that holds its length in the contact solve. Points are in body coordinates.
+  /// A wire that holds its length in the contact solve. Points are in body coordinates. A body that
+  /// is null is fatal, for both kinds: "World::addStiffWire: Got a nullptr for body 1 of the wire";
+  /// null is then returned if the fatal callback comes back.
   StiffLengthConstraint* addStiffWire(Object* body1, unsigned long localIdx1, Mat<3, 1> pos1,
                                       Object* body2, unsigned long localIdx2, Mat<3, 1> pos2,
                                       double length);

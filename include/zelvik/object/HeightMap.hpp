@@ -66,8 +66,9 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   /// which the collider takes, too.
   void getNormal(double x, double y, Mat<3, 1>& normal) const;
 
-  /// The heights (m), row by row. Changes reach `getHeight`, `getNormal` and `rayHits`, but not the
-  /// collision shape, which has a copy.
+  /// The heights (m), row by row. Changes reach `getHeight`, `getNormal`, `rayHits` and round
+  /// shapes inside of the former range of heights, but not the shape with which boxes and meshes
+  /// collide, which has a copy.
   std::vector<double>& getHeightMap() { return heights_; }
   const std::vector<double>& getHeightMap() const { return heights_; }
 
@@ -89,6 +90,17 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   size_t rayHits(const Mat<3, 1>& startW, const Mat<3, 1>& directionW, double length,
                  HeightMapRayHit* hits, size_t capacity) const;
 
+  /// Contacts with a sphere, a capsule or a cylinder, found on the triangles themselves: ODE's
+  /// collider lets round shapes sink in wherever the ground is convex. Uses the present pose.
+  /// @param points gets positions on the body, normals into the body and depths, `g1` the body
+  /// @return number of points written, at most `capacity`; 0 for a map that was refused
+  int collideRound(dGeomID round, dContactGeom* points, int capacity) const;
+
+  /// Replaces what ODE gives for a point of a mesh that stands on a vertex of the map by the depth
+  /// of that vertex in the mesh; ODE gives the distance to the far side of it.
+  /// @return whether there is any depth
+  bool repairMeshPoint(dGeomID mesh, dContactGeom& point) const;
+
   /// Whether ODE may collide the field with another geom. False for one that reaches more than 1e9
   /// cells from the map or whose box is not a number: ODE would end the process.
   bool isInReach(dGeomID other) const;
@@ -100,6 +112,7 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
 
  private:
   friend class HeightMapRayWalk;
+  friend class HeightMapCollider;
   /// A point of the field in units of cells. The field runs from the corner at low x and high y:
   /// columns along x, rows against y.
   struct FieldPoint {
