@@ -177,9 +177,11 @@ double sinking(const HeightMap& terrain, const SingleBodyObject& body,
   return deepest;
 }
 
-BodiesOnTerrain::BodiesOnTerrain(double cell, const std::string& meshFile, std::uint32_t seed) {
+BodiesOnTerrain::BodiesOnTerrain(double cell, const std::string& meshFile, std::uint32_t seed,
+                                 bool exactContacts) {
   TerrainProperties properties = hills(8.0, cell, 0.8, seed);
   terrain = world.addHeightMap(0.0, 0.0, properties);
+  terrain->setExactContacts(exactContacts);
   place(world.addBox(0.3, 0.25, 0.2, 2.0));
   place(world.addSphere(0.15, 2.0));
   place(world.addCapsule(0.1, 0.3, 2.0));
@@ -198,10 +200,11 @@ void BodiesOnTerrain::place(SingleBodyObject* body) {
   points_.push_back(surfacePoints(*body));
 }
 
-RobotOnTerrain::RobotOnTerrain(const std::string& urdf, double dt) {
+RobotOnTerrain::RobotOnTerrain(const std::string& urdf, double dt, bool exactContacts) {
   world.setTimeStep(dt);
   TerrainProperties properties = hills(20.0, 0.1, 0.5);
   terrain = world.addHeightMap(0.0, 0.0, properties);
+  terrain->setExactContacts(exactContacts);
   robot = world.addArticulatedSystem(urdf);
   VecDyn pose = nominalPose(*robot);
   robot->setGeneralizedCoordinate(pose);

@@ -39,7 +39,9 @@ class BodiesOnTerrain {
  public:
   /// @param cell side of the terrain's cells (m)
   /// @param meshFile OBJ file of a cube of 0.3 m
-  BodiesOnTerrain(double cell, const std::string& meshFile, std::uint32_t seed = 7);
+  /// @param exactContacts see `HeightMap::setExactContacts`
+  BodiesOnTerrain(double cell, const std::string& meshFile, std::uint32_t seed = 7,
+                  bool exactContacts = true);
 
   World world;
   HeightMap* terrain = nullptr;
@@ -58,7 +60,8 @@ class RobotOnTerrain {
  public:
   /// @param urdf path of the robot's description
   /// @param dt time step (s)
-  explicit RobotOnTerrain(const std::string& urdf, double dt = 0.0025);
+  /// @param exactContacts see `HeightMap::setExactContacts`
+  explicit RobotOnTerrain(const std::string& urdf, double dt = 0.0025, bool exactContacts = false);
 
   World world;
   HeightMap* terrain = nullptr;

@@ -45,7 +45,7 @@ bool checkParameterCount(Shape::Type shape, size_t count) {
 /// message.
 bool checkSizes(const std::string& name, const std::vector<double>& params) {
   for (const double size : params)
-    if (!(size >= 0.0 && std::isfinite(size))) {
+    if (!isUsableShapeSize(size)) {
       MSG_FATAL("The collision object '" << name << "' cannot take the size " << size);
       return false;
     }

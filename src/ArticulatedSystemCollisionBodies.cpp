@@ -49,7 +49,7 @@ bool hasUsableSize(const CollisionBody& body) {
     return false;
   }
   for (size_t i = 0; i < count; ++i) {
-    if (body.size[i] >= 0.0 && std::isfinite(body.size[i])) continue;
+    if (isUsableShapeSize(body.size[i])) continue;
     MSG_FATAL("collision body '" << body.collisionBodyName << "': " << body.size[i]
                                  << " is no size of a " << shapeName(body.shape));
     return false;

@@ -72,7 +72,7 @@ bool Compound::areChildrenUsable() const {
       if (!isUsableSize(child.objectParam[i])) {
         MSG_FATAL("The " << objectTypeToString(child.objectType) << " at position " << k
                          << " of a compound has the size " << child.objectParam[i]
-                         << ", which is negative or not finite");
+                         << ", which is negative or not finite (1e8 m and more count as infinite)");
         return false;
       }
   }

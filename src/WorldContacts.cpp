@@ -42,10 +42,11 @@ bool selfContactExists(const Object& object, size_t l1, size_t l2) {
   return false;
 }
 
-/// Points of a geom on a height field, where ODE's own collider is not good enough; -1 where it is.
+/// Points of a geom on a height field that asks for exact contacts; -1 where ODE's collider serves.
 int collideOnField(dGeomID geom, dGeomID field, const std::vector<Object*>& objects,
                    dContactGeom* points) {
   const HeightMap& map = static_cast<const HeightMap&>(*objects[geomRecord(field).objectIdx]);
+  if (!map.usesExactContacts()) return -1;
   switch (dGeomGetClass(geom)) {
     case dSphereClass:
     case dCapsuleClass:

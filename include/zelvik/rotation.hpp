@@ -4,6 +4,26 @@
 
 #include <zelvik/math.hpp>
 
+namespace zelvik::detail {
+
+/// The value as it stands. Keeps the compiler from computing a mirrored entry a second time in a
+/// vector lane, where it may be rounded differently: what is copied is equal to the last bit.
+inline double pinned(double value) {
+#if defined(__x86_64__)
+  asm("" : "+x"(value));
+#endif
+  return value;
+}
+
+/// Copies the lower triangle to the upper one.
+inline void mirrorLower(Mat<3, 3>& I) {
+  I[1] = I[3] = pinned(I[1]);
+  I[2] = I[6] = pinned(I[2]);
+  I[5] = I[7] = pinned(I[5]);
+}
+
+}  // namespace zelvik::detail
+
 // Rotation and small-matrix routines. Quaternions are (w, x, y, z) and assumed to be of unit
 // length; rotation matrices map body to world. All are straight-line code: no allocation, no
 // failure, and non-finite input passes through.
@@ -19,9 +39,7 @@ inline void addInertia(double m, const zelvik::Mat<3, 1>& r, zelvik::Mat<3, 3>& 
   I[1] -= m * r[0] * r[1];
   I[2] -= m * r[0] * r[2];
   I[5] -= m * r[1] * r[2];
-  I[3] = I[1];
-  I[6] = I[2];
-  I[7] = I[5];
+  zelvik::detail::mirrorLower(I);
 }
 
 namespace zelvik {
@@ -98,9 +116,7 @@ inline void similarityTransform(const Mat<3, 3>& R, const Mat<3, 3>& I, Mat<3, 3
   out[4] = t10 * R[1] + t11 * R[4] + t12 * R[7];
   out[5] = t20 * R[1] + t21 * R[4] + t22 * R[7];
   out[8] = t20 * R[2] + t21 * R[5] + t22 * R[8];
-  out[3] = out[1];
-  out[6] = out[2];
-  out[7] = out[5];
+  detail::mirrorLower(out);
 }
 
 /// x from A x = b by Cramer's rule. Where |det A| is not above 2.220446049250313e-16 the

@@ -40,6 +40,12 @@ inline void destroyGeom(dGeomID geom) {
   delete record;
 }
 
+/// Whether a number may be shown to ODE as a length of a shape: neither negative nor NaN, and below
+/// 1e8 m, beyond which products inside of its colliders overflow and end the process.
+inline bool isUsableShapeSize(double size) {
+  return size >= 0.0 && size < 1e8;
+}
+
 /// Whether a pose may be shown to ODE: every number finite and the position within 1e8 m. ODE ends
 /// the process for NaN and for coordinates beyond 2.68e8 m.
 inline bool isUsablePose(const Mat<3, 1>& positionW, const Mat<3, 3>& rotationW) {

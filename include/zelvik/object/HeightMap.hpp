@@ -66,9 +66,8 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   /// which the collider takes, too.
   void getNormal(double x, double y, Mat<3, 1>& normal) const;
 
-  /// The heights (m), row by row. Changes reach `getHeight`, `getNormal`, `rayHits` and round
-  /// shapes inside of the former range of heights, but not the shape with which boxes and meshes
-  /// collide, which has a copy.
+  /// The heights (m), row by row. Changes reach `getHeight`, `getNormal`, `rayHits` and exact
+  /// contacts inside of the former range of heights, but not the shape of ODE, which has a copy.
   std::vector<double>& getHeightMap() { return heights_; }
   const std::vector<double>& getHeightMap() const { return heights_; }
 
@@ -90,8 +89,15 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   size_t rayHits(const Mat<3, 1>& startW, const Mat<3, 1>& directionW, double length,
                  HeightMapRayHit* hits, size_t capacity) const;
 
-  /// Contacts with a sphere, a capsule or a cylinder, found on the triangles themselves: ODE's
-  /// collider lets round shapes sink in wherever the ground is convex. Uses the present pose.
+  /// Whether spheres, capsules and cylinders touch the triangles themselves and points of meshes
+  /// get the depth of the map's vertex. Off by default: contacts are then ODE's, whose collider
+  /// lets round shapes sink in where the ground is convex (a sphere of 0.15 m vanishes between the
+  /// vertices of 0.3 m cells) and never lets a mesh come to rest.
+  void setExactContacts(bool exact) { exactContacts_ = exact; }
+  bool usesExactContacts() const { return exactContacts_; }
+
+  /// Contacts with a sphere, a capsule or a cylinder, found on the triangles themselves, for
+  /// `setExactContacts`. Uses the present pose.
   /// @param points gets positions on the body, normals into the body and depths, `g1` the body
   /// @return number of points written, at most `capacity`; 0 for a map that was refused
   int collideRound(dGeomID round, dContactGeom* points, int capacity) const;
@@ -157,6 +163,7 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   double centerX_ = 0.0, centerY_ = 0.0;  ///< (m, world)
   double xSize_ = 0.0, ySize_ = 0.0;      ///< (m)
   size_t xSamples_ = 0, ySamples_ = 0;
+  bool exactContacts_ = false;
   /// Geom to object: ODE's field stands upright on the y axis of its own frame.
   Mat<3, 3> fixedRotation_{};
 };

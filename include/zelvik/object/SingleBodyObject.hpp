@@ -185,7 +185,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   /// Destroys `collisionObject_`, which becomes null. A class with several geoms destroys its own.
   void destroyGeoms();
   /// Whether ODE takes the number as a length: finite and not negative.
-  static bool isUsableSize(double size) { return std::isfinite(size) && size >= 0.0; }
+  static bool isUsableSize(double size) { return isUsableShapeSize(size); }
   static Mat33 readMatrix(const Eigen::Matrix3d& A) {
     Mat33 out;
     for (int j = 0; j < 3; ++j)
