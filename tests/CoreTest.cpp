@@ -5,14 +5,10 @@
 #include <Eigen/Cholesky>
 #include <Eigen/Geometry>
 #include <Eigen/LU>
-#include <cstdint>
 #include <limits>
 #include <regex>
-#include <stdexcept>
 #include <string>
 #include <tuple>
-#include <type_traits>
-#include <vector>
 #include <zelvik/Path.hpp>
 #include <zelvik/math.hpp>
 #include <zelvik/rotation.hpp>
@@ -23,77 +19,28 @@
 namespace zelvik {
 namespace {
 
-static_assert(std::is_trivially_default_constructible_v<Mat33> &&
-              std::is_trivially_copyable_v<Mat33> && std::is_standard_layout_v<Mat33>);
-static_assert(sizeof(Mat<3, 1>) == 3 * sizeof(double) && sizeof(Mat<6, 3>) == 18 * sizeof(double));
-static_assert(alignof(Mat33) == alignof(double));
-
-bool isAligned(const void* p) {
-  return reinterpret_cast<std::uintptr_t>(p) % 32 == 0;
-}
-
 class Random : public scenes::RandomSource {
  public:
   Random() : RandomSource(42) {}
-  template <unsigned long n, unsigned long m>
-  Mat<n, m> mat() {
-    Mat<n, m> a;
+  Mat33 mat() {
+    Mat33 a;
     for (double& value : a.v) value = uniform(-1.0, 1.0);
     return a;
   }
 };
 
-TEST(Math, MatIsColumnMajorAndItsOperatorsAgreeWithEigen) {
-  Random random;
-  const auto a = random.mat<2, 3>();
-  const auto b = random.mat<3, 4>();
-  EXPECT_EQ(&a(1, 2), a.data() + 5);
-  EXPECT_TRUE((a * b).e().isApprox(a.e() * b.e(), 1e-15));
-  EXPECT_EQ(transpose(a).e(), a.e().transpose());
-  const auto c = random.mat<3, 3>();
-  EXPECT_TRUE(transposeMul(c, b).e().isApprox(c.e().transpose() * b.e(), 1e-15));
-  const auto x = random.mat<3, 1>(), y = random.mat<3, 1>();
-  const Eigen::Vector3d ex = x.e(), ey = y.e();
-  EXPECT_TRUE(cross(x, y).e().isApprox(ex.cross(ey), 1e-14));
-  EXPECT_TRUE((skew(x) * y).e().isApprox(ex.cross(ey), 1e-14));
-  EXPECT_NEAR(dot(x, y), ex.dot(ey), 1e-15);
-  EXPECT_NEAR(norm(x), ex.norm(), 1e-15);
-  EXPECT_EQ((2.0 * x - y + x * 0.5).e(), 2.0 * ex - ey + ex * 0.5);
-  EXPECT_EQ((Mat<2, 3>::identity().e()), (Eigen::Matrix<double, 2, 3>::Identity()));
-}
-
 TEST(Math, DynamicValuesOwnTheirBlock) {
   MatDyn a(3, 5);
-  ASSERT_TRUE(isAligned(a.v));
   for (int i = 0; i < 15; ++i) a[i] = i;
-  EXPECT_EQ(a(2, 3), 11.0);
   MatDyn copy(a);
   a(0, 0) = -1.0;
   EXPECT_EQ(copy(0, 0), 0.0);
-  EXPECT_EQ(copy(2, 4), 14.0);
-
   MatDyn moved(std::move(copy));
   copy = moved;
   copy = *&copy;
   EXPECT_EQ(copy.e(), moved.e());
   copy = MatDyn(5, 3);  // equal count, other shape: the sizes follow
-  a = copy;
-  EXPECT_EQ(a.n, 5u);
-
-  VecDyn v(7), w;
-  ASSERT_TRUE(isAligned(v.v));
-  v.setZero();
-  v[6] = 3.0;
-  w = v;
-  v.setZero(2);
-  EXPECT_EQ(w.size(), 7u);
-  EXPECT_EQ(w.e().sum(), 3.0);
-  EXPECT_EQ(v.e().norm(), 0.0);
-  AlignedVector<Mat33> aligned;
-  for (int i = 0; i < 100; ++i) {
-    aligned.push_back(Mat33::identity());
-    ASSERT_TRUE(isAligned(aligned.data()));
-  }
+  EXPECT_EQ(copy.n, 5u);
 }
 
 // Entries of a rotation are sums of at most four products below 1: a few ulp of 1.
@@ -119,71 +66,52 @@ TEST(Rotation, QuaternionAndMatrixAgreeWithEigen) {
                       std::sin(turn.angle()), S);
     ASSERT_LT((S.e() - e.toRotationMatrix()).norm(), 4e-15);
   }
-  // The diagonal scales with the squared length.
   Mat33 R;
-  quatToRotMat({{2.0, 0.0, 0.0, 0.0}}, R);
-  EXPECT_EQ(R.e(), 4.0 * Eigen::Matrix3d::Identity());
   // Not rotations: the product's third column is rebuilt, its own would be (0, 0, 5).
   rotmatmul({{1, 2, 0, 0, 1, 0, 0, 0, 5}}, Mat33::identity(), R);
   EXPECT_EQ(R(2, 2), 1.0);
 }
 
 TEST(Rotation, QuaternionOfEveryBranchAndAtItsTies) {
-  struct Row {
-    const char* why;
-    Vec4 q;
-  };
   const double h = std::sqrt(0.5);
-  for (const Row& row :
-       {Row{"identity, branch 1", {{1, 0, 0, 0}}},
-        {"half turn about x, branch 2", {{0, 1, 0, 0}}},
-        {"half turn about y, branch 3", {{0, 0, 1, 0}}},
-        {"half turn about z: R(0,0) = R(1,1) fails both tests", {{0, 0, 0, 1}}},
-        {"R(2,2) > R(0,0) > R(1,1), the sign tells the branch", {{0.1, -0.5, 0.2, 0.83666003}}},
-        {"R(0,0) = R(2,2) with x = z", {{0, h, 0, h}}},
-        {"R(0,0) = R(1,1) with x = y", {{0, h, h, 0}}},
-        {"trace close to 0 from below", {{0.4999999, 0.8, 0.2, 0.26457534}}},
-        {"w negative, not normalised", {{-0.1, 0.1, 0.1, 0.98488578}}}}) {
+  for (const auto& [why, expected] : std::initializer_list<std::pair<const char*, Vec4>>{
+           {"identity, branch 1", {{1, 0, 0, 0}}},
+           {"half turn about x, branch 2", {{0, 1, 0, 0}}},
+           {"half turn about y, branch 3", {{0, 0, 1, 0}}},
+           {"half turn about z: R(0,0) = R(1,1) fails both tests", {{0, 0, 0, 1}}},
+           {"R(2,2) > R(0,0) > R(1,1), the sign tells the branch", {{0.1, -0.5, 0.2, 0.83666003}}},
+           {"R(0,0) = R(2,2) with x = z", {{0, h, 0, h}}},
+           {"R(0,0) = R(1,1) with x = y", {{0, h, h, 0}}},
+           {"trace close to 0 from below", {{0.4999999, 0.8, 0.2, 0.26457534}}},
+           {"w negative, not normalised", {{-0.1, 0.1, 0.1, 0.98488578}}}}) {
     Mat33 R;
-    quatToRotMat((1.0 / norm(row.q)) * row.q, R);
+    quatToRotMat((1.0 / norm(expected)) * expected, R);
     Vec4 q;
     rotMatToQuat(R, q);
-    EXPECT_LT(norm(q - row.q), 3e-8) << row.why;
-    EXPECT_NEAR(norm(q), 1.0, 1e-15) << row.why;
+    EXPECT_LT(norm(q - expected), 3e-8) << why;
   }
 }
 
 TEST(Rotation, InertiaRoutines) {
   Random random;
-  for (int i = 0; i < 200; ++i) {
-    const Mat33 R = random.rotation(), a = random.mat<3, 3>(), symmetric = a + transpose(a);
-    Mat33 out = symmetric;
-    similarityTransform(R, out, out);
-    ASSERT_LT((out.e() - R.e() * symmetric.e() * R.e().transpose()).norm(), 5e-15);
-    // Where the call is inlined, a mirrored entry may be contracted in its own way; the last bit is
-    // checked on the mass matrix.
-    ASSERT_LT((out.e() - out.e().transpose()).norm(), 2e-15);
-
-    const Vec3 r = random.mat<3, 1>();
-    const double m = random.uniform(0.5, 2.0);
-    Mat33 inertia = symmetric;
-    inertia(0, 2) = 1e3;  // the upper triangle is overwritten
-    addInertia(m, r, inertia);
-    const Mat33 expected = symmetric - m * (skew(r) * skew(r));
-    ASSERT_LT((inertia.e() - expected.e()).norm(), 2e-15);
-  }
-  // It reads I by rows: row sums of an asymmetric I, not column sums.
-  const Mat33 asymmetric{{0, 0, 0, 7, 0, 0, 0, 0, 0}};  // I(0,1) = 7
-  Mat33 out;
-  similarityTransform(Mat33::identity(), asymmetric, out);
+  const Mat33 R = random.rotation(), a = random.mat(), symmetric = a + transpose(a);
+  Mat33 out = symmetric, inertia = symmetric;
+  similarityTransform(R, out, out);  // in place
+  EXPECT_LT((out.e() - R.e() * symmetric.e() * R.e().transpose()).norm(), 5e-15);
+  const Vec3 r = random.vector(1.0);
+  inertia(0, 2) = 1e3;  // the upper triangle is overwritten
+  addInertia(1.5, r, inertia);
+  EXPECT_LT((inertia.e() - (symmetric - 1.5 * (skew(r) * skew(r))).e()).norm(), 2e-15);
+  // I is read by rows, which an asymmetric I shows: I(0,1) = 7.
+  similarityTransform(Mat33::identity(), Mat33{{0, 0, 0, 7, 0, 0, 0, 0, 0}}, out);
   EXPECT_EQ(out(1, 0), 7.0);
 }
 
 TEST(Rotation, SmallSolvers) {
   Random random;
   for (int i = 0; i < 500; ++i) {
-    const Mat33 A = random.mat<3, 3>();
-    const Vec3 b = random.mat<3, 1>();
+    const Mat33 A = random.mat();
+    const Vec3 b = random.vector(1.0);
     const Eigen::Matrix3d inverse = A.e().inverse();
     const double condition = A.e().norm() * inverse.norm();
     Vec3 x;
@@ -195,7 +123,6 @@ TEST(Rotation, SmallSolvers) {
     Mat33 Pinv = positive;
     cholInv(Pinv, Pinv);
     ASSERT_LT((Pinv.e() * positive.e() - Eigen::Matrix3d::Identity()).norm(), 1e-13);
-    ASSERT_EQ(Pinv.e(), Pinv.e().transpose());
   }
   // Without a determinant the determinant itself scales: small and finite, never a division.
   const std::tuple<const char*, Mat33, double> rows[] = {
@@ -207,9 +134,6 @@ TEST(Rotation, SmallSolvers) {
     solve33(A, {{1, 1, 1}}, x);
     EXPECT_NEAR(x[0], x0, 1e-12 * std::fabs(x0)) << why;
   }
-  Mat33 indefinite{{1, 0, 0, 0, -1, 0, 0, 0, 1}}, inverse;
-  cholInv(indefinite, inverse);
-  EXPECT_TRUE(std::isnan(inverse(1, 1)));
 }
 
 TEST(Messages, FormatAndCallback) {
@@ -232,10 +156,7 @@ TEST(Messages, FormatAndCallback) {
   EXPECT_EQ(calls, 0);
   matches([] { MSG_FATAL("broken " << 7); }, "CoreTest\\.cpp:\\d+\\] \x1b\\[1;31mbroken 7");
   EXPECT_EQ(calls, 1);
-  matches([&] { raw("plain", 0); }, "plain:1234\\] text");
   matches([&] { raw("/a/b/", 3); }, ":1234\\] text");
-  matches([&] { raw("a/b.cpp", -1); }, "b\\.cpp:1234\\] text");
-
   ZelvikMsg::fatalCallback_ = nullptr;
   matches([] { EXPECT_THROW(MSG_FATAL("nobody"), std::bad_function_call); },
           "CoreTest\\.cpp:\\d+\\] \x1b\\[1;31mnobody");
@@ -274,28 +195,17 @@ TEST(Paths, ImpossibleStepsAreFatal) {
 }
 
 TEST(Paths, DirectoriesAndSuffixes) {
-  struct Row {
-    const char *given, *directory, *top;
-  };
-  for (const Row& row : {Row{"/a/b/c.urdf", "/a/b", "b"},
-                         {"/a/b", "/a", "a"},
-                         {"b", "", "b"},
-                         {"a/b", "a", "a"},
-                         {"/b", "", ""},
-                         {"/a/b/", "/a/b", "b"},
-                         {"", "", ""}}) {
-    EXPECT_EQ(Path(row.given).getDirectory().getString(), row.directory) << row.given;
-    EXPECT_EQ(Path(row.given).getTopDirectory().getString(), row.top) << row.given;
+  for (const auto& [given, directory, top] : {std::tuple{"/a/b/c.urdf", "/a/b", "b"},
+                                              {"b", "", "b"},
+                                              {"/b", "", ""},
+                                              {"/a/b/", "/a/b", "b"}}) {
+    EXPECT_EQ(Path(given).getDirectory().getString(), directory) << given;
+    EXPECT_EQ(Path(given).getTopDirectory().getString(), top) << given;
   }
   // Only the tail of a pair is taken.
-  for (const auto& [suffix, expected] : {std::pair{"/b.xml", "/a/b.xml"},
-                                         {"b.xml", "/ab.xml"},
-                                         {"x/", "/a/"},
-                                         {"/", "/a/"},
-                                         {"xy/", "/axy/"},
-                                         {"/../b", "/a/../b"}})
+  for (const auto& [suffix, expected] :
+       {std::pair{"/b.xml", "/a/b.xml"}, {"x/", "/a/"}, {"/../b", "/a/../b"}})
     EXPECT_EQ((Path("/a") + suffix).getString(), expected);
-  EXPECT_THROW(Path("/a") + "", std::out_of_range);
 }
 
 }  // namespace

@@ -2,9 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <map>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/rotation.hpp>
@@ -38,10 +36,6 @@ class MixedTree {
     body.collisionBodyName = node.bodyName;
     body.posOffset = random_.vector(1.0);
     body.rotOffset = random_.rotation();
-    VisObject& visual = node.visObjects.emplace_back();
-    visual.name = node.bodyName + " visual";
-    visual.offset = body.posOffset;
-    visual.rot = body.rotOffset;
     if (depth == 0) return node;
     for (int i = static_cast<int>(random_.uniform(0.0, 4.0)); i > 0; --i) {
       const bool childFixed = random_.uniform(0.0, 1.0) < 0.5;
@@ -77,8 +71,6 @@ void addTo(Whole& whole, const Child& node, const Vec3& parentPosition,
   whole.joints[node.jointName] = {p, R};
   for (const CollisionBody& body : node.collisionBodies)
     whole.shapes[body.collisionBodyName] = {p + R * body.posOffset, R * body.rotOffset};
-  for (const VisObject& visual : node.visObjects)
-    whole.shapes[visual.name] = {p + R * visual.offset, R * visual.rot};
   for (const auto* children : {&node.childrenFixed, &node.childrenMovable})
     for (const Child& child : *children) addTo(whole, child, p, R);
 }
@@ -151,117 +143,44 @@ TEST(ConsumeFixedBodies, OrderOfChildrenAndFrames) {
   EXPECT_EQ(listed, "to_m1@m1/m1 to_m2@m2/m2 to_m3@m3/m3 to_f1@base/f1 to_f2@base/f2 ");
   EXPECT_EQ(frames[4].position[0], 0.0);  // (1, 0, 0) + Rz(90) (0, 1, 0)
   EXPECT_EQ(root.com[0], 0.0);            // a body without mass has its centre at the origin
-  EXPECT_TRUE(root.childrenFixed.empty());
-  EXPECT_EQ(root.numberOfBodiesFromHere(), 4u);
   EXPECT_EQ(root.numberOfGCFromHere(), 6u);
   EXPECT_EQ(root.numberOfDOFFromHere(), 5u);
-  // Only movable joints need a name.
-  Child nameless = named("f", Joint::FIXED);
-  nameless.jointName.clear();
-  root.childrenFixed.push_back(nameless);
-  EXPECT_EQ(messages::of([&] { Child(root).consumeFixedBodies(frames); }), "");
-  nameless.jointType = Joint::REVOLUTE;
-  root.childrenMovable.push_back(nameless);
-  EXPECT_EQ(messages::of([&] { root.consumeFixedBodies(frames); }),
-            "JointAndBodiesFixed.cpp: All joints must have a name");
 }
-
-TEST(ChildNode, CountsByType) {
-  const size_t counts[][2] = {{0, 0}, {1, 1}, {1, 1}, {4, 3}, {7, 6}, {0, 0}};
-  for (int type = 0; type < 6; ++type) {
-    Child node;
-    node.jointType = static_cast<Joint::Type>(type);
-    EXPECT_EQ(node.numberOfBodiesFromHere(), 1u);
-    EXPECT_EQ(node.numberOfGCFromHere(), counts[type][0]) << type;
-    EXPECT_EQ(node.numberOfDOFFromHere(), counts[type][1]) << type;
-  }
-}
-
-/// The lists that a system hands to `initCollisionBodies`.
-struct Geoms {
-  std::vector<CollisionDefinition> definitions;
-  std::vector<VisObject> visuals;
-  std::vector<dTriMeshDataID> meshData;
-  std::vector<std::vector<float>> vertices;
-  std::vector<std::vector<unsigned int>> indices;
-
-  void create(Child& tree) {
-    tree.initCollisionBodies(definitions, visuals, meshData, vertices, indices, testing::TempDir());
-  }
-  ~Geoms() {
-    for (const CollisionDefinition& definition : definitions) destroyGeom(definition.colObj);
-    for (dTriMeshDataID data : meshData) dGeomTriMeshDataDestroy(data);
-  }
-};
 
 CollisionBody shape(Shape::Type type, const std::vector<double>& size) {
   CollisionBody body;
   body.shape = type;
   body.size = size;
   body.collisionBodyName = "link/0";
-  body.material = "rubber";
   return body;
 }
 
-TEST(CollisionBodies, GeomsAndVisualsStandSideBySide) {
-  std::ofstream(testing::TempDir() + "tetra.obj")
-      << "v 1 0 0\nv 0 1 0\nv 0 0 1\nv 0 0 0\nv 5 5 5\nf 1 2 3\nf 1 4 2\nf 2 4 3\nf 3 4 1\n";
-  Child root, child;
-  child.bodyIdx = 1;
-  root.collisionBodies = {shape(Shape::BOX, {1, 2, 3}), shape(Shape::MESH, {})};
-  root.collisionBodies[1].meshFileName = "tetra.obj";
-  root.collisionBodies[1].scale = {{2, 1, 0.5}};
-  child.collisionBodies = {shape(Shape::CYLINDER, {0.1, 2}), shape(Shape::SPHERE, {0.3}),
-                           shape(Shape::CAPSULE, {0.2, 1})};
-  child.collisionBodies[1].posOffset = {{1, 2, 3}};
-  root.childrenMovable.push_back(child);
-  Geoms geoms;
-  geoms.create(root);
-
-  const int classes[] = {dBoxClass, dTriMeshClass, dCylinderClass, dSphereClass, dCapsuleClass};
-  ASSERT_EQ(geoms.definitions.size(), 5u);
-  ASSERT_EQ(geoms.visuals.size(), 5u);
-  for (size_t i = 0; i < 5; ++i) {
-    EXPECT_EQ(dGeomGetClass(geoms.definitions[i].colObj), classes[i]);
-    EXPECT_EQ(geoms.definitions[i].localIdx, i < 2 ? 0u : 1u);
-    EXPECT_EQ(geoms.visuals[i].localIdx, geoms.definitions[i].localIdx);
-    EXPECT_EQ(geoms.definitions[i].getMaterial(), "rubber");
-    EXPECT_EQ(dGeomGetSpace(geoms.definitions[i].colObj), nullptr);
-  }
-  EXPECT_EQ(geoms.definitions[3].offsetPosition[2], 3.0);
-  EXPECT_EQ(dGeomSphereGetRadius(geoms.definitions[3].colObj), 0.3);
-  dReal box[6];
-  dGeomGetAABB(geoms.definitions[1].colObj, box);
-  EXPECT_EQ(box[1], 2.0);  // x doubled, and the unused vertex is gone
-  EXPECT_EQ(box[5], 0.5);
-}
-
 TEST(CollisionBodies, UnusableShapesAreRefusedBeforeTheyBecomeGeoms) {
-  const double nan = std::nan("");
   CollisionBody ply = shape(Shape::MESH, {});
   ply.meshFileName = "a.ply";
   const std::pair<CollisionBody, std::string> rows[] = {
       {shape(Shape::BOX, {1, 2}), "collision body 'link/0': a box takes 3 sizes, 2 given"},
-      {shape(Shape::SPHERE, {}), "collision body 'link/0': a sphere takes 1 sizes, 0 given"},
-      {shape(Shape::SPHERE, {-1}), "collision body 'link/0': -1 is no size of a sphere"},
-      {shape(Shape::CAPSULE, {1, nan}), "collision body 'link/0': nan is no size of a capsule"},
-      {shape(Shape::CYLINDER, {INFINITY, 1}),
-       "collision body 'link/0': inf is no size of a cylinder"},
+      {shape(Shape::CAPSULE, {1, NAN}), "collision body 'link/0': nan is no size of a capsule"},
       {shape(static_cast<Shape::Type>(6), {1}), "collision body 'link/0': unknown shape 6"},
       {ply, "Mesh collision bodies must be in an obj format"},
   };
   for (const auto& [body, text] : rows) {
     Child root;
     root.collisionBodies = {body, shape(Shape::SPHERE, {1})};
-    Geoms geoms;
-    EXPECT_EQ(messages::of([&] { geoms.create(root); }, OnFatal::GO_ON),
+    std::vector<CollisionDefinition> geoms;
+    std::vector<VisObject> visuals;
+    std::vector<dTriMeshDataID> data;
+    std::vector<std::vector<float>> vertices;
+    std::vector<std::vector<unsigned int>> indices;
+    const auto create = [&] {
+      root.initCollisionBodies(geoms, visuals, data, vertices, indices, "");
+    };
+    EXPECT_EQ(messages::of(create, OnFatal::GO_ON),
               "ArticulatedSystemCollisionBodies.cpp: " + text);
-    EXPECT_EQ(geoms.definitions.size(), 1u);
-    EXPECT_EQ(geoms.visuals.size(), 1u);
+    ASSERT_EQ(geoms.size() * visuals.size(), 1u);
+    EXPECT_EQ(dGeomGetClass(geoms[0].colObj), dSphereClass);
+    destroyGeom(geoms[0].colObj);
   }
-  EXPECT_EQ(
-      messages::of([] { VisObject(Shape::MESH, {}, {}, Mat33::identity(), {}, {}, "", "", ""); }),
-      "JointAndBodies.cpp: Provide a valid mesh file name");
 }
 
 }  // namespace

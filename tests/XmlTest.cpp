@@ -32,17 +32,10 @@ std::vector<double> listOf(const std::string& text) {
 
 TEST(NumberList, Table) {
   using V = std::vector<double>;
-  const std::pair<const char*, V> good[] = {{"1 2 3", {1, 2, 3}},
-                                            {" 1, 2,  3 ", {1, 2, 3}},
-                                            {"1   2  3", {1, 2, 3}},
-                                            {"   1 2   ", {1, 2}},
-                                            {" 7", {7}},
-                                            {"1 2,3", {1, 3}},
-                                            {"1e2,0x10,-.5", {100, 16, -0.5}},
-                                            {"1\t2", {1}},
-                                            {"3junk,4", {3, 4}},
-                                            {"1\n,2", {1, 2}},
-                                            {"  1 , 2", {1, 2}}};
+  const std::pair<const char*, V> good[] = {
+      {"1 2 3", {1, 2, 3}}, {" 1, 2,  3 ", {1, 2, 3}},         {" 7", {7}},
+      {"1 2,3", {1, 3}},    {"1e2,0x10,-.5", {100, 16, -0.5}}, {"1\t2", {1}},
+      {"3junk,4", {3, 4}}};
   for (const auto& [text, values] : good) EXPECT_EQ(listOf(text), values) << text;
   for (const char* text : {"", " ", ",", "1,,2", "1,2,", "a b", "1 x"})
     EXPECT_THROW(listOf(text), std::invalid_argument) << text;
@@ -60,11 +53,8 @@ TEST(XmlDepth, SeesWhatTheParserWouldNest) {
       {"<a v='<x><y>' w=\"/>\"><b/></a>", 2},
       {"<?xml version='1.0'?><a><![CDATA[<x>]]></a>", 1},
       {"</a></a><a><b>", 2},
-      {"", 0},
-      {"<a", 1},
       {"<a><!-- open <b>", 1},
-      {"<a>< b='><c>", 2},    // no element: quotes do not hide its '>'
-      {"<a><1 b=\"><c>", 2},  // likewise
+      {"<a>< b='><c>", 2},  // no element: quotes do not hide its '>'
       {"<?xml version=\"> <!-- \"?><a>", 1},
       {"<a>\xc3<!-- <b><c/>", 3},  // no comment: its '<' belongs to a broken character
   };
@@ -84,7 +74,6 @@ TEST(XmlWrapper, FaultsSayWhereTheyAre) {
        where + "the node 'c' does not contain a child called 'k'"},
       {[](const Xml& c) { c.getFirstChildMust(); },
        where + "the node 'c' does not contain a child"},
-      {[](const Xml& c) { c.errorMessage("!"); }, where + "the node 'c'!"},
       {[](const Xml& c) { c.getAttributeMust<Vec3>("v"); },
        "ZelvikTinyXmlWrapper.hpp: Dimension mismatch. File: \"URDF from a string\", Attribute: "
        "r/c/v, at row:2 col:2 should have a dimension of 3"}};
@@ -105,53 +94,36 @@ TEST(XmlWrapper, FaultsSayWhereTheyAre) {
 }
 
 TEST(XmlWrapper, ReadsWhatIsThereInDocumentOrder) {
-  const Xml root(
-      "<r i=' 12x' d='0.25e1' u='-1' s='a&lt;b' bad='abc' v='1,2,3' w=''><z/><a/><z/></r>", "r");
+  const Xml root("<r i=' 12x' u='-1' s='a&lt;b' bad='abc' w=''><z/><a/><z/></r>", "r");
   EXPECT_EQ(root.getAttributeMust<int>("i"), 12);
-  EXPECT_EQ(root.getAttributeMust<double>("d"), 2.5);
   EXPECT_EQ(root.getAttributeMust<unsigned long>("u"), std::numeric_limits<unsigned long>::max());
   EXPECT_EQ(root.getAttributeMust<std::string>("s"), "a<b");
-  EXPECT_EQ(root.getAttributeMust<int>("bad"), 0);
   EXPECT_EQ(root.getAttributeMust<double>("bad"), 0.0);
   EXPECT_THROW(root.getAttributeMust<unsigned long>("bad"), std::invalid_argument);
   EXPECT_THROW(root.getAttributeMust<VecDyn>("w"), std::invalid_argument);
-  EXPECT_EQ(root.getAttributeMust<VecDyn>("v").size(), 3u);
-  std::string text = "kept";
-  EXPECT_FALSE(root.getAttributeIfExists("none", text));
-  EXPECT_EQ(text, "kept");
   std::string names;
   for (const Xml& child : root.getChildren()) names += child.getName();
   EXPECT_EQ(names, "zaz");
-  EXPECT_EQ(root.getChildren("z").size(), 2u);
-  EXPECT_EQ(root.getChildren("z")[0].getFullTree(), "r/z/");
-  EXPECT_TRUE(root.getChildren("x").empty());
 }
 
 TEST(XmlWrapper, SurvivesACallbackThatReturns) {
-  messages::expect(
-      "does not contain node 'r'",
-      [&] {
-        const Xml missing("<s/>", "r");
-        EXPECT_TRUE(missing.getChildrenMust("a").empty());
-        EXPECT_EQ(missing.getFirstChildMust().getAttributeMust<Vec3>("v")[2], 0.0);
-        const Xml root("<r v='1 2 3 4 5'/>", "r");
-        EXPECT_EQ(root.getAttributeMust<Vec3>("v")[2], 0.0);
-      },
-      OnFatal::GO_ON);
+  const auto use = [] {
+    const Xml missing("<s/>", "r");
+    EXPECT_TRUE(missing.getChildrenMust("a").empty());
+    EXPECT_EQ(missing.getFirstChildMust().getAttributeMust<Vec3>("v")[2], 0.0);
+    EXPECT_EQ(Xml("<r v='1 2 3 4 5'/>", "r").getAttributeMust<Vec3>("v")[2], 0.0);
+  };
+  messages::expect("does not contain node 'r'", use, OnFatal::GO_ON);
 }
 
 TEST(XmlWriter, RoundTrip) {
   const std::string path = testing::TempDir() + "written.xml";
-  VecDyn one(1), none;
-  one[0] = -1.0 / 3.0;
   const std::string output = messages::of([&] {
     ZelvikTinyXmlWriter writer("zelvik");
     for (unsigned long i = 0; i < 30; ++i) writer.getRoot().emplace("c").setAttribute("i", i);
     auto& last = writer.getRoot().emplace("last");
-    last.setAttribute("v", Vec3{{1e-7, 2.0 / 3.0, -4e5}}).setAttribute("one", one);
-    last.emplace("deep")
-        .setAttribute("q", Vec4{{1, 0, 0, 0}})
-        .element_->SetDoubleAttribute("d", 1e6 / 3.0);
+    last.setAttribute("v", Vec3{{1e-7, 2.0 / 3.0, -4e5}});
+    last.emplace("deep").element_->SetDoubleAttribute("d", 1e6 / 3.0);
     writer.save(path);
     writer.save(path);  // nothing is linked twice
   });
@@ -160,44 +132,27 @@ TEST(XmlWriter, RoundTrip) {
   const Xml root(path, "zelvik");
   ASSERT_EQ(root.getChildren("c").size(), 30u);
   EXPECT_EQ(root.getChildren("c")[29].getAttributeMust<unsigned long>("i"), 29u);
-  const Xml last = root.getChildren("last").at(0), deep = last.getFirstChildMust();
+  const Xml last = root.getChildren("last").at(0);
   EXPECT_EQ(last.getAttributeMust<std::string>("v"), "0.000000, 0.666667, -400000.000000");
-  EXPECT_EQ(last.getAttributeMust<std::string>("one"), "-0.333333");
-  EXPECT_EQ(deep.getAttributeMust<Vec4>("q")[0], 1.0);
-  EXPECT_EQ(deep.getAttributeMust<std::string>("d"), "333333");
-
+  EXPECT_EQ(last.getFirstChildMust().getAttributeMust<std::string>("d"), "333333");
   messages::expect("failed to save file: /no/such/x.xml. Make sure the directory exists",
                    [] { ZelvikTinyXmlWriter("r").save("/no/such/x.xml"); });
 }
 
 TEST(MaterialFile, DefaultsAndPairs) {
-  const std::string path = temporaryFile(
+  MaterialManager manager(temporaryFile(
       "materials.xml",
       "<zelvik><material>"
-      "<pair_prop name1='a' name2='b' friction='0.1' restitution='0.2' "
-      "restitution_threshold='0.3'/>"
+      "<pair_prop name1='a' name2='b' friction='1' restitution='2' restitution_threshold='3'/>"
       "<default friction='0.5' restitution='0.6' restitution_threshold='0.7'/>"
       "<default friction='9' restitution='9' restitution_threshold='9'/>"
       "<pair_prop name1='b' name2='a' friction='0.4' restitution='0' restitution_threshold='0'/>"
-      "</material><material><default/></material></zelvik>");
-  MaterialManager manager(path);
+      "</material><material><default/></material></zelvik>"));
   EXPECT_EQ(manager.getMaterialPairProp("a", "b").friction, 0.4);
-  EXPECT_EQ(manager.getMaterialPairProp("a", "unknown").friction, 0.5);
-  EXPECT_EQ(manager.getMaterialPairProp("a", "unknown").restitution, 0.6);
-  EXPECT_EQ(manager.getMaterialPairProp("a", "unknown").restitutionThreshold, 0.7);
-
-  const auto load = [](const std::string& content) {
-    MaterialManager failing(temporaryFile("bad_materials.xml", content));
-  };
-  messages::expect(
-      "' at row:2 col:11, the node 'pair_prop' does not contain a attribute called "
-      "'restitution_threshold'",
-      [&] {
-        load(
-            "<zelvik>\n<material><pair_prop name1='a' name2='b' friction='1' restitution='0'/>"
-            "</material></zelvik>");
-      });
-  messages::expect("does not contain a child called 'material'", [&] { load("<zelvik/>"); });
+  const auto fallback = manager.getMaterialPairProp("a", "unknown");
+  EXPECT_EQ(fallback.friction, 0.5);
+  EXPECT_EQ(fallback.restitution, 0.6);
+  EXPECT_EQ(fallback.restitutionThreshold, 0.7);
 }
 
 }  // namespace
