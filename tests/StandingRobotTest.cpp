@@ -16,6 +16,13 @@ void run(scenes::StandingRobot& scene, double seconds) {
   for (long i = 0; i < steps; ++i) scene.world.integrate();
 }
 
+TEST(StandingRobot, ModelsLoadWithoutAWord) {
+  testing::internal::CaptureStdout();
+  for (const char* name : {"quadruped.urdf", "humanoid.urdf", "arm.urdf"})
+    scenes::StandingRobot scene(kModels + name);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 TEST(StandingRobot, QuadrupedStandsOnItsFeet) {
   scenes::StandingRobot scene(kModels + "quadruped.urdf");
   const double start = scene.baseHeight();
