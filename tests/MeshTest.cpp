@@ -14,21 +14,8 @@ using namespace terrain_test;
 
 const std::string kFourVertices = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0.5\n";
 
-/// Indices of an OBJ text with four vertices before it.
-std::vector<unsigned int> indicesOf(const std::string& text) {
-  const TemporaryFile file("faces.obj", kFourVertices + text);
-  std::vector<float> vertices;
-  std::vector<unsigned int> indices;
-  EXPECT_TRUE(Mesh::loadObj(file.path, vertices, indices, 1.0)) << text;
-  return indices;
-}
-
 TEST(MeshObj, FaceLines) {
-  using Indices = std::vector<unsigned int>;
-  const struct {
-    const char* text;
-    Indices indices;
-  } table[] = {
+  const std::pair<const char*, std::vector<unsigned int>> table[] = {
       {"f 1 2 3 4\n", {0, 1, 2, 2, 3, 0}},  // the second turns from the third corner
       {"f 1//9 2//9 3//9 4//9 1//9\n", {0, 1, 2, 2, 3, 0}},  // more than a quad: dropped
       {"f 1 2 3/7 3/8\n", {0, 1, 2}},                        // fourth equals third up to the slash
@@ -36,7 +23,13 @@ TEST(MeshObj, FaceLines) {
       {"f 1 2 5\nv 9 9 9\n", {0, 1, 4}},                     // vertices after faces
       {"# f 1 2 4\nvn 0 0 1\nvt 1 1\nusemtl f\ng\nf 1 2 3", {0, 1, 2}},
   };
-  for (const auto& row : table) EXPECT_EQ(indicesOf(row.text), row.indices) << row.text;
+  for (const auto& [text, expected] : table) {
+    const TemporaryFile file("faces.obj", kFourVertices + text);
+    std::vector<float> vertices;
+    std::vector<unsigned int> indices;
+    EXPECT_TRUE(Mesh::loadObj(file.path, vertices, indices, 1.0));
+    EXPECT_EQ(indices, expected) << text;
+  }
 }
 
 TEST(MeshObj, VerticesAreScaledInDoubleAndAppended) {
@@ -44,7 +37,6 @@ TEST(MeshObj, VerticesAreScaledInDoubleAndAppended) {
   std::vector<float> vertices{5, 5, 5};
   std::vector<unsigned int> indices{0, 0, 0};
   ASSERT_TRUE(Mesh::loadObj(file.path, vertices, indices, 1e-20));
-  EXPECT_EQ(vertices.size(), 12u);
   EXPECT_FLOAT_EQ(vertices[3], 1.0f);
   EXPECT_FLOAT_EQ(vertices[4], -2.5e-20f);
   EXPECT_EQ(indices, (std::vector<unsigned int>{0, 0, 0, 0, 1, 3}));
@@ -67,7 +59,8 @@ TEST(MeshObj, Faults) {
   };
   for (const auto& row : table) {
     const TemporaryFile file(row.name, row.text);
-    messages::expect(row.message, [&] { load(file.path); });
+    const auto action = [&] { load(file.path); };
+    messages::expect(row.message, action, messages::OnFatal::GO_ON);
     EXPECT_TRUE(vertices.empty() && indices.empty()) << row.name;
   }
   // Two blanks between numbers, a missing and a malformed number.

@@ -53,20 +53,18 @@ TEST(WorldWires, ACompliantWireIsTheSpringOfTheClosedForm) {
   EXPECT_NEAR(x - rest, x0 * std::cos(w * 1.0), x0 * w * w * 1e-4);
 }
 
-TEST(WorldWires, StiffWiresHoldBetweenEveryKindOfEnds) {
+TEST(WorldWires, StiffWiresHoldBetweenRobotsAndBodies) {
   World world;  // nothing in it collides
   world.setTimeStep(0.001);
   Sphere* sphere = world.addSphere(0.1, 2.0, "", 2, 0);
   sphere->setPosition(1, 0, 1);
   ArticulatedSystem *own = addRobot(world, kQuadruped), *arm = addRobot(world, kArm);
   struct Ends {
-    Object* a;
-    size_t bodyA;
-    Object* b;
-    size_t bodyB;
+    Object *a, *b;
+    size_t bodyA, bodyB;
     double length;
   };
-  std::vector<Ends> wires{{own, 3, own, 9, 0}, {arm, 4, sphere, 0, 0}, {own, 6, sphere, 0, 0}};
+  std::vector<Ends> wires{{own, own, 3, 9, 0}, {arm, sphere, 4, 0, 0}, {own, sphere, 6, 0, 0}};
   const Vec3 pointA{{0.02, 0.01, -0.05}};
   const auto along = [&](const Ends& w) {
     Vec3 a, b;
@@ -122,8 +120,6 @@ TEST(WorldWires, OfTheWiresOfADyingBodyTheOneMovedIntoAFreedSlotSurvives) {
   World world;
   Sphere *a = world.addSphere(0.1, 1.0), *b = world.addSphere(0.1, 1.0),
          *c = world.addSphere(0.1, 1.0);
-  b->setPosition(1, 0, 0);
-  c->setPosition(2, 0, 0);
   world.addStiffWire(a, 0, {}, b, 0, {}, 1.0)->setName("1");
   world.addStiffWire(b, 0, {}, c, 0, {}, 1.0)->setName("2");
   world.addStiffWire(c, 0, {}, a, 0, {}, 1.0)->setName("3");
@@ -138,7 +134,6 @@ TEST(WorldWires, OfTheWiresOfADyingBodyTheOneMovedIntoAFreedSlotSurvives) {
   world.removeObject(dangling);
   world.removeObject(dangling);  // unknown by now: ignored
   EXPECT_EQ(world.getStiffWires().size(), 1u);
-  world.integrate();
 }
 
 }  // namespace
