@@ -102,6 +102,10 @@ TEST(Rotation, InertiaRoutines) {
   inertia(0, 2) = 1e3;  // the upper triangle is overwritten
   addInertia(1.5, r, inertia);
   EXPECT_LT((inertia.e() - (symmetric - 1.5 * (skew(r) * skew(r))).e()).norm(), 2e-15);
+  for (const auto& [i, j] : {std::pair{0, 1}, std::pair{0, 2}, std::pair{1, 2}}) {
+    EXPECT_EQ(out(i, j), out(j, i));
+    EXPECT_EQ(inertia(i, j), inertia(j, i));
+  }
   // I is read by rows, which an asymmetric I shows: I(0,1) = 7.
   similarityTransform(Mat33::identity(), Mat33{{0, 0, 0, 7, 0, 0, 0, 0, 0}}, out);
   EXPECT_EQ(out(1, 0), 7.0);

@@ -74,6 +74,7 @@ TEST(WorldTerrain, ABallTouchesWhereverItsDistanceSaysSo) {
     World world;
     TerrainProperties hills = scenes::hills(2.0, cell, 1.0, 11);
     HeightMap* map = world.addHeightMap(0.0, 0.0, hills);
+    map->setExactContacts(true);
     Sphere* ball = world.addSphere(0.15, 1.0);
     std::mt19937 generator(4);
     std::uniform_real_distribution<double> draw(-1.0, 1.0);
