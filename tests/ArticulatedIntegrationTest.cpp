@@ -42,18 +42,17 @@ TEST(ArticulatedIntegration, PendulumOfEachScheme) {
 
 TEST(ArticulatedIntegration, RungeKuttaIsOfOrderFour) {
   // A pendulum hangs straight after a quarter period, K(sin(q0/2)) sqrt(l/g). The steps are near
-  // 0.02, 0.01 and 0.005.
+  // 0.02 and 0.01.
   const double quarter = std::comp_ellint_1(std::sin(0.5)) / std::sqrt(9.81);
-  double error[3];
-  for (const int i : {0, 1, 2}) {
+  double error[2];
+  for (const int half : {0, 1}) {
     const auto system = pendulum(1.0, AS::RUNGE_KUTTA_4);
-    const int steps = 25 << i;
+    const int steps = 25 << half;
     for (int k = 0; k < steps; ++k) step(*system, kDown, quarter / steps);
-    error[i] = std::fabs(system->getGeneralizedCoordinate()[0]);
+    error[half] = std::fabs(system->getGeneralizedCoordinate()[0]);
   }
   EXPECT_LT(error[0], 1e-6);
   EXPECT_NEAR(std::log2(error[0] / error[1]), 4.0, 0.3);
-  EXPECT_NEAR(std::log2(error[1] / error[2]), 4.0, 0.3);
 }
 
 /// Linear momentum, then angular momentum about the origin.
@@ -69,46 +68,37 @@ TEST(ArticulatedIntegration, FloatingRobotKeepsItsMomentumToTheOrderOfTheScheme)
   // Measured: halving the step divides the drift by 2.0 for schemes 0 to 2 and by 4.0 for scheme 3:
   // a turn of the base or of a spherical joint goes by one mean rate, without the terms in which
   // the rates of the stages do not commute. (With hinges only scheme 3 has order four, above.)
-  for (const auto& [scheme, order] : {std::pair{AS::TRAPEZOID, 1.0},
-                                      {AS::SEMI_IMPLICIT, 1.0},
-                                      {AS::EXPLICIT, 1.0},
-                                      {AS::RUNGE_KUTTA_4, 2.0}}) {
+  for (const auto scheme : {AS::TRAPEZOID, AS::SEMI_IMPLICIT, AS::EXPLICIT, AS::RUNGE_KUTTA_4}) {
     double drift[2];
     for (const int half : {0, 1}) {
       const auto system = randomSystem(true, 4);
       system->setIntegrationScheme(scheme);
       const auto before = momentum(*system);
-      const double dt = half ? 0.0005 : 0.001;
-      for (int i = 0; i < (half ? 400 : 200); ++i) step(*system, kWeightless, dt);
+      for (int i = 0; i < 200 << half; ++i) step(*system, kWeightless, 0.001 / (1 + half));
       drift[half] = (momentum(*system) - before).norm() / before.norm();
     }
     EXPECT_LT(drift[0], 0.05) << scheme;
-    EXPECT_NEAR(std::log2(drift[0] / drift[1]), order, 0.4) << scheme << ", " << drift[0];
+    EXPECT_NEAR(std::log2(drift[0] / drift[1]), scheme == AS::RUNGE_KUTTA_4 ? 2.0 : 1.0, 0.4)
+        << scheme << ", " << drift[0];
   }
 }
 
 TEST(ArticulatedIntegration, ContactImpulsesEnterTheRungeKuttaStepOnce) {
   // Two equal systems; one gets an impulse through a contact, the other the same change of velocity
-  // before the step.
+  // before the step: arm times impulse over inertia.
   const auto pushed = pendulum(0.4, AS::RUNGE_KUTTA_4), preset = pendulum(0.4, AS::RUNGE_KUTTA_4);
-  const double dt = 0.01;
   contact::Contact contact({{0.3, 0.1, -0.8}}, {{1.0, 0.0, 0.0}}, true, 0, 0, 9, BodyType::STATIC,
                            0, 1, 0.0);
   pushed->addContactToPerObjectContact(contact);
-  pushed->updateTimeStepIfNecessary(dt);
-  pushed->preContactSolverUpdate1(kDown, dt);
-  pushed->preContactSolverUpdate2(kDown, dt);
-  Vec3 before, after;
-  pushed->getContactPointVel(0, before);
+  pushed->updateTimeStepIfNecessary(0.01);
+  pushed->preContactSolverUpdate1(kDown, 0.01);
+  pushed->preContactSolverUpdate2(kDown, 0.01);
   pushed->updateGenVelWithImpulse(0, {{0.0, 0.0, 0.5}});
-  pushed->getContactPointVel(0, after);
-  pushed->integrate(dt, kDown);
-  // The contact is 0.8 below the hinge, so its normal velocity is -0.8 times the rate.
-  preset->setGeneralizedVelocity({(after[2] - before[2]) / -0.8});
-  step(*preset, kDown, dt);
+  pushed->integrate(0.01, kDown);
+  preset->setGeneralizedVelocity({-0.8 * 0.5});
+  step(*preset, kDown, 0.01);
   EXPECT_NEAR(pushed->getGeneralizedVelocity()[0], preset->getGeneralizedVelocity()[0], 1e-14);
   EXPECT_NEAR(pushed->getGeneralizedCoordinate()[0], preset->getGeneralizedCoordinate()[0], 1e-14);
-  EXPECT_GT(std::fabs(after[2] - before[2]), 0.1);
 }
 
 TEST(ArticulatedIntegration, ContactsUnderPositionControlFallBackToTheTrapezoid) {
@@ -116,44 +106,21 @@ TEST(ArticulatedIntegration, ContactsUnderPositionControlFallBackToTheTrapezoid)
   system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
   contact::Contact contact({{0.0, 0.0, -1.0}}, {{0.0, 0.0, 1.0}}, true, 0, 0, 9, BodyType::STATIC,
                            0, 1, 0.0);
-  const double dt = 0.01;
   // Share of the new velocity in the rate of the coordinate.
   const auto share = [&] {
     const double q0 = system->getGeneralizedCoordinate()[0];
     const double u0 = system->getGeneralizedVelocity()[0];
-    step(*system, kDown, dt);
-    const double u1 = system->getGeneralizedVelocity()[0];
-    return ((system->getGeneralizedCoordinate()[0] - q0) / dt - u0) / (u1 - u0);
+    step(*system, kDown, 0.01);
+    return ((system->getGeneralizedCoordinate()[0] - q0) / 0.01 - u0) /
+           (system->getGeneralizedVelocity()[0] - u0);
   };
   EXPECT_NEAR(share(), 1.0, 1e-10);
   system->addContactToPerObjectContact(contact);
-  system->preContactSolverUpdate1(kDown, dt);
-  EXPECT_NEAR(share(), 0.5, 1e-10);
-  EXPECT_NEAR(share(), 0.5, 1e-10);  // for good, until a coordinate is set
+  system->preContactSolverUpdate1(kDown, 0.01);
+  EXPECT_NEAR(share(), 0.5, 1e-10);  // and on, until a coordinate is set
   system->setGeneralizedCoordinate({0.4});
   EXPECT_NEAR(share(), 1.0, 1e-10);
 }
-
-TEST(ArticulatedIntegration, NoTurnLeavesAQuaternionAlone) {
-  const auto system = randomSystem(true, 1);
-  VecDyn gc = system->getGeneralizedCoordinate(), rate(system->getDOF());
-  rate.setZero();
-  gc[3] = 1.5;  // not of unit length: neither product nor normalisation may run
-  const Eigen::VectorXd before = gc.e();
-  system->integratePosition(gc, rate, 1.0);
-  EXPECT_EQ(gc.e(), before);
-  // A quarter turn about the world's x axis, for a base that is turned already.
-  gc[3] = std::sqrt(0.5);
-  gc[4] = gc[5] = 0.0;
-  gc[6] = std::sqrt(0.5);
-  rate[3] = M_PI / 2;
-  system->integratePosition(gc, rate, 1.0);
-  Mat33 R;
-  quatToRotMat(gc.v + 3, R);
-  EXPECT_NEAR(norm(column(R, 0) - Vec3{{0.0, 0.0, 1.0}}), 0.0, 1e-15);
-}
-
-// ---- joint forces ----
 
 TEST(ArticulatedControl, EveryJointReachesItsTarget) {
   const auto system = randomSystem(false, 6);
@@ -165,9 +132,7 @@ TEST(ArticulatedControl, EveryJointReachesItsTarget) {
   system->setPGain(Eigen::VectorXd::Constant(n, 200.0));
   system->setDGain(Eigen::VectorXd::Constant(n, 30.0));
   system->setPTarget(target);
-  const Eigen::VectorXd start = system->getGeneralizedCoordinate().e();
   for (int i = 0; i < 4000; ++i) step(*system, kWeightless, 0.002);
-  EXPECT_GT((start - target.e()).norm(), 0.5);
   EXPECT_NEAR((system->getGeneralizedCoordinate().e() - target.e()).norm(), 0.0, 1e-4);
 }
 
@@ -176,7 +141,7 @@ TEST(ArticulatedControl, LimitsClampAllActuationButNoSpring) {
   // D = dt/2 (c + dt/2 (k + kp) + kd); the sign of a slider's spring is coordinate minus mount.
   const double m = 2.0, c = 0.7, k = 30.0, q0 = 0.2, kp = 50.0, kd = 4.0;
   const double q = 0.5, u = -0.3, ff = 6.0, qt = 0.9, ut = 0.4;
-  Child link = body("body", Joint::PRISMATIC, m, {}, 1.0);
+  Child link = body("body", Joint::PRISMATIC, m);
   link.damping = c;
   link.stiffness = k;
   link.springMount[0] = q0;
@@ -189,17 +154,16 @@ TEST(ArticulatedControl, LimitsClampAllActuationButNoSpring) {
       for (const double sign : {1.0, -1.0}) {
         system->setPTarget({sign * qt});
         system->setDTarget({sign * ut});
-        system->setForceLimits(Eigen::VectorXd::Constant(1, -limit),
-                               Eigen::VectorXd::Constant(1, limit));
+        const Eigen::VectorXd most = Eigen::VectorXd::Constant(1, limit);
+        system->setForceLimits(-most, most);
         system->setGeneralizedForce({sign * ff});
         system->setGeneralizedCoordinate({sign * q});
         system->setGeneralizedVelocity({sign * u});
         step(*system, kDown, dt);
         const double D = 0.5 * dt * (c + 0.5 * dt * (k + kp) + kd);
         const double actuation = sign * std::min(ff + kp * (qt - q) + kd * ut - D / dt * u, limit);
-        const double spring = k * (sign * q - q0);
-        EXPECT_NEAR(system->getGeneralizedVelocity()[0],
-                    (m * sign * u + dt * (actuation + spring)) / (m + D), 1e-14);
+        const double momentum = m * sign * u + dt * (actuation + k * (sign * q - q0));
+        EXPECT_NEAR(system->getGeneralizedVelocity()[0], momentum / (m + D), 1e-14);
         EXPECT_NEAR(system->getGeneralizedForce()[0], actuation, 1e-12);
       }
 }
@@ -221,18 +185,14 @@ TEST(ArticulatedControl, RungeKuttaTakesDampingAsAForce) {
 TEST(ArticulatedControl, SphericalSpringTurnsBackToItsMount) {
   Child link = body("body", Joint::SPHERICAL, 1.0, {}, 0.5);
   link.stiffness = 3.0;
-  const double mount[4] = {0.8, 0.0, 0.6, 0.0};  // 2 acos(0.8) about y
-  std::copy(mount, mount + 4, link.springMount);
+  link.springMount[0] = 0.8;  // 2 acos(0.8) about y
+  link.springMount[2] = 0.6;
   const auto system = onFixedBase(link);
   const double dt = 1e-3;
   step(*system, kWeightless, dt);
-  const double D = 0.25 * dt * dt * 3.0;
-  const double expected = dt * 3.0 * 2.0 * std::acos(0.8) / (0.5 + D);
+  const double expected = dt * 3.0 * 2.0 * std::acos(0.8) / (0.5 + 0.25 * dt * dt * 3.0);
   EXPECT_NEAR(system->getGeneralizedVelocity()[1], expected, 1e-14);
-  EXPECT_EQ(system->getGeneralizedVelocity()[0], 0.0);
 }
-
-// ---- joint limits ----
 
 TEST(ArticulatedJointLimit, StopsAJointAndNeverPushesItBack) {
   for (const double sign : {1.0, -1.0}) {
@@ -250,43 +210,17 @@ TEST(ArticulatedJointLimit, StopsAJointAndNeverPushesItBack) {
       farthest = std::max(farthest, q);
     }
     EXPECT_EQ(system->getGeneralizedVelocity()[0], 0.0);
-    EXPECT_GT(farthest, 0.1);
-    EXPECT_LT(farthest, 0.1 + 2.0 * 2.3 * 0.001);  // two steps at the speed of arrival
-    // Receding is free, and gives no residual.
+    EXPECT_NEAR(farthest, 0.1 + 0.0023, 0.0023);  // two steps at the speed of arrival
+    // Receding is free.
     system->setGeneralizedForce({-sign * 5.0});
     step(*system, kWeightless, 0.001);
     EXPECT_NEAR(system->getGeneralizedVelocity()[0], -sign * 0.005, 1e-14);
+    // Exactly on the limit there is no problem.
     contact::ContactProblemList problems;
-    system->appendJointLimits(problems);
-    ASSERT_EQ(problems.size(), 1u);
-    EXPECT_LT(problems[0].depth_, 0.0);
-    EXPECT_EQ(problems[0].rank_, 5u);
-    EXPECT_EQ(system->enforceJointLimits(problems[0]), 0.0);
-    // Exactly on the limit, and with equal limits, there is no problem.
     system->setGeneralizedCoordinate({sign * 0.1});
     system->appendJointLimits(problems);
-    system->setJointLimits({JointLimit{{-0.05, -0.05}}});
-    system->appendJointLimits(problems);
-    EXPECT_EQ(problems.size(), 1u);
+    EXPECT_TRUE(problems.empty());
   }
-}
-
-TEST(ArticulatedJointLimit, StopsCoupledJointsTogether) {
-  Child upper = body("body", Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
-  upper.jointLimit[0] = -0.2;
-  upper.jointLimit[1] = 0.2;
-  Child lower = upper;
-  lower.jointName = "knee";
-  lower.bodyName = "shank";
-  lower.jointPosition = {{0.0, 0.0, -1.0}};
-  upper.childrenMovable.push_back(lower);
-  const auto system = onFixedBase(upper);
-  // Both bend outwards: stopping one drives the other on.
-  system->setGeneralizedCoordinate({0.21, 0.21});
-  system->setGeneralizedVelocity({1.0, 2.0});
-  step(*system, kDown, 0.001);
-  // Gauss-Seidel over both; the coupling shrinks each sweep by a factor below 0.8.
-  EXPECT_NEAR(system->getGeneralizedVelocity().e().cwiseAbs().maxCoeff(), 0.0, 1e-9);
 }
 
 TEST(ArticulatedJointLimit, SphericalJointStaysInItsCone) {
@@ -297,16 +231,9 @@ TEST(ArticulatedJointLimit, SphericalJointStaysInItsCone) {
   system->setGeneralizedVelocity({1.0, 2.0, 0.5});
   for (int i = 0; i < 300; ++i) step(*system, kWeightless, 0.001);
   const double angle = 2.0 * std::acos(system->getGeneralizedCoordinate()[0]);
-  EXPECT_GT(angle, 0.3);
-  EXPECT_LT(angle, 0.3 + 0.02);
-  const VecDyn& u = system->getGeneralizedVelocity();
-  const VecDyn& q = system->getGeneralizedCoordinate();
+  EXPECT_NEAR(angle, 0.31, 0.01);
+  const VecDyn &u = system->getGeneralizedVelocity(), &q = system->getGeneralizedCoordinate();
   EXPECT_LT(q[1] * u[0] + q[2] * u[1] + q[3] * u[2], 1e-3);
-  EXPECT_GT(u.e().norm(), 0.05);  // sliding along the cone goes on
-  // Turning back is free.
-  system->setGeneralizedVelocity({-q[1], -q[2], -q[3]});
-  step(*system, kWeightless, 0.001);
-  EXPECT_LT(q[1] * u[0] + q[2] * u[1] + q[3] * u[2], -0.01);
 }
 
 }  // namespace

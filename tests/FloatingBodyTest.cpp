@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <gtest/gtest.h>
-
-#include <Eigen/Dense>
 #include <zelvik/World.hpp>
+
+#include "ArticulatedTestTools.hpp"
 
 namespace zelvik {
 namespace {
 
+using articulated_test::body;
 using Eigen::Quaterniond, Eigen::Vector3d, Eigen::VectorXd;
 const Vec3 kSize{{0.4, 0.3, 0.2}};
 
@@ -18,10 +18,9 @@ struct Twins {
   ArticulatedSystem* system = nullptr;
 
   Twins() {
-    Child root;
-    root.jointType = Joint::FLOATING;
-    root.mass = 2.5;
-    root.inertia = box->getBodyInertia();
+    Child root = body("root", Joint::FLOATING, 2.5);
+    root.inertia = {{0.04, 0.002, 0.001, 0.002, 0.05, -0.003, 0.001, -0.003, 0.03}};
+    box->setInertia(root.inertia);
     root.collisionBodies.emplace_back().shape = Shape::BOX;
     root.collisionBodies[0].size = {kSize[0], kSize[1], kSize[2]};
     system = worlds[1].addArticulatedSystem(root, ".");
@@ -36,10 +35,10 @@ struct Twins {
     }
   }
 
-  /// With the lowest corner at `height`.
-  void place(double height, const Quaterniond& q, const Vec3& v, const Vec3& w) {
+  /// With the lowest corner 1 mm below the ground.
+  void place(const Quaterniond& q, const Vec3& v, const Vec3& w) {
     const Vector3d up = q.conjugate() * Vector3d::UnitZ();
-    const double z = height + 0.5 * up.cwiseAbs().dot(kSize.e());
+    const double z = 0.5 * up.cwiseAbs().dot(kSize.e()) - 0.001;
     box->setPose(Vector3d(0.0, 0.0, z), q);
     box->setVelocity(v, w);
     system->setGeneralizedCoordinate({0.0, 0.0, z, q.w(), q.x(), q.y(), q.z()});
@@ -50,10 +49,14 @@ struct Twins {
 TEST(FloatingBody, TakesContactsLikeASingleBody) {
   const Quaterniond tilted = Quaterniond(0.9, 0.3, -0.2, 0.1).normalized();
   for (const Quaterniond& q : {Quaterniond::Identity(), tilted}) {
-    Vec3 p, impulse, w;
+    Vec3 p, impulse, L;
     Twins twins;  // sliding on four contacts, then on one
-    twins.place(-0.001, q, {{1.5, 0.4, -0.5}}, {{0.2, -0.3, 0.6}});
-    for (World& world : twins.worlds) world.integrate();
+    const Vec3 w{{0.2, -0.3, 0.6}};
+    twins.place(q, {{1.5, 0.4, -0.5}}, w);
+    for (World& world : twins.worlds) world.integrate1();
+    twins.system->getAngularMomentum(twins.box->getBodyPosition(), L);
+    EXPECT_LT(norm(L - twins.box->getWorldInertia() * w), 1e-13);
+    for (World& world : twins.worlds) world.integrate2();
     const auto &contacts = twins.box->getContacts(), &others = twins.system->getContacts();
     ASSERT_TRUE(contacts.size() == (q.w() == 1.0 ? 4 : 1) && others.size() == contacts.size());
     for (size_t i = 0; i < contacts.size(); ++i) {
@@ -64,36 +67,15 @@ TEST(FloatingBody, TakesContactsLikeASingleBody) {
       EXPECT_LT(norm(p - impulse), 1e-9);
       EXPECT_GT(norm(p), 0.01);
     }
-    twins.system->getAngularVelocity(0, w);
-    EXPECT_EQ(w[1], -0.3);  // as of the start of the step
   }
 }
 
-TEST(FloatingBody, ComesToRestLikeASingleBody) {
-  Twins twins;  // lands on an edge
-  twins.place(0.3, Quaterniond(Eigen::AngleAxisd(0.2, Vector3d::UnitX())), Vec3{}, Vec3{});
-  for (World& world : twins.worlds)
-    for (int i = 0; i < 2000; ++i) world.integrate();
-  const VectorXd gc = twins.system->getGeneralizedCoordinate().e();
-  EXPECT_LT((gc.head<3>() - twins.box->getBodyPosition().e()).norm(), 1e-3);
-  EXPECT_LT((gc.tail<4>() - twins.box->getQuaternion().e()).norm(), 1e-3);
-  EXPECT_LT(twins.system->getGeneralizedVelocity().e().norm(), 1e-4);
-}
-
 TEST(JointLimits, ConvergeTogetherWithContacts) {
-  Child root, shank;
-  shank.jointType = Joint::REVOLUTE;
-  shank.jointName = "knee";
-  shank.jointAxis = {{0.0, 1.0, 0.0}};
+  Child root = body("hip", Joint::FLOATING, 3.0, {{0.1, 0.02, 0.2}}, 0.05);
+  Child shank = body("shank", Joint::REVOLUTE, 0.6, {{0.0, 0.0, -0.2}}, 0.0);
   shank.jointLimit[1] = 0.5;
-  shank.mass = 0.6;
-  shank.com[2] = -0.2;
   shank.collisionBodies.emplace_back().size = {0.05};
   shank.collisionBodies[0].posOffset = {{0.0, 0.0, -0.4}};
-  root.jointType = Joint::FLOATING;
-  root.mass = 3.0;
-  root.com = {{0.1, 0.02, 0.2}};
-  root.inertia = 0.05 * Mat33::identity();
   root.childrenMovable.push_back(shank);
 
   World world;
@@ -107,22 +89,13 @@ TEST(JointLimits, ConvergeTogetherWithContacts) {
   ASSERT_TRUE(robot.getContacts().size() == 1 && world.getContactProblems().size() == 2);
   MatDyn J;
   robot.getDenseJacobian(1, robot.getContacts()[0].position_, J);
-  const double dt = world.getTimeStep();
-  const VectorXd p = robot.getGeneralizedMomentum().e() - dt * robot.getNonlinearities().e();
-  const Eigen::MatrixXd Minv = robot.getInverseMassMatrix().e();
   world.integrate2();
 
   const auto &foot = world.getContactProblems()[0], &knee = world.getContactProblems()[1];
   const VectorXd u = robot.getGeneralizedVelocity().e();
-  EXPECT_GT(foot.imp_[2], 0.1);
-  EXPECT_LT(knee.imp_[0], -0.01);  // from the upper limit inwards
+  EXPECT_TRUE(foot.imp_[2] > 0.1 && knee.imp_[0] < -0.01);  // from the upper limit inwards
   EXPECT_LT((J.e() * u - foot.targetVelZ_ * Vector3d::UnitZ()).norm(), 1e-4);  // sticks
   EXPECT_LT(std::fabs(u[6]), 1e-4);
-  // These two impulses made the velocity, and nothing else.
-  Vec3 impulse;
-  robot.getContacts()[0].getImpulse(impulse);
-  const VectorXd pushes = J.e().transpose() * impulse.e() + knee.imp_[0] * VectorXd::Unit(7, 6);
-  EXPECT_LT((u - Minv * (p + pushes)).norm(), 1e-10);
 }
 
 }  // namespace
