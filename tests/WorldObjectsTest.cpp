@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
@@ -192,6 +193,52 @@ TEST(WorldObjects, AMeshCubeRestsAsABox) {
   }
   for (int i = 0; i < 1000; ++i) world.integrate();
   expectSamePose(*box, *mesh, {{0, 3, 0}}, 1e-3);
+}
+
+TEST(WorldObjects, MaterialsOfThePairDecideForEveryKindOfGeom) {
+  World world;
+  const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
+  world.setDefaultMaterial(0.11, 0.0, 0.01);
+  world.addHeightMap(2, 2, 40.0, 40.0, 0.0, 0.0, {0, 0, 0, 0}, "soil");
+  const std::vector<SingleBodyObject*> bodies{
+      world.addSphere(0.15, 1.0, "m0"),
+      world.addBox(0.3, 0.3, 0.3, 1.0, "m1"),
+      world.addCylinder(0.15, 0.3, 1.0, "m2"),
+      world.addCapsule(0.15, 0.3, 1.0, "m3"),
+      world.addMesh(obj.path, 1.0, diagonal(0.02, 0.02, 0.02), {}, 1.0, "m4"),
+      world.addCompound(dumbbellChildren(), 1.0, {}, diagonal(0.1, 0.2, 0.2))};
+  const double height[] = {0.149, 0.149, 0.149, 0.299, 0.149, 0.099};
+  for (size_t i = 0; i < 6; ++i) bodies[i]->setPosition(2.0 + 2.0 * double(i), 0, height[i]);
+  ArticulatedSystem* robot = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  VecDyn gc = robot->getGeneralizedCoordinate();
+  gc[2] = 0.05;  // legs stretched: feet, shanks and thighs in the ground
+  robot->setGeneralizedCoordinate(gc);
+  std::map<std::string, double> friction;
+  for (const char* name : {"m0", "m1", "m2", "m3", "m4", "left", "right", "rubber"}) {
+    friction[name] = 0.2 + 0.01 * static_cast<double>(friction.size());
+    world.setMaterialPairProp("soil", name, friction[name], 2.0 * friction[name], 0.0);
+  }
+  world.integrate1();
+  const auto materialOf = [&](const contact::Contact& c) -> std::string {
+    const contact::Single3DContactProblem& p = world.getContactProblems()[c.contactProblemIndex_];
+    for (const auto& [name, mu] : friction)
+      if (p.mu_ == mu && p.restitution_ == 2.0 * mu) return name;
+    return p.mu_ == 0.11 && p.restitution_ == 0.0 ? "default" : "wrong";
+  };
+  for (size_t i = 0; i < 6; ++i) {
+    EXPECT_FALSE(bodies[i]->getContacts().empty());
+    for (const contact::Contact& c : bodies[i]->getContacts())
+      EXPECT_EQ(materialOf(c), i < 5                   ? bodies[i]->getMaterial()
+                               : c.position_[0] < 12.0 ? "left"
+                                                       : "right");
+  }
+  // Each of the four feet, balls of rubber, touches once; the rest of the legs has no material.
+  std::map<std::string, size_t> touches;
+  for (const contact::Contact& c : robot->getContacts())
+    if (c.pairObjectIndex_ == 0) ++touches[materialOf(c)];
+  EXPECT_EQ(touches["rubber"], 4u);
+  EXPECT_GT(touches["default"], 4u);
+  EXPECT_EQ(touches.size(), 2u);
 }
 
 }  // namespace

@@ -51,6 +51,9 @@ TEST(WorldWires, ACompliantWireIsTheSpringOfTheClosedForm) {
   const double w = std::sqrt(k / reduced), x = norm(b->getComPosition() - a->getComPosition());
   // Semi-implicit Euler: phase error w dt / 2 per radian at most.
   EXPECT_NEAR(x - rest, x0 * std::cos(w * 1.0), x0 * w * w * 1e-4);
+  const double energy =
+      a->getKineticEnergy() + b->getKineticEnergy() + 0.5 * k * (x - rest) * (x - rest);
+  EXPECT_NEAR(energy, 0.5 * k * x0 * x0, 0.5 * k * x0 * x0 * 2.0 * w * 1e-4);
 }
 
 TEST(WorldWires, StiffWiresHoldBetweenRobotsAndBodies) {
