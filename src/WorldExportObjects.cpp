@@ -1,5 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <utility>
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 

@@ -45,12 +45,14 @@ bool readDescription(const Element& element, ObjectDescription& out) {
 }
 
 /// Whether the making of the object ended with a fatal message: it has no collision shape, or, of a
-/// robot, nothing at all.
+/// robot, nothing at all. A base link without a name is fine: the joint to the world names its
+/// frame.
 bool wasRefused(const Object& object) {
   if (object.getObjectType() != ARTICULATED_SYSTEM)
     return static_cast<const SingleBodyObject&>(object).getGeomCount() == 0;
   const auto& system = static_cast<const ArticulatedSystem&>(object);
-  return system.getGeneralizedCoordinateDim() == 0 && system.getBodyNames()[0].empty();
+  return system.getGeneralizedCoordinateDim() == 0 && system.getBodyNames()[0].empty() &&
+         system.getFrames()[0].name == "ROOT";
 }
 
 bool setBodyType(const Element& element, const std::string& text, SingleBodyObject& body) {

@@ -89,6 +89,13 @@ TEST(WorldFile, RobotsOfOtherDimensionsAndInNestedDirectories) {
             "WorldFileState.cpp: zelvik/objects/articulatedSystem/state/qpos has 1 values, but the "
             "system has 7\nWorldFileState.cpp: zelvik/objects/articulatedSystem/state/qvel has 7 "
             "values, but the system has 6");
+  // A base without a name does not end the reading.
+  temporary.write("b.urdf",
+                  "<robot name='r'><link name='world'/><link name=''/><joint name='j' "
+                  "type='fixed'><parent link='world'/><child link=''/></joint></robot>");
+  temporary.write("w.xml", objects("<articulatedSystem name='b' urdfPath='b.urdf'><state qpos='0'/>"
+                                   "</articulatedSystem><ground name='g'/>"));
+  messages::of([&] { EXPECT_NE(World("w.xml").getObject("g"), nullptr); });
   fs::current_path(here);
 }
 
