@@ -249,6 +249,17 @@ class ZELVIK_API World {
   friend void nearCallback(void* data, dGeomID o1, dGeomID o2);
   friend void rayCallback(void* data, dGeomID o1, dGeomID o2);
 
+  /// One object class of a world file. Reserved: the first class of a file ends its loading.
+  struct XmlObjectClass {
+    ObjectType objectType = UNRECOGNIZED;
+    std::string name, material, fileName, resDir;
+    double mass = 0.0;               ///< (kg)
+    Mat<3, 3> inertia{};             ///< (kg m^2, body axes)
+    std::vector<double> dimensions;  ///< (m)
+    Mat<3, 1> com{};                 ///< (m, body frame)
+    std::vector<Compound::CompoundObjectChild> children;
+  };
+
   void init();
   template <typename T, typename... Args>
   T* add(Args&&... args);
@@ -297,6 +308,7 @@ class ZELVIK_API World {
   std::string configFile_;
   size_t stepCount_ = 0;
   size_t objectChangeCount_ = 0;
+  std::unordered_map<std::string, XmlObjectClass> xmlObjectClassMap_;  ///< by element name; empty
   dGeomID rayGeom_ = nullptr;
   RayHitList rayHits_;
   Mat<3, 1> rayStart_{}, rayDirection_{};  ///< of the running query; unit direction
