@@ -42,9 +42,10 @@ bool readBodyState(const Element& element, SingleBodyObject& body) {
   if (!(state.readMust("pos", position) && state.readIfPresent("quat", quaternion) &&
         state.readIfPresent("linVel", linear) && state.readIfPresent("angVel", angular)))
     return false;
-  // The position comes last: it places the centre of mass, which needs the orientation.
-  body.setOrientation(quaternion);
+  // The position comes first and places the centre of mass with the orientation that stands: a body
+  // with both a "com" and a "quat" starts with its centre of mass where the unturned body has it.
   body.setPosition(position);
+  body.setOrientation(quaternion);
   body.setVelocity(linear, angular);
   return true;
 }

@@ -32,8 +32,8 @@ TEST(WorldExport, FormatToTheDigit) {
   World world(kData + "every_attribute.xml");
   EXPECT_EQ(bodyOf(world, "box").getMaterial() + bodyOf(world, "box").getAppearance(), "ared");
   EXPECT_EQ(world.getMaterialManager().getMaterialPairProp("a", "b").friction, 0.3);
-  // Half a turn about x puts the centre of mass below the origin.
-  EXPECT_EQ(bodyOf(world, "box").getComPosition()[2], 2.14159265);
+  // The centre of mass is placed before the half turn about x.
+  EXPECT_EQ(bodyOf(world, "box").getComPosition()[2], 4.14159265);
   std::string text = exported(world);
   for (size_t at; (at = text.find(kRoot)) != std::string::npos;)
     text.replace(at, kRoot.size(), "ROOT");

@@ -106,7 +106,7 @@ TEST(World, PlateRestsOnASmallStaticCube) {
 }
 
 // 150 sweeps do not carry the load through ten interfaces to the last digit: the stack sags by 2 cm
-// and creeps, but stands. With 1000 sweeps it stays within a millimetre.
+// and creeps, but stands. With 1000 sweeps it sags by a tenth of that.
 TEST(World, StackOfTenBoxesStands) {
   World world;
   world.addGround();
