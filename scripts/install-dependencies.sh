@@ -4,10 +4,18 @@
 #
 # Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
 # does nothing where all of it is there.
+#   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
 set -euo pipefail
 
 packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
           clang-format)
+for option in "$@"; do
+  case $option in
+    --benchmarks) packages+=(libmujoco-dev libbullet-dev libbullet-extras-dev libdart-dev
+                             libdart-utils-urdf-dev libbenchmark-dev) ;;
+    *) echo "install-dependencies.sh: unknown option $option" >&2; exit 2 ;;
+  esac
+done
 # A CMake of the user's own serves as well as the packaged one.
 command -v cmake > /dev/null || packages+=(cmake)
 
