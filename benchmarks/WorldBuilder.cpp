@@ -42,7 +42,8 @@ Object* addGround(World& world, const scenes::NeutralScene& scene) {
 ArticulatedSystem* addRobot(World& world, const RobotSetup& setup) {
   const unsigned long group = setup.collides ? World::kDefaultGroup : 0;
   const unsigned long mask = setup.collides ? World::kAllMask : 0;
-  ArticulatedSystem* robot = world.addArticulatedSystem(setup.urdf, ZELVIK_MODEL_DIR, {}, group, mask);
+  ArticulatedSystem* robot =
+      world.addArticulatedSystem(setup.urdf, ZELVIK_MODEL_DIR, {}, group, mask);
   robot->setGeneralizedCoordinate(setup.coordinates.data(), setup.coordinates.size());
   robot->setGeneralizedVelocity(setup.velocities.data(), setup.velocities.size());
   if (!setup.holdsPose) return robot;
