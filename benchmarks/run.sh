@@ -7,7 +7,7 @@
 #   benchmarks/run.sh BUILD_DIR [OUT_DIR] [SCENE ...]
 #
 # BUILD_DIR was configured with -DZELVIK_BUILD_BENCHMARKS=ON. Without scenes it runs all of them,
-# some 20 minutes. Set RUNS for the number of timed runs (5), BUDGET for the longest run (s).
+# some 20 minutes. Set RUNS for the number of timed runs (5), BUDGET for the longest run (s, 5).
 set -euo pipefail
 build=$(realpath "${1:?usage: run.sh BUILD_DIR [OUT_DIR] [SCENE ...]}")
 out=${2:-$build/benchmarks-out}
@@ -33,8 +33,8 @@ engines=(
 for pass in 1 2; do
   for scene in "${scenes[@]}"; do
     # Scenes of accuracy are long, and their time says little.
-    runs=${RUNS:-5}
-    [[ $scene == A* ]] && runs=1
+    runs=${RUNS:-5} budget=${BUDGET:-5}
+    [[ $scene == A* ]] && runs=1 budget=$((4 * budget))
     for entry in "${engines[@]}"; do
       read -r engine settings <<< "$entry"
       program=$build/bin/bench_$engine
@@ -42,7 +42,7 @@ for pass in 1 2; do
         ((pass > 1)) || [[ $scene != "${scenes[0]}" ]] || echo "missing: bench_$engine" >&2
         continue
       fi
-      arguments=(--scene "$scene" --runs "$runs" --budget "${BUDGET:-5}")
+      arguments=(--scene "$scene" --runs "$runs" --budget "$budget")
       for setting in $settings; do
         [[ $scene == A* && $setting == broad=* ]] || arguments+=(--setting "$setting")
       done
