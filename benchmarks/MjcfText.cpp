@@ -78,9 +78,9 @@ void writeOptions(Text& out, const NeutralScene& scene, const Setting& setting) 
 
 /// The buffers of this engine have fixed sizes: large enough for the piles.
 void writeSizes(Text& out, const NeutralScene& scene) {
-  const size_t dof = 6 * scene.bodies.size() + 100, contacts = 8 * scene.bodies.size() + 500;
+  const size_t dof = 6 * scene.bodies.size() + 100, contacts = 2 * scene.bodies.size() + 800;
   out << "<size nconmax=\"" << contacts << "\" njmax=\"" << 4 * contacts << "\" nstack=\""
-      << 3 * dof * dof + 400 * contacts << "\"/>\n";
+      << dof * dof + 1000 * contacts << "\"/>\n";
 }
 
 void writeDefaults(Text& out, const NeutralScene& scene, const Setting& setting) {

@@ -7,7 +7,7 @@
 #   benchmarks/run.sh BUILD_DIR [OUT_DIR] [SCENE ...]
 #
 # BUILD_DIR was configured with -DZELVIK_BUILD_BENCHMARKS=ON. Without scenes it runs all of them,
-# some 20 minutes. Set RUNS for the number of timed runs (5), BUDGET for the longest run (s, 5).
+# some 20 minutes. Set RUNS for the number of timed runs (5), BUDGET for the longest run (CPU s, 5).
 set -euo pipefail
 build=$(realpath "${1:?usage: run.sh BUILD_DIR [OUT_DIR] [SCENE ...]}")
 out=${2:-$build/benchmarks-out}
@@ -43,11 +43,17 @@ for pass in 1 2; do
         continue
       fi
       arguments=(--scene "$scene" --runs "$runs" --budget "$budget")
+      [[ $scene == A4 && $engine == zelvik ]] && settings+=" scheme=semi scheme=rk4"
+      [[ $scene == A4 && $engine == mujoco ]] && settings+=" integrator=RK4"
+      count=${#arguments[@]}
       for setting in $settings; do
-        [[ $scene == A* && $setting == broad=* ]] || arguments+=(--setting "$setting")
+        [[ $scene == A* && $setting == broad=* ]] && continue
+        # What the first pass could not run, the second does not try.
+        ((pass > 1)) && grep -F "\"scene\": \"$scene\", \"engine\": \"$engine\"" "$out/lines.jsonl" |
+          grep -F "\"setting\": \"$setting\"" | grep -q '"skipped"' && continue
+        arguments+=(--setting "$setting")
       done
-      [[ $scene == A4 && $engine == zelvik ]] && arguments+=(--setting scheme=semi --setting scheme=rk4)
-      [[ $scene == A4 && $engine == mujoco ]] && arguments+=(--setting integrator=RK4)
+      ((${#arguments[@]} > count)) || continue
       # The second pass repeats the clock only.
       ((pass == 1)) || arguments+=(--no-accuracy)
       echo "pass $pass $scene $engine" >&2
