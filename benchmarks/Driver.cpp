@@ -33,8 +33,8 @@ double secondsOf(clockid_t clock) {
 
 /// What one run leaves.
 struct Run {
-  double wall = 0.0, cpu = 0.0;  ///< per step (us)
-  double contacts = 0.0;         ///< mean per step
+  double wall = 0.0, cpu = 0.0;             ///< per step (us)
+  double contacts = 0.0, iterations = 0.0;  ///< mean per step
   unsigned long hash = 0;
 };
 
@@ -70,13 +70,14 @@ std::vector<std::vector<double>> allTargets(const NeutralScene& scene) {
 /// Steps from `begin` to `end`; the count of contacts costs nothing worth mentioning. Looks at the
 /// clock seldom where steps are fast, and in every step where they are not.
 void stepThrough(Engine& engine, const std::vector<std::vector<double>>& targets, int begin,
-                 int end, double deadline, double& contacts) {
+                 int end, double deadline, Run& run) {
   int stride = 1;
   double last = secondsOf(CLOCK_THREAD_CPUTIME_ID);
   for (int k = begin; k < end; ++k) {
     if (!targets.empty()) engine.setTargets(targets[static_cast<size_t>(k)]);
     engine.step();
-    contacts += static_cast<double>(engine.contactCount());
+    run.contacts += static_cast<double>(engine.contactCount());
+    run.iterations += engine.iterations();
     if ((k - begin) % stride != 0) continue;
     const double now = secondsOf(CLOCK_THREAD_CPUTIME_ID);
     if (now > deadline)
@@ -88,16 +89,15 @@ void stepThrough(Engine& engine, const std::vector<std::vector<double>>& targets
 
 Run timedRun(const NeutralScene& scene, Engine& engine,
              const std::vector<std::vector<double>>& targets, double budget) {
-  Run run;
-  double ignored = 0.0;
+  Run run, warmUp;
   const double deadline = secondsOf(CLOCK_THREAD_CPUTIME_ID) + budget;
-  stepThrough(engine, targets, 0, scene.warmUpSteps, deadline, ignored);
+  stepThrough(engine, targets, 0, scene.warmUpSteps, deadline, warmUp);
   const double wall = secondsOf(CLOCK_MONOTONIC), cpu = secondsOf(CLOCK_THREAD_CPUTIME_ID);
-  stepThrough(engine, targets, scene.warmUpSteps, scene.warmUpSteps + scene.steps, deadline,
-              run.contacts);
+  stepThrough(engine, targets, scene.warmUpSteps, scene.warmUpSteps + scene.steps, deadline, run);
   run.cpu = 1e6 * (secondsOf(CLOCK_THREAD_CPUTIME_ID) - cpu) / scene.steps;
   run.wall = 1e6 * (secondsOf(CLOCK_MONOTONIC) - wall) / scene.steps;
   run.contacts /= scene.steps;
+  run.iterations /= scene.steps;
   run.hash = stateHash(scene, engine);
   return run;
 }
@@ -144,8 +144,9 @@ std::string runsText(const std::vector<Run>& runs) {
   std::snprintf(hash, sizeof hash, "%016lx", runs.back().hash);
   return ", \"us_per_step\": " + spreadText(wall) + ", \"cpu_us_per_step\": " + spreadText(cpu) +
          ", \"runs\": " + std::to_string(runs.size()) +
-         ", \"contacts\": " + numberText(runs.back().contacts, "%.1f") + ", \"state_hash\": \"" +
-         hash + "\", \"repeats\": " + (repeats ? "true" : "false");
+         ", \"contacts\": " + numberText(runs.back().contacts, "%.1f") +
+         ", \"iterations\": " + numberText(runs.back().iterations, "%.1f") +
+         ", \"state_hash\": \"" + hash + "\", \"repeats\": " + (repeats ? "true" : "false");
 }
 
 std::string figuresText(const Figures& figures) {

@@ -52,6 +52,8 @@ class Engine {
   virtual void setTargets(const std::vector<double>& targets) = 0;
   /// Contact points of the last step.
   virtual size_t contactCount() const = 0;
+  /// Iterations of the contact solver in the last step; 0 if not told.
+  virtual double iterations() { return 0.0; }
   /// Sum of the vertical contact forces on the ground of the last step (N); NaN if not told.
   virtual double groundForce() const = 0;
   virtual BodyState body(size_t i) const = 0;

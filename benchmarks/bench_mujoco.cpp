@@ -72,6 +72,8 @@ class MujocoEngine : public Engine {
 
   size_t contactCount() const override { return static_cast<size_t>(data_->ncon); }
 
+  double iterations() override { return data_->solver_iter; }
+
   double groundForce() const override {
     double sum = 0.0;
     for (int i = 0; hasGround_ && i < data_->ncon; ++i) {

@@ -55,6 +55,10 @@ class ZelvikEngine : public Engine {
   }
   size_t contactCount() const override { return world_.getContactProblems().size(); }
 
+  double iterations() override {
+    return contactCount() > 0 ? world_.getContactSolver().getLoopCounter() : 0.0;
+  }
+
   double groundForce() const override {
     double sum = 0.0;
     if (built_.ground == nullptr) return sum;
