@@ -80,7 +80,7 @@ void writeOptions(Text& out, const NeutralScene& scene, const Setting& setting) 
 void writeSizes(Text& out, const NeutralScene& scene) {
   const size_t dof = 6 * scene.bodies.size() + 100, contacts = 2 * scene.bodies.size() + 800;
   out << "<size nconmax=\"" << contacts << "\" njmax=\"" << 4 * contacts << "\" nstack=\""
-      << dof * dof + 1000 * contacts << "\"/>\n";
+      << 4 * dof * dof + 2000 * contacts << "\"/>\n";
 }
 
 void writeDefaults(Text& out, const NeutralScene& scene, const Setting& setting) {

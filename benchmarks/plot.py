@@ -7,8 +7,8 @@ import math
 import pathlib
 import sys
 
-WIDTH, HEIGHT = 760, 460
-LEFT, RIGHT, TOP, BOTTOM = 80, 20, 40, 60
+WIDTH, HEIGHT = 960, 480
+LEFT, RIGHT, TOP, BOTTOM = 80, 270, 20, 60
 COLOURS = {"zelvik": "#d1242f", "mujoco": "#0969da", "ode": "#1a7f37", "bullet": "#9a6700",
            "dart": "#8250df"}
 PLOTS = [("S1m", "creep_m_per_s", "foot creep over one period (m/s)"),
@@ -54,29 +54,20 @@ def grid(x_axis, y_axis):
     return parts
 
 
-def series(engine, points, x_axis, y_axis):
-    """Points joined in the order of their time; each with its setting as a tooltip."""
+def series(engine, points, x_axis, y_axis, row):
+    """Points joined in the order of their time, with numbers that the list at the right explains,
+    from the given row on."""
     colour = COLOURS.get(engine, "#57606a")
     placed = sorted((x_axis.place(t), y_axis.place(e), name) for t, e, name in points)
     path = " ".join(f"{x:.1f},{y:.1f}" for x, y, _ in placed)
+    side = WIDTH - RIGHT + 16
     parts = [f'<polyline points="{path}" fill="none" stroke="{colour}" stroke-width="1" '
-             'stroke-dasharray="3 3"/>']
-    for number, (x, y, name) in enumerate(placed):
-        parts.append(f'<circle cx="{x:.1f}" cy="{y:.1f}" r="5" fill="{colour}">'
-                     f"<title>{engine} {name}</title></circle>")
-        above = -8 if number % 2 == 0 else 16
-        parts.append(text(x, y + above, name.replace("broad=", ""), "middle", 8,
-                          f'fill="{colour}"'))
-    return parts
-
-
-def legend(engines):
-    parts = []
-    for i, engine in enumerate(engines):
-        x = LEFT + 10 + 100 * i
-        parts.append(f'<circle cx="{x}" cy="{TOP - 12}" r="5" '
-                     f'fill="{COLOURS.get(engine, "#57606a")}"/>')
-        parts.append(text(x + 10, TOP - 8, engine, "start"))
+             'stroke-dasharray="3 3"/>',
+             text(side, TOP + 14 * row + 8, engine, "start", 12, f'fill="{colour}"')]
+    for number, (x, y, name) in enumerate(placed, 1):
+        parts.append(f'<circle cx="{x:.1f}" cy="{y:.1f}" r="7" fill="{colour}"/>')
+        parts.append(text(x, y + 3, str(number), "middle", 9, 'fill="#ffffff"'))
+        parts.append(text(side, TOP + 14 * (row + number) + 8, f"{number}  {name}", "start", 9))
     return parts
 
 
@@ -99,9 +90,10 @@ def plot(scene, label, by_engine):
              'font-family="sans-serif" stroke="#d0d7de" stroke-width="0.5">',
              f'<rect width="{WIDTH}" height="{HEIGHT}" fill="#ffffff"/>']
     parts += grid(x_axis, y_axis)
+    row = 0
     for engine, values in by_engine.items():
-        parts += series(engine, values, x_axis, y_axis)
-    parts += legend(list(by_engine))
+        parts += series(engine, values, x_axis, y_axis, row)
+        row += len(values) + 1.5
     parts.append(text((LEFT + WIDTH - RIGHT) / 2, HEIGHT - 20, f"{scene}: CPU time per step (µs)"))
     parts.append(text(18, HEIGHT / 2, label, "middle", 12,
                       f'transform="rotate(-90 18 {HEIGHT / 2})"'))

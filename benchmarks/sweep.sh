@@ -23,7 +23,7 @@ robot=(
   "dart solver=dantzig solver=pgs solver=dantzig,detector=fcl")
 piles=(
   "zelvik broad=sap,iterations=10 broad=sap,iterations=30 broad=sap broad=sap,erp=5 broad=sap,erp=20"
-  "mujoco cone=pyramidal solver=CG,iterations=10 solver=CG,iterations=50 solver=PGS,iterations=20"
+  "mujoco default cone=pyramidal solver=CG,iterations=10 solver=CG,iterations=50"
   "ode iterations=10,space=sap iterations=20,space=sap iterations=50,space=sap
    iterations=200,space=sap"
   "bullet iterations=4 iterations=10 iterations=50 iterations=200")
