@@ -25,6 +25,19 @@ class HeightMapCollider {
   }
 
  protected:
+  using Step = std::array<long, 2>;
+  /// An edge of the ground at which it bends down; beside the map there is no third vertex.
+  struct Ridge {
+    Vec3 a, b, left, right;  ///< ends, and the third vertices of the triangles on both sides
+    bool hasLeft, hasRight;
+  };
+  /// How steeply ground may rise above its tangent plane, or the body fall below it (1): a flat
+  /// face that lies on several vertices touches them all, though it is parallel to them only
+  /// almost.
+  static constexpr double kSlopeTolerance = 0.02;
+  /// How far ground has to bend down to count as convex (1, of the cell's size).
+  static constexpr double kFlatness = 1e-9;
+
   /// Range of cells under a box; empty beside the map.
   struct Cells {
     long column0, column1, row0, row1;
@@ -75,6 +88,50 @@ class HeightMapCollider {
     normal[1] = -normal[1];
     gap = (p[2] - facet.height(alpha, beta)) * normal[2];
     return true;
+  }
+
+  /// Whether the ground round a vertex lies below the plane of the given normal through it.
+  bool isTangent(long column, long row, const Vec3& v, const Vec3& normal) const {
+    if (normal[2] <= 0.0) return false;
+    for (const Step& step : kNeighbours)
+      if (rises(column + step[0], row + step[1], v, normal) ||
+          rises(column - step[0], row - step[1], v, normal))
+        return false;
+    return true;
+  }
+
+  /// Whether the ground bends down at a vertex, in any direction; corners of the body are enough to
+  /// find out about other ground.
+  bool isConvex(long column, long row, const Vec3& v) const {
+    for (const Step& step : kNeighbours) {
+      const long c1 = column + step[0], r1 = row + step[1];
+      const long c2 = column - step[0], r2 = row - step[1];
+      if (!hasVertex(c1, r1) || !hasVertex(c2, r2)) return true;
+      if (vertex(c1, r1)[2] + vertex(c2, r2)[2] < 2.0 * v[2] - kFlatness * cellX_) return true;
+    }
+    return false;
+  }
+
+  /// Calls `visit` for the ridges under a box that reach above its bottom.
+  template <typename Visit>
+  void forRidges(const Vec3& low, const Vec3& high, Visit&& visit) const {
+    forVertices(low, high, [&](long column, long row) {
+      for (const Edge& edge : kEdges) {
+        const long c = column + edge.to[0], r = row + edge.to[1];
+        if (!hasVertex(c, r)) continue;
+        Ridge ridge{vertex(column, row), vertex(c, r), {}, {}, false, false};
+        if (std::max(ridge.a[2], ridge.b[2]) <= low[2]) continue;
+        ridge.hasLeft = readVertex(column + edge.left[0], row + edge.left[1], ridge.left);
+        ridge.hasRight = readVertex(column + edge.right[0], row + edge.right[1], ridge.right);
+        if (bendsDown(ridge)) visit(ridge);
+      }
+    });
+  }
+
+  /// Whether the ground on both sides of a ridge lies below the plane of the given normal.
+  static bool isTangent(const Ridge& ridge, const Vec3& normal) {
+    return normal[2] > 0.0 && !(ridge.hasLeft && isAbove(ridge.left, ridge.a, normal)) &&
+           !(ridge.hasRight && isAbove(ridge.right, ridge.a, normal));
   }
 
   static Vec3 positionOf(const dContactGeom& g) { return {{g.pos[0], g.pos[1], g.pos[2]}}; }
@@ -132,8 +189,39 @@ class HeightMapCollider {
   double cellX_ = 0.0, cellY_ = 0.0;  ///< (m)
 
  private:
+  struct Edge {
+    Step to, left, right;
+  };
+  /// Edges that begin at a vertex, and the third vertices of the triangles on both sides.
+  static constexpr Edge kEdges[] = {
+      {{1, 0}, {0, 1}, {1, -1}}, {{0, 1}, {1, 0}, {-1, 1}}, {{-1, 1}, {-1, 0}, {0, 1}}};
+  /// Half of the vertices next to one; the others lie opposite.
+  static constexpr Step kNeighbours[] = {{1, 0}, {0, 1}, {-1, 1}};
+
   /// A touch is left out if it does not rise above the tangent plane of a deeper one by this (m).
   static constexpr double kPlaneTolerance = 1e-7;
+
+  bool readVertex(long column, long row, Vec3& out) const {
+    if (!hasVertex(column, row)) return false;
+    out = vertex(column, row);
+    return true;
+  }
+
+  bool bendsDown(const Ridge& r) const {
+    return !r.hasLeft || !r.hasRight ||
+           r.left[2] + r.right[2] < r.a[2] + r.b[2] - kFlatness * cellX_;
+  }
+
+  /// Whether v lies above the plane through p.
+  static bool isAbove(const Vec3& v, const Vec3& p, const Vec3& normal) {
+    const Vec3 d = v - p;
+    return dot(d, normal) > kSlopeTolerance * norm(d);
+  }
+
+  /// The same for a vertex of the ground, if there is one.
+  bool rises(long column, long row, const Vec3& p, const Vec3& normal) const {
+    return hasVertex(column, row) && isAbove(vertex(column, row), p, normal);
+  }
 
   static long cellOf(double value) {
     return static_cast<long>(std::floor(std::clamp(value, -1.0, 2e9)));

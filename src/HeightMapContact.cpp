@@ -105,26 +105,20 @@ class RoundCollider : public HeightMapCollider {
     const Vec3 reach{{radius, radius, radius}};
     forTriangles(c - reach, c + reach, [&](const Triangle& t) {
       if (dot(c - t.corner[0], t.normal) >= radius) return;
-      touchBall(c, closestOnTriangle(t, c), t, radius, first);
+      const Vec3 d = c - closestOnTriangle(t, c);
+      const double distance = norm(d);
+      if (distance >= radius || dot(d, t.normal) <= 0.0) return;
+      add(c - (radius / distance) * d, (1.0 / distance) * d, radius - distance, first);
     });
-  }
-
-  /// A ball whose centre is c against the point q of a triangle.
-  void touchBall(const Vec3& c, const Vec3& q, const Triangle& t, double radius, int first) {
-    const Vec3 d = c - q;
-    const double distance = norm(d);
-    if (distance >= radius || dot(d, t.normal) <= 0.0) return;
-    const Vec3 n = (1.0 / distance) * d;
-    add(c - radius * n, n, radius - distance, first);
   }
 
   void touchCapsule() {
     for (double end : {-0.5, 0.5}) touchSphere(center_ + (end * length_) * axes_[2], radius_);
-    touchSide();
+    touchSide(false);
   }
 
   /// Edges of the ground against the round side between the ends.
-  void touchSide() {
+  void touchSide(bool hasFlatEnds) {
     const Vec3 a = center_ - (0.5 * length_) * axes_[2], b = center_ + (0.5 * length_) * axes_[2];
     Vec3 low, high;
     for (int i = 0; i < 3; ++i) {
@@ -133,17 +127,14 @@ class RoundCollider : public HeightMapCollider {
     }
     const int first = endsTouch() ? 0 : count_;
     own_ = count_;
-    forTriangles(low, high, [&](const Triangle& t) {
-      for (size_t k = 0; k < 3; ++k) {
-        const Vec3 &c = t.corner[k], &d = t.corner[(k + 1) % 3];
-        const double s = closestParameter(a, b, c, d);
-        if (!(s > 1e-6 && s < 1.0 - 1e-6)) continue;
-        const Vec3 p = a + s * (b - a);
-        double gap = 0.0;
-        Vec3 up{};
-        if (gapBelow(p, gap, up) && gap <= 0.0) continue;
-        touchBall(p, closestOnSegment(c, d, p), t, radius_, first);
-      }
+    forRidges(low, high, [&](const Ridge& ridge) {
+      const double s = closestParameter(a, b, ridge.a, ridge.b);
+      if (!(s > 1e-6 && s < 1.0 - 1e-6)) return;
+      const Vec3 p = a + s * (b - a), d = p - closestOnSegment(ridge.a, ridge.b, p);
+      const double distance = norm(d);
+      if (!(distance < radius_ && isTangent(ridge, (1.0 / distance) * d))) return;
+      if (radius_ - distance > std::min(s, 1.0 - s) * length_ && hasFlatEnds) return;
+      add(p - (radius_ / distance) * d, (1.0 / distance) * d, radius_ - distance, first);
     });
   }
 
@@ -157,7 +148,7 @@ class RoundCollider : public HeightMapCollider {
 
   void touchCylinder() {
     for (double end : {-0.5, 0.5}) touchRim(center_ + (end * length_) * axes_[2]);
-    touchSide();
+    touchSide(true);
     touchEnds();
   }
 
@@ -181,18 +172,18 @@ class RoundCollider : public HeightMapCollider {
     const double reach = std::hypot(radius_, 0.5 * length_);
     const Vec3 box{{reach, reach, reach}};
     forVertices(center_ - box, center_ + box,
-                [&](long column, long row) { touchEnd(vertex(column, row)); });
+                [&](long column, long row) { touchEnd(column, row); });
   }
 
-  void touchEnd(const Vec3& v) {
-    const Vec3 d = v - center_;
+  void touchEnd(long column, long row) {
+    const Vec3 v = vertex(column, row), d = v - center_;
     const double along = dot(d, axes_[2]);
     const double depth = 0.5 * length_ - std::fabs(along);
     const double fromAxis2 = squaredNorm(d) - along * along;
     if (depth <= 0.0 || fromAxis2 >= radius_ * radius_) return;
     if (depth >= radius_ - std::sqrt(fromAxis2)) return;  // nearer to the side
     const Vec3 n = (along > 0.0 ? -1.0 : 1.0) * axes_[2];
-    if (n[2] > 0.0) add(v - depth * n, n, depth, 0);
+    if (isConvex(column, row, v) && isTangent(column, row, v, n)) add(v - depth * n, n, depth, 0);
   }
 
   double radius_ = 0.0, length_ = 0.0;  ///< of a capsule or cylinder (m)

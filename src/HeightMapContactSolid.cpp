@@ -26,11 +26,6 @@ struct Touch {
   double depth = std::numeric_limits<double>::infinity();  ///< (m)
 };
 
-/// How steeply ground may rise above its tangent plane, or the body fall below it (1): a flat face
-/// that lies on several vertices touches them all, though it is parallel to them only almost.
-constexpr double kSlopeTolerance = 0.02;
-/// How far ground has to bend down to count as convex (1, of the cell's size).
-constexpr double kFlatness = 1e-9;
 /// A body touches in no more points than this.
 constexpr int kMostTouches = 16;
 
@@ -88,75 +83,25 @@ class SolidCollider : public HeightMapCollider {
     forVertices(low, high, [&](long column, long row) {
       const Vec3 v = vertex(column, row);
       if (isIn(v, low, high) && isConvex(column, row, v)) touchVertex(column, row, v);
-      for (const Edge& edge : kEdges) touchRidge(column, row, v, edge, low[2]);
     });
-  }
-
-  /// Whether the ground round a vertex lies below the plane of the given normal through it.
-  bool isTangent(long column, long row, const Vec3& v, const Vec3& normal) const {
-    if (normal[2] <= 0.0) return false;
-    for (const Step& step : kNeighbours)
-      if (rises(column + step[0], row + step[1], v, normal) ||
-          rises(column - step[0], row - step[1], v, normal))
-        return false;
-    return true;
+    forRidges(low, high, [&](const Ridge& ridge) { touchRidge(ridge); });
   }
 
  private:
-  using Step = std::array<long, 2>;
-  struct Edge {
-    Step to, left, right;
-  };
-  /// Half of them; the others lie opposite.
-  static constexpr Step kNeighbours[] = {{1, 0}, {0, 1}, {-1, 1}};
-  /// Edges that begin at a vertex, and the third vertices of the triangles on both sides.
-  static constexpr Edge kEdges[] = {
-      {{1, 0}, {0, 1}, {1, -1}}, {{0, 1}, {1, 0}, {-1, 1}}, {{-1, 1}, {-1, 0}, {0, 1}}};
-
   static bool isIn(const Vec3& p, const Vec3& low, const Vec3& high) {
     return p[0] > low[0] && p[0] < high[0] && p[1] > low[1] && p[1] < high[1] && p[2] > low[2];
   }
 
-  /// Whether a vertex of the ground lies above the plane through p; not beside the map.
-  bool rises(long column, long row, const Vec3& p, const Vec3& normal) const {
-    if (!hasVertex(column, row)) return false;
-    const Vec3 d = vertex(column, row) - p;
-    return dot(d, normal) > kSlopeTolerance * norm(d);
-  }
-
-  /// Whether the ground bends down at a vertex, in any direction; corners of the body are enough to
-  /// find out about other ground.
-  bool isConvex(long column, long row, const Vec3& v) const {
-    for (const Step& step : kNeighbours) {
-      const long c1 = column + step[0], r1 = row + step[1];
-      const long c2 = column - step[0], r2 = row - step[1];
-      if (!hasVertex(c1, r1) || !hasVertex(c2, r2)) return true;
-      if (vertex(c1, r1)[2] + vertex(c2, r2)[2] < 2.0 * v[2] - kFlatness * cellX_) return true;
-    }
-    return false;
-  }
-
-  /// Whether the ground bends down at an edge from a to b.
-  bool isRidge(long column, long row, const Vec3& a, const Vec3& b, const Edge& edge) const {
-    const long c1 = column + edge.left[0], r1 = row + edge.left[1];
-    const long c2 = column + edge.right[0], r2 = row + edge.right[1];
-    return !hasVertex(c1, r1) || !hasVertex(c2, r2) ||
-           vertex(c1, r1)[2] + vertex(c2, r2)[2] < a[2] + b[2] - kFlatness * cellX_;
-  }
-
   /// An edge of the ground that passes through an edge of the body: one of those between a face
   /// where it goes in or out and another such face, or the one below.
-  void touchRidge(long column, long row, const Vec3& a, const Edge& edge, double lowest) {
-    if (!hasVertex(column + edge.to[0], row + edge.to[1])) return;
-    const Vec3 b = vertex(column + edge.to[0], row + edge.to[1]);
-    if (std::max(a[2], b[2]) <= lowest || !isRidge(column, row, a, b, edge)) return;
+  void touchRidge(const Ridge& ridge) {
+    const Vec3 &a = ridge.a, &b = ridge.b;
     const auto tryWedge = [&](const FacePoint& f, const FacePoint& g) {
       Touch touch;
       if (!findWedge(b - a, f, g, touch)) return false;
       const double along = dot(touch.position + touch.depth * touch.normal - a, b - a);
-      if (along < 0.0 || along > squaredNorm(b - a)) return false;
-      if (rises(column + edge.left[0], row + edge.left[1], a, touch.normal)) return false;
-      if (rises(column + edge.right[0], row + edge.right[1], a, touch.normal)) return false;
+      if (along < 0.0 || along > squaredNorm(b - a) || !isTangent(ridge, touch.normal))
+        return false;
       addTouch(touch);
       return true;
     };
