@@ -166,6 +166,20 @@ double rowSteps(bool exact, const std::string& cube) {
          });
 }
 
+/// A ball of many triangles on hills of 0.1 m cells.
+double meshSteps(bool exact, const std::string& ball) {
+  World world;
+  zelvik::TerrainProperties properties = zelvik::scenes::hills(8.0, 0.1, 0.8);
+  HeightMap* map = world.addHeightMap(0.0, 0.0, properties);
+  map->setExactContacts(exact);
+  world.addMesh(ball, 10.0, zelvik::Mat33::identity(), Vec3{}, 0.5)
+      ->setPosition(0.0, 0.0, map->getHeight(0.0, 0.0) + 0.25);
+  constexpr int kSteps = 100;
+  return 1e6 / kSteps * fastest(1, [&] {
+           for (int i = 0; i < kSteps; ++i) world.integrate();
+         });
+}
+
 double robotSteps(bool exact) {
   zelvik::scenes::RobotOnTerrain scene(ZELVIK_MODEL_DIR "/quadruped.urdf", 0.0025, exact);
   constexpr int kSteps = 2000;
@@ -174,7 +188,7 @@ double robotSteps(bool exact) {
          });
 }
 
-void measureSteps(int runs, const std::string& cube) {
+void measureSteps(int runs, const std::string& cube, const std::string& ball) {
   std::puts("\nsteps on 0.1 m cells          us per step: exact  collision library");
   const auto report = [&](const char* scene, const std::function<double(bool)>& time) {
     double best[2] = {1e9, 1e9};
@@ -185,6 +199,7 @@ void measureSteps(int runs, const std::string& cube) {
   };
   report("100 spheres", sphereSteps);
   report("box, 3 round bodies, mesh", [&](bool exact) { return rowSteps(exact, cube); });
+  report("mesh of 40000 triangles", [&](bool exact) { return meshSteps(exact, ball); });
   report("quadruped", robotSteps);
 }
 
@@ -216,6 +231,6 @@ int main(int argc, char** argv) {
   const std::string cube = scratch.file("cube.obj", zelvik::scenes::cubeObj(0.3));
   measureRays(runs);
   measureLoading(runs, scratch);
-  measureSteps(runs, cube);
+  measureSteps(runs, cube, scratch.file("ball.obj"));
   measureSinking(cube);
 }
