@@ -35,7 +35,6 @@ int main() {
   world.setTimeStep(0.005);
   zelvik::TerrainProperties properties = ground();
   zelvik::HeightMap* terrain = world.addHeightMap(0.0, 0.0, properties, "soil");
-  terrain->setExactContacts(true);
 
   // Friction goes by the pair of materials; a pair that is not set has the default properties.
   world.setDefaultMaterial(0.8, 0.0, 0.01);

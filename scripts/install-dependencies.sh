@@ -11,8 +11,7 @@ packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev lib
           clang-format)
 for option in "$@"; do
   case $option in
-    --benchmarks) packages+=(libmujoco-dev libbullet-dev libbullet-extras-dev libdart-dev
-                             libdart-utils-urdf-dev libbenchmark-dev) ;;
+    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
     *) echo "install-dependencies.sh: unknown option $option" >&2; exit 2 ;;
   esac
 done

@@ -134,9 +134,11 @@ HeightMap* World::addHeightMap(const HeightMap* source, unsigned long group, uns
     MSG_FATAL("World::addHeightMap: Got a nullptr for the reference heightmap");
     return nullptr;
   }
-  return addHeightMap(source->getXSamples(), source->getYSamples(), source->getXSize(),
-                      source->getYSize(), source->getCenterX(), source->getCenterY(),
-                      source->getHeightMap(), source->getMaterial(), group, mask);
+  HeightMap* copy = addHeightMap(source->getXSamples(), source->getYSamples(), source->getXSize(),
+                                 source->getYSize(), source->getCenterX(), source->getCenterY(),
+                                 source->getHeightMap(), source->getMaterial(), group, mask);
+  copy->setExactContacts(source->usesExactContacts());
+  return copy;
 }
 
 ArticulatedSystem* World::addGeomsOf(ArticulatedSystem* system, unsigned long group,
