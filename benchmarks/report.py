@@ -27,7 +27,7 @@ def cache_value(cache, key):
 def machine(build):
     cache = (build / "CMakeCache.txt").read_text()
     compiler = cache_value(cache, "CMAKE_CXX_COMPILER")
-    flags = "-O3 -DNDEBUG"
+    flags = "-O3 -DNDEBUG -ffp-contract=fast -fno-math-errno -fno-trapping-math"
     if cache_value(cache, "ZELVIK_NATIVE_FLAGS") == "ON":
         flags += " -mavx2 -mfma"
     cpu = re.search(r"^model name\s*: (.*)$", pathlib.Path("/proc/cpuinfo").read_text(),
