@@ -28,8 +28,8 @@ void run(zelvik::World& world, double seconds, Recorder& recorder) {
 }
 
 bool write(const Recorder& recorder, const std::string& path, PictureOptions options) {
-  options.width = 800;
-  options.height = 480;
+  options.width = 760;
+  options.height = 440;
   if (!recorder.writePng(path + ".png", options)) return false;
   std::printf("%s.png\n", path.c_str());
   if (!Recorder::hasHtmlViewer()) return true;
@@ -46,10 +46,17 @@ bool quadruped(const std::string& directory) {
   run(scene.world, 2.0, recorder);
   PictureOptions options;
   options.contacts = true;
-  options.camera.azimuth = -0.7;
+  options.camera.azimuth = -0.75;
   options.camera.elevation = 0.28;
   options.camera.follow = "quadruped";
   return write(recorder, directory + "quadruped_on_terrain", options);
+}
+
+zelvik::Box* addFixedBox(zelvik::World& world, const zelvik::Vec3& size, const zelvik::Vec3& p) {
+  zelvik::Box* box = world.addBox(size[0], size[1], size[2], 1.0);
+  box->setPosition(p);
+  box->setBodyType(zelvik::STATIC);
+  return box;
 }
 
 void addPile(zelvik::World& world) {
@@ -63,31 +70,36 @@ void addPile(zelvik::World& world) {
     if (i % 4 == 3) body = world.addCylinder(a, 1.6 * b, 1.0);
     const zelvik::Vec4 q = random.unitQuaternion();
     body->setOrientation(q[0], q[1], q[2], q[3]);
-    body->setPosition(random.uniform(-0.35, 0.35), random.uniform(-0.35, 0.35), 0.4 + 0.12 * i);
-    body->setAngularDamping({{0.01, 0.01, 0.01}});
+    body->setPosition(random.uniform(-0.3, 0.3), random.uniform(-0.3, 0.3), 0.3 + 0.1 * i);
+    body->setAngularDamping({{0.02, 0.02, 0.02}});
+  }
+}
+
+/// Four low walls round the middle.
+void addTray(zelvik::World& world, double half) {
+  for (const double side : {-1.0, 1.0}) {
+    addFixedBox(world, {{0.04, 2.0 * half + 0.04, 0.2}}, {{side * half, 0, 0.1}});
+    addFixedBox(world, {{2.0 * half + 0.04, 0.04, 0.2}}, {{0, side * half, 0.1}});
   }
 }
 
 bool pile(const std::string& directory) {
   zelvik::World world;
   world.addGround();
+  addTray(world, 0.75);
   addPile(world);
   Recorder recorder(world);
   run(world, 6.0, recorder);
   PictureOptions options;
   options.camera.azimuth = -1.1;
+  options.camera.elevation = 0.45;
+  options.camera.targetW = zelvik::Vec3{{0.0, 0.0, 0.1}};
+  options.camera.distance = 4.2;
   return write(recorder, directory + "pile", options);
 }
 
 constexpr int kRope = 0;    // acts while longer than its length
 constexpr int kSpring = 2;  // acts always
-
-zelvik::Box* addFixedBox(zelvik::World& world, const zelvik::Vec3& size, const zelvik::Vec3& p) {
-  zelvik::Box* box = world.addBox(size[0], size[1], size[2], 1.0);
-  box->setPosition(p);
-  box->setBodyType(zelvik::STATIC);
-  return box;
-}
 
 /// Hangs a ball on two ropes, as a cradle has them.
 void addBall(zelvik::World& world, zelvik::Object* front, zelvik::Object* back, double x,

@@ -307,7 +307,8 @@ void appendBodies(const Object& object, Recording& recording) {
   body.firstFrame = recording.frameCount();
   if (type == ARTICULATED_SYSTEM) {
     const auto& robot = static_cast<const ArticulatedSystem&>(object);
-    if (body.object.empty()) body.object = robot.getRobotName();
+    if (body.object.empty())
+      body.object = std::filesystem::path(robot.getRobotName()).stem().string();
     appendRobot(robot, body, recording);
     return;
   }

@@ -173,7 +173,7 @@ double heightAtTarget(const View& view) {
 
 Scenery sceneryOf(const View& view, const PictureOptions& options) {
   Scenery scenery;
-  const double azimuth = options.camera.azimuth + 0.85;  // over the camera's right shoulder
+  const double azimuth = options.camera.azimuth - 0.5;  // over the camera's left shoulder
   scenery.sunW = {{0.62 * std::cos(azimuth), 0.62 * std::sin(azimuth), 0.85}};
   scenery.dark = options.dark;
   if (options.grid)

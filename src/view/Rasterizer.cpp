@@ -78,16 +78,18 @@ void Rasterizer::fillWithPlanes() {
   const auto columns = static_cast<std::size_t>(sampleColumns_);
   inverseDepth_.assign(columns * static_cast<std::size_t>(sampleRows_), 0.0f);
   ids_.assign(inverseDepth_.size(), 0);
-  for (std::size_t k = 0; k < planes_.size(); ++k) {
-    const float* a = planes_[k].inverseDepth;
-    for (std::size_t i = 0; i < inverseDepth_.size(); ++i) {
-      const float value = a[0] * (static_cast<float>(i % columns) + 0.5f) +
-                          a[1] * (static_cast<float>(i / columns) + 0.5f) + a[2];
-      if (!(value > inverseDepth_[i])) continue;
-      inverseDepth_[i] = value;
-      ids_[i] = static_cast<Id>(k + 1);
+  for (std::size_t k = 0; k < planes_.size(); ++k)
+    for (int y = 0; y < sampleRows_; ++y) {
+      const float* a = planes_[k].inverseDepth;
+      const float start = a[1] * (static_cast<float>(y) + 0.5f) + a[2], step = a[0];
+      float* depth = &inverseDepth_[static_cast<std::size_t>(y) * columns];
+      Id* ids = &ids_[static_cast<std::size_t>(y) * columns];
+      for (int x = 0; x < sampleColumns_; ++x) {
+        const float value = start + step * (static_cast<float>(x) + 0.5f);
+        ids[x] = value > depth[x] ? static_cast<Id>(k + 1) : ids[x];
+        depth[x] = std::max(value, depth[x]);
+      }
     }
-  }
 }
 
 /// Cuts what lies behind the near plane away (I. Sutherland and G. Hodgman, Reentrant polygon
@@ -141,6 +143,7 @@ void Rasterizer::drawClipped(std::uint32_t index, const Vector3f* corners) {
 /// A pixel whose four samples show the same is shaded once, in its middle.
 void Rasterizer::resolve(Image& image) const {
   const Shader shader(*this);
+  static const SrgbCurve curve;
   const auto columns = static_cast<std::size_t>(sampleColumns_);
   std::uint8_t* out = image.rgb.data();
   for (int y = 0; y < height_; ++y)
@@ -158,7 +161,7 @@ void Rasterizer::resolve(Image& image) const {
                          shader.colorAt(ids[2], sx + 0.5f, sy + 1.5f) +
                          shader.colorAt(ids[3], sx + 1.5f, sy + 1.5f));
       }
-      for (int k = 0; k < 3; ++k) *out++ = encodeSrgb(color[k]);
+      for (int k = 0; k < 3; ++k) *out++ = curve(color[k]);
     }
 }
 

@@ -13,20 +13,9 @@ namespace {
 using Eigen::Vector3f;
 
 constexpr float kShadowReach = 4.0f;  // in distances from the eye to the target
-constexpr int kCurveSteps = 4096;     // from black to white
 
 float decodeSrgb(float value) {
   return value <= 0.04045f ? value / 12.92f : std::pow((value + 0.055f) / 1.055f, 2.4f);
-}
-
-std::array<std::uint8_t, kCurveSteps> makeCurve() {
-  std::array<std::uint8_t, kCurveSteps> curve;
-  for (int i = 0; i < kCurveSteps; ++i) {
-    const float x = (static_cast<float>(i) + 0.5f) / kCurveSteps;
-    const float y = x <= 0.0031308f ? 12.92f * x : 1.055f * std::pow(x, 1.0f / 2.4f) - 0.055f;
-    curve[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(std::lround(255.0f * y));
-  }
-  return curve;
 }
 
 /// Corners of all triangles that cast shadows.
@@ -47,20 +36,23 @@ Vector3f toFloat(const Vec3& v) {
 /// How much of a pixel a line covers.
 /// @param coordinate across the lines, in units of their spacing
 /// @param footprint of the pixel, likewise
-float lineCoverage(double coordinate, float footprint) {
-  const auto offset = static_cast<float>(std::fabs(coordinate - std::nearbyint(coordinate)));
+float lineCoverage(float coordinate, float footprint, float inverseFootprint) {
+  const float fade = 1.4f - 5.0f * footprint;  // too fine to be told apart
+  if (!(fade > 0.0f)) return 0.0f;
+  const float offset = std::fabs(coordinate - std::nearbyintf(coordinate));
   const float halfWidth = std::max(0.6f * footprint, 0.006f);
-  const float cover =
-      std::clamp((halfWidth - offset) / std::max(footprint, 1e-6f) + 0.5f, 0.0f, 1.0f);
-  return cover * std::clamp(1.4f - 5.0f * footprint, 0.0f, 1.0f);  // too fine to be told apart
+  const float cover = (halfWidth - offset) * inverseFootprint + 0.5f;
+  return std::clamp(cover, 0.0f, 1.0f) * std::min(fade, 1.0f);
 }
 
 }  // namespace
 
-std::uint8_t encodeSrgb(float linear) {
-  static const std::array<std::uint8_t, kCurveSteps> curve = makeCurve();
-  const float step = std::clamp(linear, 0.0f, 1.0f) * (kCurveSteps - 1);
-  return curve[static_cast<std::size_t>(step + 0.5f)];
+SrgbCurve::SrgbCurve() {
+  for (std::size_t i = 0; i < bytes_.size(); ++i) {
+    const float x = static_cast<float>(i) / static_cast<float>(bytes_.size() - 1);
+    const float y = x <= 0.0031308f ? 12.92f * x : 1.055f * std::pow(x, 1.0f / 2.4f) - 0.055f;
+    bytes_[i] = static_cast<std::uint8_t>(std::lround(255.0f * y));
+  }
 }
 
 Vector3f linearOf(const std::array<float, 3>& color) {
@@ -73,6 +65,10 @@ Shader::Shader(const Rasterizer& r)
       hazeDistance_(10.0f * r.targetDistance_),
       shadows_(sun_, castersOf(r.triangles_, r.surfaces_, r.vertices_),
                r.targetDistance_ * r.forward_, kShadowReach * r.targetDistance_) {
+  acrossRay_ = r.right_ / r.focal_;
+  downRay_ = r.down_ / r.focal_;
+  corner_ = r.forward_ - 0.5f * static_cast<float>(r.sampleColumns_) * acrossRay_ -
+            0.5f * static_cast<float>(r.sampleRows_) * downRay_;
   const bool dark = r.scenery_.dark;
   horizon_ = linearOf(dark ? std::array<float, 3>{{0.15f, 0.16f, 0.18f}}
                            : std::array<float, 3>{{0.93f, 0.94f, 0.95f}});
@@ -83,17 +79,23 @@ Shader::Shader(const Rasterizer& r)
   sunColor_ = Vector3f(0.86f, 0.82f, 0.76f) * (dark ? 0.9f : 1.0f);
   skyLight_ = Vector3f(0.36f, 0.39f, 0.44f);
   groundLight_ = Vector3f(0.17f, 0.16f, 0.15f);
+  if (r.scenery_.gridSpacing > 0.0) {
+    const double spacing = r.scenery_.gridSpacing, major = r.scenery_.gridMajor;
+    inverseSpacing_ = static_cast<float>(1.0 / spacing);
+    inverseMajor_ = static_cast<float>(1.0 / major);
+    for (int axis = 0; axis < 2; ++axis)  // whole strong lines away from the world's origin
+      gridOffset_[axis] =
+          static_cast<float>(std::fmod(r.eyeW_[static_cast<std::size_t>(axis)] / spacing, major));
+  }
   for (const Surface& surface : r.surfaces_) surfaceColors_.push_back(linearOf(surface.color));
 }
 
 Vector3f Shader::rayAt(float x, float y) const {
-  const float u = (x - 0.5f * static_cast<float>(r_.sampleColumns_)) / r_.focal_;
-  const float v = (y - 0.5f * static_cast<float>(r_.sampleRows_)) / r_.focal_;
-  return r_.forward_ + u * r_.right_ + v * r_.down_;
+  return corner_ + x * acrossRay_ + y * downRay_;
 }
 
 Vector3f Shader::positionOn(const float* inverseDepth, float x, float y) const {
-  return rayAt(x, y) / (inverseDepth[0] * x + inverseDepth[1] * y + inverseDepth[2]);
+  return rayAt(x, y) * (1.0f / (inverseDepth[0] * x + inverseDepth[1] * y + inverseDepth[2]));
 }
 
 Vector3f Shader::sky(const Vector3f& ray) const {
@@ -154,20 +156,22 @@ Vector3f Shader::lit(const Point& point) const {
   return color;
 }
 
-/// Coverage by grid lines. A pixel is two samples wide.
-float Shader::gridAt(const Point& point, float x, float y) const {
-  const double spacing = r_.scenery_.gridSpacing;
-  if (!(spacing > 0.0)) return 0.0f;
-  const Vector3f across = positionOn(point.inverseDepth, x + 2.0f, y) - point.positionE;
-  const Vector3f along = positionOn(point.inverseDepth, x, y + 2.0f) - point.positionE;
+/// Coverage by grid lines. A pixel is two samples wide; with p = ray / w and the inverse depth w,
+/// dp/dx = (dray/dx - p dw/dx) / w.
+float Shader::gridAt(const Point& point, float inverseDepth) const {
+  if (!(inverseSpacing_ > 0.0f)) return 0.0f;
+  const Vector3f& p = point.positionE;
+  const float perPixel = 2.0f * inverseSpacing_ / inverseDepth;
   float strength = 0.0f;
   for (int axis = 0; axis < 2; ++axis) {
-    const float pixel = std::hypot(across[axis], along[axis]) / static_cast<float>(spacing);
-    const double place =
-        (r_.eyeW_[static_cast<std::size_t>(axis)] + point.positionE[axis]) / spacing;
-    const auto major = static_cast<float>(r_.scenery_.gridMajor);
-    strength = std::max(strength, 0.22f * lineCoverage(place, pixel));
-    strength = std::max(strength, 0.5f * lineCoverage(place / major, pixel / major));
+    const float across = acrossRay_[axis] - p[axis] * point.inverseDepth[0];
+    const float along = downRay_[axis] - p[axis] * point.inverseDepth[1];
+    const float pixel = perPixel * std::sqrt(across * across + along * along) + 1e-7f;
+    const float place = gridOffset_[axis] + p[axis] * inverseSpacing_;
+    const float inverse = 1.0f / pixel, major = 1.0f / inverseMajor_;
+    strength = std::max(strength, 0.22f * lineCoverage(place, pixel, inverse));
+    strength = std::max(strength, 0.5f * lineCoverage(place * inverseMajor_, pixel * inverseMajor_,
+                                                      inverse * major));
   }
   return strength;
 }
@@ -178,9 +182,10 @@ Vector3f Shader::colorAt(Rasterizer::Id id, float x, float y) const {
   if (!point.surface->isLit) return point.color;
   Vector3f color = lit(point);
   if (!point.surface->hasGrid) return color;
-  color += gridAt(point, x, y) * (gridColor_ - color);
-  const float distance = point.positionE.norm() / hazeDistance_;
-  const float haze = 1.0f - std::exp(-distance * distance);
+  const float* a = point.inverseDepth;
+  color += gridAt(point, a[0] * x + a[1] * y + a[2]) * (gridColor_ - color);
+  const float distance2 = point.positionE.squaredNorm() / (hazeDistance_ * hazeDistance_);
+  const float haze = distance2 / (1.0f + distance2);
   return color + haze * (horizon_ - color);
 }
 

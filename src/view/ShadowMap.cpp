@@ -22,7 +22,9 @@ ShadowMap::ShadowMap(const Eigen::Vector3f& sun, const std::vector<Eigen::Vector
   axes_.row(1) = sun.cross(u);
   axes_.row(2) = -sun;
   fit(corners, centre, reach);
-  if (texel_ > 0.0f) draw(corners);
+  if (!(texel_ > 0.0f)) return;
+  draw(corners);
+  summarise();
 }
 
 void ShadowMap::fit(const std::vector<Eigen::Vector3f>& corners, const Eigen::Vector3f& centre,
@@ -37,12 +39,13 @@ void ShadowMap::fit(const std::vector<Eigen::Vector3f>& corners, const Eigen::Ve
   const float size = (high - low).maxCoeff();
   if (!(size > 0.0f)) return;
   texel_ = size / static_cast<float>(kSize - 2 * kTaps);
+  inverseTexel_ = 1.0f / texel_;
   origin_ = 0.5f * (low + high) - Eigen::Vector2f::Constant(0.5f * texel_ * kSize);
 }
 
 Eigen::Vector3f ShadowMap::project(const Eigen::Vector3f& point) const {
   Eigen::Vector3f p = axes_ * point;
-  p.head<2>() = (p.head<2>() - origin_) / texel_;
+  p.head<2>() = (p.head<2>() - origin_) * inverseTexel_;
   return p;
 }
 
@@ -65,6 +68,22 @@ void ShadowMap::draw(const std::vector<Eigen::Vector3f>& corners) {
   }
 }
 
+/// The taps of a place reach into the next tiles.
+void ShadowMap::summarise() {
+  nearest_.assign(static_cast<std::size_t>(kTiles) * kTiles,
+                  std::numeric_limits<float>::infinity());
+  for (int y = 0; y < kSize; ++y)
+    for (int x = 0; x < kSize; ++x) {
+      const float d = depth_[static_cast<std::size_t>(y) * kSize + static_cast<std::size_t>(x)];
+      if (std::isinf(d)) continue;
+      for (int j = std::max(y - kTaps, 0) / kTile; j <= y / kTile; ++j)
+        for (int i = std::max(x - kTaps, 0) / kTile; i <= x / kTile; ++i) {
+          float& tile = nearest_[static_cast<std::size_t>(j * kTiles + i)];
+          tile = std::min(tile, d);
+        }
+    }
+}
+
 float ShadowMap::light(const Eigen::Vector3f& point, const Eigen::Vector3f& normal) const {
   if (!(texel_ > 0.0f)) return 1.0f;
   // Off the surface by some texels: a surface does not shade itself.
@@ -72,6 +91,8 @@ float ShadowMap::light(const Eigen::Vector3f& point, const Eigen::Vector3f& norm
   const float x = p.x() - 0.5f * kTaps, y = p.y() - 0.5f * kTaps;
   if (!(x >= 0.0f && y >= 0.0f && x < kSize - kTaps && y < kSize - kTaps)) return 1.0f;
   const int column = static_cast<int>(x), row = static_cast<int>(y);
+  if (p.z() <= nearest_[static_cast<std::size_t>(row / kTile * kTiles + column / kTile)])
+    return 1.0f;
   const float fx = x - static_cast<float>(column), fy = y - static_cast<float>(row);
   const float z = p.z() - texel_;
   float sum = 0.0f;

@@ -26,11 +26,15 @@ class ShadowMap {
   void fit(const std::vector<Eigen::Vector3f>& corners, const Eigen::Vector3f& centre, float reach);
   void draw(const std::vector<Eigen::Vector3f>& corners);
 
-  static constexpr int kSize = 768;
+  void summarise();
+
+  static constexpr int kSize = 512, kTile = 16, kTiles = kSize / kTile;
   Eigen::Matrix3f axes_;  ///< rows: two across the light, one along it
   Eigen::Vector2f origin_{0.0f, 0.0f};
   float texel_ = 0.0f;  ///< (m); 0 for a map without anything in it
-  std::vector<float> depth_;
+  float inverseTexel_ = 0.0f;
+  std::vector<float> depth_;    ///< per texel (m)
+  std::vector<float> nearest_;  ///< per tile, the least depth that a place in it looks at (m)
 };
 
 }  // namespace zelvik::view
