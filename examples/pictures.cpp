@@ -28,8 +28,8 @@ void run(zelvik::World& world, double seconds, Recorder& recorder) {
 }
 
 bool write(const Recorder& recorder, const std::string& path, PictureOptions options) {
-  options.width = 760;
-  options.height = 440;
+  options.width = 640;
+  options.height = 380;
   if (!recorder.writePng(path + ".png", options)) return false;
   std::printf("%s.png\n", path.c_str());
   if (!Recorder::hasHtmlViewer()) return true;

@@ -89,6 +89,11 @@ std::size_t addMesh(MeshData mesh, const std::string& file, Recording& recording
   return recording.meshes.size() - 1;
 }
 
+/// To the next 1/8192 m: the zeros at the end of the number compress.
+float rounded(double length) {
+  return static_cast<float>(std::nearbyint(8192.0 * length) / 8192.0);
+}
+
 MeshData meshOf(const HeightMap& map) {
   MeshData mesh;
   const std::size_t nx = map.getXSamples(), ny = map.getYSamples();
@@ -97,9 +102,9 @@ MeshData meshOf(const HeightMap& map) {
     for (std::size_t i = 0; i < nx; ++i) {
       const double u = static_cast<double>(i) / static_cast<double>(nx - 1) - 0.5;
       const double v = static_cast<double>(j) / static_cast<double>(ny - 1) - 0.5;
-      mesh.positions.push_back(static_cast<float>(u * map.getXSize()));
-      mesh.positions.push_back(static_cast<float>(v * map.getYSize()));
-      mesh.positions.push_back(static_cast<float>(map.getHeightMap()[j * nx + i]));
+      mesh.positions.push_back(rounded(u * map.getXSize()));
+      mesh.positions.push_back(rounded(v * map.getYSize()));
+      mesh.positions.push_back(rounded(map.getHeightMap()[j * nx + i]));
     }
   for (std::size_t j = 0; j + 1 < ny; ++j)
     for (std::size_t i = 0; i + 1 < nx; ++i) {
