@@ -41,7 +41,7 @@ std::array<int, 3> colorOf(const Image& image, int x, int y) {
 }
 
 TEST(Rasterizer, NearestSurfaceWinsInAnyOrder) {
-  // A small blue square 2 m in front of a large red one; a third reaches behind the eye.
+  // A small blue square 2 m in front of a large red one.
   for (const bool blueFirst : {true, false}) {
     Rasterizer rasterizer(100, 80, viewAlongX());
     const auto addBlue = [&] {
@@ -103,8 +103,7 @@ TEST(Rasterizer, SilhouetteOfASphere) {
   EXPECT_LT(covered, M_PI * (radius + 1.0) * (radius + 1.0));
 }
 
-/// Red fades to what the picture shows of shadow: the ground under a plate is darker than beside
-/// it.
+/// With the sun overhead the ground below a plate is darker than the ground beside it.
 TEST(Rasterizer, ShadowsFallOnTheGround) {
   Rasterizer rasterizer(100, 100, {{{4, 0, 6}}, {{0, 0, 0}}, kFieldOfView},
                         {{{0, 0, 1}}, false, 0});
@@ -113,7 +112,7 @@ TEST(Rasterizer, ShadowsFallOnTheGround) {
   Surface plate;
   rasterizer.addMesh(square(), {{0, 0, 0.3}}, lying, {{1, 0.25, 0.25}}, plate);
   Image image = rasterizer.render();
-  // In front of the plate's near edge the ground below it is seen, at x = 0.25 to 0.05 m.
+  // The eye looks slantwise under the near edge of the plate.
   std::set<int> greys;
   for (int y = 0; y < 100; ++y) greys.insert(image.pixel(50, y)[0]);
   EXPECT_LT(*greys.begin(), 0.75 * *greys.rbegin());
