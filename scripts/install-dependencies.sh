@@ -10,6 +10,8 @@ packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev lib
           clang-format)
 # A CMake of the user's own serves as well as the packaged one.
 command -v cmake > /dev/null || packages+=(cmake)
+# Replays.
+packages+=(zlib1g-dev nlohmann-json3-dev)
 
 if ! command -v dpkg-query > /dev/null; then
   echo "This is neither Debian nor Ubuntu. Please install what these packages hold:" >&2
