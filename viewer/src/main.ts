@@ -1,0 +1,113 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+
+import { Address } from './address';
+import { ReplayError } from './bytes';
+import { Chart } from './chart';
+import { Corner } from './corner';
+import { byId } from './dom';
+import { buildHeader, toggleOptions } from './header';
+import { Help } from './help';
+import { Inspector, followPicked } from './inspector';
+import { type Actions, bindKeys } from './keyboard';
+import { parseLink } from './link';
+import { loadReplays } from './load';
+import { fail } from './notice';
+import { buildOptions } from './options';
+import { onClick } from './picking';
+import { Playback } from './playback';
+import type { Replay } from './replay';
+import { SceneView } from './scene';
+import { type View, makeView } from './state';
+import { bindTheme, preferredTheme } from './theme';
+import { buildTransport } from './transport';
+
+const root = document.documentElement;
+
+function fitToElement(scene: SceneView, canvas: HTMLCanvasElement, pixelRatio: number): void {
+  const area = byId('scene-area', HTMLElement).getBoundingClientRect();
+  scene.resize(area.width, area.height, pixelRatio);
+  canvas.style.width = `${area.width}px`;
+  canvas.style.height = `${area.height}px`;
+}
+
+function buildControls(replay: Replay, ghost: Replay | null, view: View, scene: SceneView): Playback {
+  const playback = new Playback(replay, view);
+  const address = new Address(replay, view, scene.eye);
+  const help = new Help();
+  const actions: Actions = {
+    frameAll: () => scene.frameAll(),
+    follow: () => followPicked(view),
+    copyLink: () => void address.copy(),
+    toggleHelp: () => help.toggle(),
+    toggleOptions,
+    escape: () => view.set({ picked: -1 }),
+  };
+  buildOptions(replay, ghost !== null, view);
+  buildHeader(replay, view, actions);
+  buildTransport(replay, view, playback);
+  new Chart(replay, ghost, view);
+  new Inspector(replay, view);
+  bindKeys(replay, view, playback, actions);
+  view.listen(() => address.touch());
+  scene.eye.controls.addEventListener('change', () => address.touch());
+  if (!address.restore()) scene.frameAll();
+  return playback;
+}
+
+/** Draws whenever something has changed, for as long as the page lives. */
+function run(scene: SceneView, playback: Playback): void {
+  const corner = new Corner();
+  let before = performance.now();
+  const tick = (now: number) => {
+    playback.advance(Math.min((now - before) / 1000, 0.1));
+    before = now;
+    if (scene.refresh()) corner.update(scene.eye.camera, scene.grid.cell);
+    requestAnimationFrame(tick);
+  };
+  requestAnimationFrame(tick);
+}
+
+function startPage(scene: SceneView, replay: Replay, ghost: Replay | null, view: View): void {
+  const canvas = byId('scene', HTMLCanvasElement);
+  const fit = () => fitToElement(scene, canvas, Math.min(devicePixelRatio, 2));
+  byId('options', HTMLElement).hidden = innerWidth < 720;
+  const playback = buildControls(replay, ghost, view, scene);
+  fit();
+  if (!parseLink(location.hash, replay.frames, replay.bodies.length).camera) scene.frameAll();
+  new ResizeObserver(() => {
+    fit();
+    scene.draw();
+  }).observe(byId('scene-area', HTMLElement));
+  onClick(canvas, (x, y) => view.set({ picked: scene.bodyAt(x, y) }));
+  run(scene, playback);
+}
+
+/** One frame without controls; the page says so when it stands. */
+function showPicture(scene: SceneView, replay: Replay, view: View): void {
+  root.dataset.mode = 'picture';
+  const { state, camera } = parseLink(location.hash, replay.frames, replay.bodies.length);
+  view.set(state);
+  fitToElement(scene, byId('scene', HTMLCanvasElement), 1);
+  if (camera) scene.eye.place = camera;
+  else scene.frameAll();
+  scene.draw();
+}
+
+async function start(): Promise<void> {
+  const { replay, ghost } = await loadReplays();
+  const link = parseLink(location.hash, replay.frames, replay.bodies.length);
+  const view = makeView(link.picture ? 'light' : preferredTheme());
+  bindTheme(view);
+  const scene = new SceneView(byId('scene', HTMLCanvasElement), replay, ghost, view);
+  view.set({ followed: scene.framing.followed });
+  if (link.picture) showPicture(scene, replay, view);
+  else startPage(scene, replay, ghost, view);
+  root.dataset.state = 'ready';
+}
+
+start().catch((problem: unknown) => {
+  const isOurs = problem instanceof ReplayError;
+  if (!isOurs) console.error(problem);
+  fail(isOurs ? problem.message : `The page has a fault: ${String(problem)}`);
+});
