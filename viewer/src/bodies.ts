@@ -7,7 +7,11 @@ import type { Body, Layer, Replay, Shape } from './replay';
 import { Shapes } from './shapes';
 
 /** How the surfaces of one recording look. */
-export type Look = (shape: Shape, isTerrain: boolean, accent: number | null) => MeshStandardMaterial;
+export type Look = (
+  shape: Shape,
+  isTerrain: boolean,
+  accent: number | null,
+) => MeshStandardMaterial;
 
 export function solidLook(materials: Materials): Look {
   return (shape, isTerrain, accent) => materials.of(shape, isTerrain, accent);

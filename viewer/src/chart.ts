@@ -41,7 +41,9 @@ export class Chart {
     this.tracked = picked ?? mainBody(replay);
     this.series = seriesOf(replay, this.tracked, picked);
     this.ghostHeights = this.tracked && ghost ? this.heightsOfGhost(ghost, this.tracked) : null;
-    const lists = this.ghostHeights ? [this.series.height, this.ghostHeights] : [this.series.height];
+    const lists = this.ghostHeights
+      ? [this.series.height, this.ghostHeights]
+      : [this.series.height];
     this.ranges = { impulse: impulseRange(this.series), height: heightRange(lists) };
   }
 
@@ -103,7 +105,8 @@ export class Chart {
     const sum = (x: Float64Array) => fixed(x[frame], 3);
     const { sticking, sliding } = this.series;
     const values = `stick ${sum(sticking)}, slide ${sum(sliding)} N s`;
-    setText(this.impulseText, `contact impulse: ${values} · up to ${short(impulse.high)}`);
+    const most = impulse.high > 0 ? `${values} · up to ${short(impulse.high)}` : 'none';
+    setText(this.impulseText, `contact impulse: ${most}`);
     const name = this.tracked?.label ?? 'nothing';
     const at = fixed(this.series.height[frame], 3);
     const span = `${fixed(height.low, 2)} to ${fixed(height.high, 2)}`;

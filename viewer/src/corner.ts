@@ -15,9 +15,9 @@ export class Corner {
   update(camera: Camera, cell: number): void {
     setText(this.scale, `grid ${lengthText(cell)}`);
     this.marks.forEach((mark, axis) => {
-      const seen = new Vector3().setComponent(axis, kReach).transformDirection(
-        camera.matrixWorldInverse,
-      );
+      const seen = new Vector3()
+        .setComponent(axis, kReach)
+        .transformDirection(camera.matrixWorldInverse);
       const [x, y] = [kReach * seen.x, -kReach * seen.y];
       const line = mark.querySelector('line');
       line?.setAttribute('x2', x.toFixed(2));

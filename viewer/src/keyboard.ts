@@ -36,7 +36,11 @@ export const kKeys: [string, string][] = [
 ];
 
 export function bindKeys(replay: Replay, view: View, playback: Playback, actions: Actions): void {
-  const bindings = { ...playKeys(replay, view, playback), ...viewKeys(view), ...actionKeys(actions) };
+  const bindings = {
+    ...playKeys(replay, view, playback),
+    ...viewKeys(view),
+    ...actionKeys(actions),
+  };
   document.addEventListener('keydown', (event) => {
     if (event.ctrlKey || event.metaKey || event.altKey || belongsToField(event)) return;
     const act = bindings[event.key.length === 1 ? event.key.toLowerCase() : event.key];

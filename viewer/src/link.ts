@@ -14,7 +14,8 @@ export interface CameraPlace {
 export interface Link {
   state: Partial<ViewState>;
   camera?: CameraPlace;
-  picture: boolean;
+  /** Width and height of a picture without controls (pixels). */
+  picture?: [number, number];
 }
 
 export function parseLink(hash: string, frames: number, bodies: number): Link {
@@ -32,7 +33,11 @@ export function parseLink(hash: string, frames: number, bodies: number): Link {
   if (picked) state.picked = bodyIndex(picked[0], bodies);
   const followed = numbers(fields.get('follow'), 1);
   if (followed) state.followed = bodyIndex(followed[0], bodies);
-  return { state, camera: cameraOf(fields.get('camera')), picture: fields.has('picture') };
+  return {
+    state,
+    camera: cameraOf(fields.get('camera')),
+    picture: pictureSize(fields.get('picture')),
+  };
 }
 
 /** The hash that restores the view. */
@@ -54,6 +59,13 @@ export function formatLink(view: View, camera: CameraPlace): string {
 function numbers(text: string | null, count: number): number[] | undefined {
   const values = (text ?? '').split(',').map((part) => (part.trim() ? Number(part) : NaN));
   return values.length === count && values.every(Number.isFinite) ? values : undefined;
+}
+
+/** `640x400` as numbers; any other text but none gives a common size. */
+function pictureSize(text: string | null): [number, number] | undefined {
+  if (text === null) return undefined;
+  const found = /^(\d{1,4})x(\d{1,4})$/.exec(text);
+  return found ? [Number(found[1]), Number(found[2])] : [1280, 800];
 }
 
 function cameraOf(text: string | null): CameraPlace | undefined {

@@ -10,7 +10,7 @@ import { buildHeader, toggleOptions } from './header';
 import { Help } from './help';
 import { Inspector, followPicked } from './inspector';
 import { type Actions, bindKeys } from './keyboard';
-import { parseLink } from './link';
+import { type Link, parseLink } from './link';
 import { loadReplays } from './load';
 import { fail } from './notice';
 import { buildOptions } from './options';
@@ -24,14 +24,24 @@ import { buildTransport } from './transport';
 
 const root = document.documentElement;
 
-function fitToElement(scene: SceneView, canvas: HTMLCanvasElement, pixelRatio: number): void {
-  const area = byId('scene-area', HTMLElement).getBoundingClientRect();
-  scene.resize(area.width, area.height, pixelRatio);
-  canvas.style.width = `${area.width}px`;
-  canvas.style.height = `${area.height}px`;
+function resize(scene: SceneView, width: number, height: number, pixelRatio: number): void {
+  const canvas = byId('scene', HTMLCanvasElement);
+  scene.resize(width, height, pixelRatio);
+  canvas.style.width = `${width}px`;
+  canvas.style.height = `${height}px`;
 }
 
-function buildControls(replay: Replay, ghost: Replay | null, view: View, scene: SceneView): Playback {
+function fit(scene: SceneView): void {
+  const area = byId('scene-area', HTMLElement);
+  resize(scene, area.clientWidth, area.clientHeight, Math.min(devicePixelRatio, 2));
+}
+
+function buildControls(
+  replay: Replay,
+  ghost: Replay | null,
+  view: View,
+  scene: SceneView,
+): Playback {
   const playback = new Playback(replay, view);
   const address = new Address(replay, view, scene.eye);
   const help = new Help();
@@ -70,13 +80,12 @@ function run(scene: SceneView, playback: Playback): void {
 
 function startPage(scene: SceneView, replay: Replay, ghost: Replay | null, view: View): void {
   const canvas = byId('scene', HTMLCanvasElement);
-  const fit = () => fitToElement(scene, canvas, Math.min(devicePixelRatio, 2));
   byId('options', HTMLElement).hidden = innerWidth < 720;
   const playback = buildControls(replay, ghost, view, scene);
-  fit();
+  fit(scene);
   if (!parseLink(location.hash, replay.frames, replay.bodies.length).camera) scene.frameAll();
   new ResizeObserver(() => {
-    fit();
+    fit(scene);
     scene.draw();
   }).observe(byId('scene-area', HTMLElement));
   onClick(canvas, (x, y) => view.set({ picked: scene.bodyAt(x, y) }));
@@ -84,11 +93,10 @@ function startPage(scene: SceneView, replay: Replay, ghost: Replay | null, view:
 }
 
 /** One frame without controls; the page says so when it stands. */
-function showPicture(scene: SceneView, replay: Replay, view: View): void {
-  root.dataset.mode = 'picture';
-  const { state, camera } = parseLink(location.hash, replay.frames, replay.bodies.length);
+function showPicture(scene: SceneView, view: View, { state, camera, picture }: Link): void {
+  const [width, height] = picture ?? [1280, 800];
   view.set(state);
-  fitToElement(scene, byId('scene', HTMLCanvasElement), 1);
+  resize(scene, width, height, 1);
   if (camera) scene.eye.place = camera;
   else scene.frameAll();
   scene.draw();
@@ -97,11 +105,12 @@ function showPicture(scene: SceneView, replay: Replay, view: View): void {
 async function start(): Promise<void> {
   const { replay, ghost } = await loadReplays();
   const link = parseLink(location.hash, replay.frames, replay.bodies.length);
+  if (link.picture) root.dataset.mode = 'picture';
   const view = makeView(link.picture ? 'light' : preferredTheme());
   bindTheme(view);
   const scene = new SceneView(byId('scene', HTMLCanvasElement), replay, ghost, view);
   view.set({ followed: scene.framing.followed });
-  if (link.picture) showPicture(scene, replay, view);
+  if (link.picture) showPicture(scene, view, link);
   else startPage(scene, replay, ghost, view);
   root.dataset.state = 'ready';
 }

@@ -40,7 +40,14 @@ function surface(color: number[], isMesh: boolean): MeshStandardMaterial {
   });
 }
 
-/** The one look of all bodies of a ghost. */
+/** The one look of all bodies of a ghost. Where both recordings agree, the solid body wins. */
 export function ghostMaterial(): MeshStandardMaterial {
-  return new MeshStandardMaterial({ transparent: true, opacity: 0.3, roughness: 0.8 });
+  return new MeshStandardMaterial({
+    transparent: true,
+    opacity: 0.34,
+    roughness: 0.8,
+    polygonOffset: true,
+    polygonOffsetFactor: 1.5,
+    polygonOffsetUnits: 4,
+  });
 }

@@ -8,7 +8,10 @@ import { type Toggle, type View, flip } from './state';
 /** What is drawn: shapes, overlays, a body by name. */
 export function buildOptions(replay: Replay, hasGhost: boolean, view: View): void {
   const panel = byId('options', HTMLElement);
-  panel.append(layerChoice(view), el('div', { class: 'chips' }, ...toggles(replay, hasGhost, view)));
+  panel.append(
+    layerChoice(view),
+    el('div', { class: 'chips' }, ...toggles(replay, hasGhost, view)),
+  );
   panel.append(bodyChoice(replay, view));
 }
 

@@ -31,15 +31,19 @@ export class Overlays extends Group {
       this.add(made);
       return made;
     };
-    [this.sticking, this.sliding, this.open] = [rods(0.01, true), rods(0.01, true), rods(0.01, true)];
-    [this.forces, this.torques] = [rods(0.012, true), rods(0.012, true)];
+    [this.sticking, this.sliding, this.open] = [
+      rods(0.007, true),
+      rods(0.007, true),
+      rods(0.007, true),
+    ];
+    [this.forces, this.torques] = [rods(0.008, true), rods(0.008, true)];
     [this.wires, this.slackWires] = [rods(0.007, false), rods(0.004, false)];
     this.axes = [0xd8433b, 0x3f9a4a, 0x3b6fd8].map((color) => {
       const axis = rods(0.005, true);
       axis.paint(color);
       return axis;
     });
-    const length = (table: Table, column: string) => (0.6 * size) / typicalLength(table, column);
+    const length = (table: Table, column: string) => (0.5 * size) / typicalLength(table, column);
     this.metresPer = {
       impulse: length(replay.contacts, 'impulse'),
       force: length(replay.forces, 'vector'),
@@ -76,7 +80,7 @@ export class Overlays extends Group {
     for (let row = begin; row < end; ++row) {
       const rods = this.rodsOf(contacts.column('state').scalar(row));
       const at = new Vector3(...contacts.column('position').vector(row));
-      rods.dot(at, 0.018 * this.size);
+      rods.dot(at, 0.014 * this.size);
       rods.arrow(at, this.arrowOf(contacts, 'impulse', row, this.metresPer.impulse));
     }
   }

@@ -34,7 +34,7 @@ const kTicks = 15;
 export function impulseRange(series: Series): Range {
   let high = 0;
   series.sticking.forEach((value, i) => (high = Math.max(high, value + series.sliding[i])));
-  return { low: 0, high: high || 1 };
+  return { low: 0, high };
 }
 
 /** Of all finite heights, never narrower than a centimetre. */
@@ -63,6 +63,7 @@ export class Plot {
   /** Upper band: stacked areas, sticking below sliding. */
   impulses(series: Series, range: Range): void {
     const band = this.band(0);
+    if (range.high === 0) return this.baseline(band);
     const total = series.sticking.map((value, i) => value + series.sliding[i]);
     this.area(band, total, range, this.colors.sliding);
     this.area(band, series.sticking, range, this.colors.sticking);
@@ -113,7 +114,13 @@ export class Plot {
     }
   }
 
-  private line(band: Band, values: Float64Array, range: Range, color: string, dash: number[]): void {
+  private line(
+    band: Band,
+    values: Float64Array,
+    range: Range,
+    color: string,
+    dash: number[],
+  ): void {
     const { context } = this;
     context.beginPath();
     let drawing = false;

@@ -97,7 +97,10 @@ export class Replay {
     this.frames = header.get('frames').index();
     if (this.frames === 0) throw new ReplayError('The recording holds no frames.');
     this.times = readTimes(header.get('time'), blocks, this.frames);
-    this.meshes = header.get('meshes').list().map((mesh) => readMesh(mesh, blocks));
+    this.meshes = header
+      .get('meshes')
+      .list()
+      .map((mesh) => readMesh(mesh, blocks));
     this.bodies = header
       .get('bodies')
       .list()
@@ -176,7 +179,10 @@ function readBody(json: Json, index: number, blocks: Blocks, frames: number, mes
   const life = json.get('frames').index();
   if (first + life > frames) json.refuse('within the recording');
   const isStatic = json.get('static').flag();
-  const shapes = json.get('shapes').list().map((shape) => readShape(shape, meshes));
+  const shapes = json
+    .get('shapes')
+    .list()
+    .map((shape) => readShape(shape, meshes));
   return new Body(
     index,
     json.get('name').text(),

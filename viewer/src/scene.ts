@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 
-import type { Object3D } from 'three';
 import { Bodies, solidLook } from './bodies';
 import { Eye } from './eye';
 import { type Framing, frameReplay } from './framing';
@@ -39,7 +38,7 @@ export class SceneView {
     this.eye = new Eye(replay, this.framing, canvas);
     this.ground = new Ground(replay, this.grid);
     this.bodies = new Bodies(replay, solidLook(new Materials(this.grid)), true, () => true);
-    this.overlays = new Overlays(replay, this.arrowSize());
+    this.overlays = new Overlays(replay, this.framing.radius);
     this.ghost = ghostReplay && this.makeGhost(ghostReplay);
     this.stage.scene.add(this.ground, this.bodies, this.overlays);
     if (this.ghost) this.stage.scene.add(this.ghost);
@@ -112,19 +111,5 @@ export class SceneView {
   private makeGhost(replay: Replay): Bodies {
     const look = () => this.ghostMaterial;
     return new Bodies(replay, look, false, (body) => !body.isStatic);
-  }
-
-  /** A robot's arrows suit the robot, also where it crosses a wide scene. */
-  private arrowSize(): number {
-    return Math.min(this.framing.radius, 0.75 * this.eyeDistanceAtHome());
-  }
-
-  private eyeDistanceAtHome(): number {
-    return 10 * this.framing.radius;
-  }
-
-  /** Meshes of the scene, for tools that look into it. */
-  get roots(): Object3D[] {
-    return [this.bodies, this.ground];
   }
 }

@@ -16,7 +16,9 @@ export interface Series {
 /** The body that a chart follows unless one is picked: a robot's base, or the first that moves. */
 export function mainBody(replay: Replay): Body | null {
   const moving = replay.bodies.filter((body) => !body.isStatic);
-  return moving.find((body) => body.type === 'articulated' && body.bodyIndex === 0) ?? moving[0] ?? null;
+  return (
+    moving.find((body) => body.type === 'articulated' && body.bodyIndex === 0) ?? moving[0] ?? null
+  );
 }
 
 /** The same body in another recording: by its names, else by its place in the list. */

@@ -22,8 +22,8 @@ const kShadowTexels = 2048;
 export class Stage {
   readonly scene = new Scene();
   readonly renderer: WebGLRenderer;
-  private readonly key = new DirectionalLight(0xffffff, 2.1);
-  private readonly fill = new HemisphereLight(0xffffff, 0xffffff, 1.5);
+  private readonly key = new DirectionalLight();
+  private readonly fill = new HemisphereLight();
 
   constructor(canvas: HTMLCanvasElement) {
     this.renderer = makeRenderer(canvas);
@@ -38,6 +38,8 @@ export class Stage {
 
   paint(palette: Palette): void {
     this.scene.background = new Color(palette.background);
+    this.key.intensity = palette.key;
+    this.fill.intensity = palette.fill;
     this.fill.color.set(palette.sky);
     this.fill.groundColor.set(palette.bounce);
   }
@@ -61,7 +63,11 @@ export class Stage {
   private aim(target: Vector3, distance: number): void {
     const half = 2 ** (Math.ceil(2 * Math.log2(distance)) / 2) * 0.8;
     const texel = (2 * half) / kShadowTexels;
-    const snapped = target.clone().divideScalar(16 * texel).round().multiplyScalar(16 * texel);
+    const snapped = target
+      .clone()
+      .divideScalar(16 * texel)
+      .round()
+      .multiplyScalar(16 * texel);
     this.key.target.position.copy(snapped);
     this.key.position.copy(snapped).addScaledVector(kLight, 4 * half);
     const view = this.key.shadow.camera;

@@ -31,9 +31,7 @@ export class Table {
   constructor(json: Json, blocks: Blocks, frames: number, channels: Record<string, number>) {
     const filled = json.has('counts');
     const rows = filled ? json.get('rows').index() : 0;
-    const counts = filled
-      ? blocks.integers(json.get('counts'), 1, frames)
-      : new Int32Array(frames);
+    const counts = filled ? blocks.integers(json.get('counts'), 1, frames) : new Int32Array(frames);
     this.begins = runningSum(counts);
     if (this.begins[frames] !== rows || counts.some((n) => n < 0)) json.refuse('a whole table');
     for (const [name, n] of Object.entries(channels)) {

@@ -11,6 +11,9 @@ export interface Palette {
   lineStrength: number;
   sky: number;
   bounce: number;
+  /** strength of the key light and of the light from all around */
+  key: number;
+  fill: number;
   sticking: number;
   sliding: number;
   open: number;
@@ -30,6 +33,8 @@ export const kPalettes: Record<Theme, Palette> = {
     lineStrength: 0.34,
     sky: 0xffffff,
     bounce: 0xc9c4bc,
+    key: 2.1,
+    fill: 1.5,
     sticking: 0x0d8f84,
     sliding: 0xdf5b20,
     open: 0x8a94a0,
@@ -46,7 +51,9 @@ export const kPalettes: Record<Theme, Palette> = {
     line: 0xa3b4c6,
     lineStrength: 0.22,
     sky: 0xdfe8f2,
-    bounce: 0x57524c,
+    bounce: 0x77726c,
+    key: 1.8,
+    fill: 2,
     sticking: 0x35cdbd,
     sliding: 0xff8a4c,
     open: 0x8793a0,

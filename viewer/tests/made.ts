@@ -68,7 +68,7 @@ class Walk {
   ) {}
 
   base(t: number): Triple {
-    return [this.speed * t, 0, 0.46 + 0.012 * Math.sin(4 * Math.PI * t)];
+    return [this.speed * t, 0, 0.36 + 0.2 * this.speed + 0.012 * Math.sin(4 * Math.PI * t)];
   }
 
   stands(t: number, phase: number): boolean {
@@ -117,7 +117,13 @@ function robot(walk: Walk): MadeBody[] {
 
 function links(walk: Walk, leg: string, x: number, y: number, phase: number): MadeBody[] {
   const rod = (radius: number, color: number[]) =>
-    shape({ kind: 'capsule', size: [radius, 0.22], position: [0, 0, -0.125], color, layer: 'visual' });
+    shape({
+      kind: 'capsule',
+      size: [radius, 0.22],
+      position: [0, 0, -0.125],
+      color,
+      layer: 'visual',
+    });
   const hull = shape({ kind: 'box', size: [0.06, 0.06, 0.25], position: [0, 0, -0.125] });
   const foot = shape({ kind: 'sphere', size: [0.025], position: [0, 0, -0.25], color: kSteel });
   const pose = (t: number) => walk.leg(t, x, y, phase);
@@ -218,7 +224,7 @@ function hills(): { positions: number[]; indices: number[] } {
   for (let j = 0; j < ny; ++j) {
     for (let i = 0; i < nx; ++i) {
       const [x, y] = [0.05 * (i - 16), 0.05 * (j - 12)];
-      positions.push(x, y, 0.12 + 0.07 * Math.sin(5 * x) * Math.cos(4 * y + 1));
+      positions.push(x, y, 0.05 + 0.07 * Math.sin(5 * x) * Math.cos(4 * y + 1));
       const k = j * nx + i;
       if (i + 1 < nx && j + 1 < ny) indices.push(k, k + 1, k + nx, k + 1, k + nx + 1, k + nx);
     }
@@ -297,7 +303,9 @@ export function madeRecording(speed = 0.5, title = 'made-up scene'): Buffer {
       ...writer.table(perFrame(wiresAt), { start: 1e-5, end: 1e-5, state: 1, id: 1 }),
     },
     forces: writer.table(
-      perFrame((t) => (pushed(t) ? [{ position: walk.base(t), vector: [0, 40, 0], body: base }] : [])),
+      perFrame((t) =>
+        pushed(t) ? [{ position: walk.base(t), vector: [0, 40, 0], body: base }] : [],
+      ),
       { ...place, vector: 1e-3 },
     ),
     torques: writer.table(
