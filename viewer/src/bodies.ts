@@ -60,7 +60,7 @@ export class Bodies extends Group {
     }
   }
 
-  /** Lets a body glow; -1 for none. */
+  /** Tints a body; -1 for none. */
   highlight(picked: number, accent: number): void {
     if (picked === this.picked && accent === this.accent) return;
     const before = this.picked;

@@ -44,7 +44,8 @@ export function bindKeys(replay: Replay, view: View, playback: Playback, actions
   document.addEventListener('keydown', (event) => {
     if (event.ctrlKey || event.metaKey || event.altKey || belongsToField(event)) return;
     const act = bindings[event.key.length === 1 ? event.key.toLowerCase() : event.key];
-    if (!act) return;
+    // An open dialog closes by Escape on its own, and only its own key acts behind it.
+    if (!act || (event.key !== '?' && document.querySelector('dialog[open]'))) return;
     event.preventDefault();
     act(event);
   });

@@ -11,18 +11,23 @@ export class Materials {
 
   constructor(private readonly grid: Grid) {}
 
-  /** `accent`: the colour that a picked body glows in, or null. */
+  /** `accent`: the colour that a picked body is tinted with, or null. */
   of(shape: Shape, isTerrain: boolean, accent: number | null): MeshStandardMaterial {
     const isMesh = shape.kind === 'mesh';
     const key = `${shape.color.join(' ')} ${isMesh} ${isTerrain} ${accent ?? ''}`;
     const known = this.made.get(key);
     if (known) return known;
     const material = surface(shape.color, isMesh);
-    if (accent !== null) material.emissive.set(accent).multiplyScalar(0.45);
+    if (accent !== null) tint(material, new Color(accent));
     if (isTerrain) this.grid.drawOn(material, false);
     this.made.set(key, material);
     return material;
   }
+}
+
+function tint(material: MeshStandardMaterial, accent: Color): void {
+  material.color.lerp(accent, 0.72);
+  material.emissive.copy(accent).multiplyScalar(0.18);
 }
 
 /** Meshes have flat facets, as the contacts feel them, and are open or wound either way. */
