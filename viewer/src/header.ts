@@ -8,9 +8,15 @@ import type { View } from './state';
 import { fixed } from './text';
 
 /** Title of the recording and the buttons beside it. */
-export function buildHeader(replay: Replay, view: View, actions: Actions): void {
+export function buildHeader(
+  replay: Replay,
+  ghost: Replay | null,
+  view: View,
+  actions: Actions,
+): void {
   document.title = replay.title ? `${replay.title} · zelvik` : 'zelvik replay';
   const facts = [replay.engine, `${replay.frames} frames`, `${fixed(replay.duration, 1)} s`];
+  if (ghost) facts.push(`ghost: ${ghost.title || 'untitled'}`);
   byId('title', HTMLElement).append(
     el('h1', {}, replay.title || 'Replay'),
     el('p', {}, facts.filter(Boolean).join(' · ')),

@@ -54,7 +54,7 @@ function buildControls(
     escape: () => view.set({ picked: -1 }),
   };
   buildOptions(replay, ghost !== null, view);
-  buildHeader(replay, view, actions);
+  buildHeader(replay, ghost, view, actions);
   buildTransport(replay, view, playback);
   new Chart(replay, ghost, view);
   new Inspector(replay, view);

@@ -3,13 +3,14 @@
 
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { join } from 'node:path';
-import { pathToFileURL } from 'node:url';
+import { dirname, join } from 'node:path';
+import { fileURLToPath, pathToFileURL } from 'node:url';
 import { type Browser, type BrowserContextOptions, type Page, chromium } from 'playwright-core';
 import { Replay } from '../src/replay';
 import { bytesOfBase64, inflate } from '../src/bytes';
 import { element } from './writer';
 
+export const here = dirname(fileURLToPath(import.meta.url));
 const kArguments =
   '--no-sandbox --disable-quic --no-first-run --disable-background-networking ' +
   '--disable-component-update --disable-sync --use-gl=angle --use-angle=swiftshader ' +
@@ -33,7 +34,7 @@ export class Chromium {
 
   /** The page with these elements in place of its mark; returns the file's name. */
   write(...elements: string[]): string {
-    const page = readFileSync(join(import.meta.dirname, '../dist/viewer.html'), 'utf8');
+    const page = readFileSync(join(here, '../dist/viewer.html'), 'utf8');
     const file = join(this.folder, `page-${this.files++}.html`);
     writeFileSync(file, page.replace('<!--ZELVIK-REPLAY-->', elements.join('')));
     return file;

@@ -7,7 +7,7 @@ import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { basename, join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { Chromium, type Viewer, replayOf } from './browser';
+import { Chromium, type Viewer, here, replayOf } from './browser';
 import { madeRecording } from './made';
 import { Writer, element } from './writer';
 
@@ -240,7 +240,7 @@ test('what cannot be shown is said in the page', async () => {
 });
 
 test('picture.sh draws equal bytes on repeat, another frame differently, and refuses nonsense', () => {
-  const script = join(import.meta.dirname, '../../scripts/picture.sh');
+  const script = join(here, '../../scripts/picture.sh');
   const folder = mkdtempSync(join(tmpdir(), 'pictures-'));
   try {
     const draw = (name: string, ...more: string[]) => {
