@@ -4,6 +4,9 @@
 import { Color, type MeshStandardMaterial } from 'three';
 import type { Palette } from './theme';
 
+/** What the lines are drawn on: a body, the plane without end, or nothing but themselves. */
+export type Canvas = 'body' | 'plane' | 'air';
+
 /** Lines at whole multiples of a length along x and y, drawn onto ground and terrain. */
 export class Grid {
   private readonly uniforms = {
@@ -34,8 +37,8 @@ export class Grid {
     this.uniforms.gridCentre.value = { x, y };
   }
 
-  /** Adds the lines, and for a plane without end the haze in which it fades. */
-  drawOn(material: MeshStandardMaterial, endless: boolean): void {
+  /** Adds the lines, and for what has no end the haze in which it fades. */
+  drawOn(material: MeshStandardMaterial, canvas: Canvas): void {
     material.onBeforeCompile = (shader) => {
       Object.assign(shader.uniforms, this.uniforms);
       shader.vertexShader = `varying vec3 gridPosition;\n${shader.vertexShader}`.replace(
@@ -45,10 +48,10 @@ export class Grid {
       );
       shader.fragmentShader = `${kFunctions}\n${shader.fragmentShader}`.replace(
         '#include <opaque_fragment>',
-        `${kLines}\n${endless ? kHaze : ''}\n#include <opaque_fragment>`,
+        `${kCode[canvas]}\n#include <opaque_fragment>`,
       );
     };
-    material.customProgramCacheKey = () => `grid ${endless}`;
+    material.customProgramCacheKey = () => `grid ${canvas}`;
   }
 }
 
@@ -65,11 +68,17 @@ const kFunctions = `
     return max(line.x, line.y);
   }`;
 
-const kLines = `
+const kCover = `
   float gridCover = max(0.5 * gridLines(gridPosition.xy, gridCell, 1.0),
                         gridLines(gridPosition.xy, 10.0 * gridCell, 1.4));
+  float gridAway = smoothstep(1.5, 9.0, length(gridPosition.xy - gridCentre) / gridRange);`;
+
+const kLines = `
   outgoingLight = mix(outgoingLight, gridColor, gridStrength * gridCover);`;
 
-const kHaze = `
-  float gridAway = length(gridPosition.xy - gridCentre) / gridRange;
-  outgoingLight = mix(outgoingLight, gridHaze, smoothstep(1.5, 9.0, gridAway));`;
+const kCode: Record<Canvas, string> = {
+  body: `${kCover} ${kLines}`,
+  plane: `${kCover} ${kLines} outgoingLight = mix(outgoingLight, gridHaze, gridAway);`,
+  air: `${kCover} outgoingLight = gridColor;
+    diffuseColor.a = gridStrength * gridCover * (1.0 - gridAway);`,
+};

@@ -19,7 +19,7 @@ export class Materials {
     if (known) return known;
     const material = surface(shape.color, isMesh);
     if (accent !== null) tint(material, new Color(accent));
-    if (isTerrain) this.grid.drawOn(material, false);
+    if (isTerrain) this.grid.drawOn(material, 'body');
     this.made.set(key, material);
     return material;
   }
