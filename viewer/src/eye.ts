@@ -22,7 +22,7 @@ export class Eye {
   ) {
     this.camera.up.set(0, 0, 1);
     this.controls = new OrbitControls(this.camera, element);
-    this.controls.enableDamping = true;
+    this.controls.enableDamping = !matchMedia('(prefers-reduced-motion: reduce)').matches;
     this.controls.dampingFactor = 0.14;
     this.controls.maxPolarAngle = 0.62 * Math.PI;
   }

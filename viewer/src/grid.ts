@@ -5,7 +5,7 @@ import { Color, type MeshStandardMaterial } from 'three';
 import type { Palette } from './theme';
 
 /** What the lines are drawn on: a body, the plane without end, or nothing but themselves. */
-export type Canvas = 'body' | 'plane' | 'air';
+export type Surface = 'body' | 'plane' | 'air';
 
 /** Lines at whole multiples of a length along x and y, drawn onto ground and terrain. */
 export class Grid {
@@ -38,7 +38,7 @@ export class Grid {
   }
 
   /** Adds the lines, and for what has no end the haze in which it fades. */
-  drawOn(material: MeshStandardMaterial, canvas: Canvas): void {
+  drawOn(material: MeshStandardMaterial, surface: Surface): void {
     material.onBeforeCompile = (shader) => {
       Object.assign(shader.uniforms, this.uniforms);
       shader.vertexShader = `varying vec3 gridPosition;\n${shader.vertexShader}`.replace(
@@ -48,10 +48,10 @@ export class Grid {
       );
       shader.fragmentShader = `${kFunctions}\n${shader.fragmentShader}`.replace(
         '#include <opaque_fragment>',
-        `${kCode[canvas]}\n#include <opaque_fragment>`,
+        `${kCode[surface]}\n#include <opaque_fragment>`,
       );
     };
-    material.customProgramCacheKey = () => `grid ${canvas}`;
+    material.customProgramCacheKey = () => `grid ${surface}`;
   }
 }
 
@@ -76,7 +76,7 @@ const kCover = `
 const kLines = `
   outgoingLight = mix(outgoingLight, gridColor, gridStrength * gridCover);`;
 
-const kCode: Record<Canvas, string> = {
+const kCode: Record<Surface, string> = {
   body: `${kCover} ${kLines}`,
   plane: `${kCover} ${kLines} outgoingLight = mix(outgoingLight, gridHaze, gridAway);`,
   air: `${kCover} outgoingLight = gridColor;

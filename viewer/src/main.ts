@@ -36,15 +36,16 @@ function fit(scene: SceneView): void {
   resize(scene, area.clientWidth, area.clientHeight, Math.min(devicePixelRatio, 2));
 }
 
-function buildControls(
-  replay: Replay,
-  ghost: Replay | null,
-  view: View,
-  scene: SceneView,
-): Playback {
-  const playback = new Playback(replay, view);
-  const address = new Address(replay, view, scene.eye);
+interface Parts {
+  replay: Replay;
+  ghost: Replay | null;
+  view: View;
+  scene: SceneView;
+}
+
+function buildControls({ replay, ghost, view, scene }: Parts, playback: Playback): void {
   const help = new Help();
+  const address = new Address(replay, view, scene.eye);
   const actions: Actions = {
     frameAll: () => scene.frameAll(),
     follow: () => followPicked(view),
@@ -59,10 +60,11 @@ function buildControls(
   new Chart(replay, ghost, view);
   new Inspector(replay, view);
   bindKeys(replay, view, playback, actions);
+  // The controls have taken their room now, so that the scene knows its own.
+  fit(scene);
+  if (!address.restore()) scene.frameAll();
   view.listen(() => address.touch());
   scene.eye.controls.addEventListener('change', () => address.touch());
-  if (!address.restore()) scene.frameAll();
-  return playback;
 }
 
 /** Draws whenever something has changed, for as long as the page lives. */
@@ -78,17 +80,18 @@ function run(scene: SceneView, playback: Playback): void {
   requestAnimationFrame(tick);
 }
 
-function startPage(scene: SceneView, replay: Replay, ghost: Replay | null, view: View): void {
-  const canvas = byId('scene', HTMLCanvasElement);
-  byId('options', HTMLElement).hidden = innerWidth < 720;
-  const playback = buildControls(replay, ghost, view, scene);
-  fit(scene);
-  if (!parseLink(location.hash, replay.frames, replay.bodies.length).camera) scene.frameAll();
+function startPage(parts: Parts): void {
+  const { replay, view, scene } = parts;
+  const isLow = innerHeight < 480;
+  byId('options', HTMLElement).hidden = innerWidth < 720 || isLow;
+  view.set({ chart: !isLow });
+  const playback = new Playback(replay, view);
+  buildControls(parts, playback);
   new ResizeObserver(() => {
     fit(scene);
     scene.draw();
   }).observe(byId('scene-area', HTMLElement));
-  onClick(canvas, (x, y) => view.set({ picked: scene.bodyAt(x, y) }));
+  onClick(byId('scene', HTMLCanvasElement), (x, y) => view.set({ picked: scene.bodyAt(x, y) }));
   run(scene, playback);
 }
 
@@ -111,7 +114,7 @@ async function start(): Promise<void> {
   const scene = new SceneView(byId('scene', HTMLCanvasElement), replay, ghost, view);
   view.set({ followed: scene.framing.followed });
   if (link.picture) showPicture(scene, view, link);
-  else startPage(scene, replay, ghost, view);
+  else startPage({ replay, ghost, view, scene });
   root.dataset.state = 'ready';
 }
 

@@ -47,7 +47,8 @@ export class Chromium {
   /** Opens a file and waits until it is ready, or says that it cannot be shown. */
   async open(file: string, hash = '', options: BrowserContextOptions = {}): Promise<Viewer> {
     const context = await this.browser.newContext({
-      viewport: { width: 1280, height: 800 },
+      viewport: { width: 960, height: 640 },
+      reducedMotion: 'reduce',
       ...options,
     });
     const viewer = new Viewer(await context.newPage());
