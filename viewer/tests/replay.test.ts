@@ -15,14 +15,14 @@ import { Writer } from './writer';
 const made = () => Uint8Array.from(madeRecording());
 
 /** A body that moves as `runs` say: x, y, z, w, x, y, z over the frames. */
-function oneBody(runs: number[][], dt = 0.01): Replay {
+function oneBody(runs: number[][], dt = 0.01, changes: object = {}): Replay {
   const writer = new Writer();
   const frames = runs[0].length;
   const time = writer.reals([runs[0].map((_, i) => i * dt)], 1e-6);
   const track = { ...writer.reals(runs, 1e-6), quaternionUnit: 1e-6 };
   const life = { first: 0, frames, static: false };
   const names = { name: 'b', object: 'b', objectId: 0, body: 0, type: 'box' };
-  const bodies = [{ ...names, ...life, mass: 1, track, shapes: [] }];
+  const bodies = [{ ...names, ...life, mass: 1, track, shapes: [], ...changes }];
   const tables = { contacts: {}, wires: {}, forces: {}, torques: {} };
   const header = { title: '', engine: '', frames, time, meshes: [], bodies, ...tables };
   return new Replay(Uint8Array.from(writer.container(header)));
@@ -97,6 +97,21 @@ test('a link restores what it was made from; nonsense in it is left out', () => 
     camera: undefined,
     picture: undefined,
   });
+});
+
+test('a body that outlives the recording or has a shape that there is none of is refused', () => {
+  const runs = [still(3), still(3), still(3), [1, 1, 1], still(3), still(3), still(3)];
+  const layer = { layer: 'visual', position: [0, 0, 0], quaternion: [1, 0, 0, 0] };
+  const mesh = { ...layer, kind: 'mesh', size: [], color: [1, 1, 1, 1], scale: [1, 1, 1], mesh: 0 };
+  const cases: [RegExp, object][] = [
+    [/bodies\[0\] is not within the recording/, { first: 1 }],
+    [/mesh is not an index below 0/, { shapes: [mesh] }],
+    [/kind is not sphere or/, { shapes: [{ ...mesh, kind: 'teapot' }] }],
+    [/size is not 3 numbers/, { shapes: [{ ...mesh, kind: 'box', size: [1, 2] }] }],
+  ];
+  for (const [message, changes] of cases) {
+    assert.throws(() => oneBody(runs, 0.01, changes), { message });
+  }
 });
 
 test('damaged containers are refused in words, whatever byte is wrong', () => {
