@@ -71,13 +71,15 @@ const kFunctions = `
 const kCover = `
   float gridCover = max(0.5 * gridLines(gridPosition.xy, gridCell, 1.0),
                         gridLines(gridPosition.xy, 10.0 * gridCell, 1.4));
-  float gridAway = smoothstep(1.5, 9.0, length(gridPosition.xy - gridCentre) / gridRange);`;
+  float gridReach = length(gridPosition.xy - gridCentre) / gridRange;
+  float gridAway = smoothstep(1.5, 9.0, gridReach);`;
 
 const kLines = `
   outgoingLight = mix(outgoingLight, gridColor, gridStrength * gridCover);`;
 
 const kCode: Record<Surface, string> = {
-  body: `${kCover} ${kLines}`,
+  body: `${kCover} ${kLines}
+    outgoingLight = mix(outgoingLight, gridHaze, 0.9 * smoothstep(2.5, 14.0, gridReach));`,
   plane: `${kCover} ${kLines} outgoingLight = mix(outgoingLight, gridHaze, gridAway);`,
   air: `${kCover} outgoingLight = gridColor;
     diffuseColor.a = gridStrength * gridCover * (1.0 - gridAway);`,

@@ -20,7 +20,7 @@ export class Overlays extends Group {
   private readonly axes: Rods[];
   private readonly metresPer: { impulse: number; force: number; torque: number };
 
-  /** `size`: radius of what moves (m); it sets the length of arrows. */
+  /** `size` (m) sets the length and the thickness of arrows. */
   constructor(
     private readonly replay: Replay,
     private readonly size: number,
@@ -80,7 +80,7 @@ export class Overlays extends Group {
     for (let row = begin; row < end; ++row) {
       const rods = this.rodsOf(contacts.column('state').scalar(row));
       const at = new Vector3(...contacts.column('position').vector(row));
-      rods.dot(at, 0.014 * this.size);
+      rods.dot(at, (rods === this.open ? 0.007 : 0.014) * this.size);
       rods.arrow(at, this.arrowOf(contacts, 'impulse', row, this.metresPer.impulse));
     }
   }

@@ -38,7 +38,7 @@ export class SceneView {
     this.eye = new Eye(replay, this.framing, canvas);
     this.ground = new Ground(replay, this.grid);
     this.bodies = new Bodies(replay, solidLook(new Materials(this.grid)), true, () => true);
-    this.overlays = new Overlays(replay, this.framing.radius);
+    this.overlays = new Overlays(replay, this.framing.size);
     this.ghost = ghostReplay && this.makeGhost(ghostReplay);
     this.stage.scene.add(this.ground, this.bodies, this.overlays);
     if (this.ghost) this.stage.scene.add(this.ghost);
