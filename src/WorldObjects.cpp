@@ -15,6 +15,7 @@ T* World::add(Args&&... args) {
   auto object = std::make_unique<T>(std::forward<Args>(args)...);
   objectList_.push_back(object.get());
   object->setIndexInWorld(objectList_.size() - 1);
+  object->setIdInWorld(objectChangeCount_);
   return object.release();
 }
 
