@@ -65,7 +65,7 @@ inline void writeGeomPose(dGeomID geom, const Mat<3, 1>& positionW, const Mat<3,
   }
   double* p = const_cast<double*>(dGeomGetPosition(geom));
   double* R = const_cast<double*>(dGeomGetRotation(geom));
-  for (int i = 0; i < 3; ++i) {
+  for (std::size_t i = 0; i < 3; ++i) {
     p[i] = positionW[i];
     R[4 * i] = rotationW(i, 0);
     R[4 * i + 1] = rotationW(i, 1);
