@@ -9,8 +9,12 @@ include(CMakePackageConfigHelpers)
 set(ZELVIK_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/zelvik)
 set(ZELVIK_INSTALL_MODELDIR ${CMAKE_INSTALL_DATADIR}/zelvik/models)
 
+set(zelvik_installed_targets zelvik)
+if(TARGET zelvik_view)
+  list(APPEND zelvik_installed_targets zelvik_view)
+endif()
 install(
-  TARGETS zelvik
+  TARGETS ${zelvik_installed_targets}
   EXPORT zelvikTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development

@@ -46,20 +46,7 @@ bool selfContactExists(const Object& object, size_t l1, size_t l2) {
 int collideOnField(dGeomID geom, dGeomID field, const std::vector<Object*>& objects,
                    dContactGeom* points) {
   const HeightMap& map = static_cast<const HeightMap&>(*objects[geomRecord(field).objectIdx]);
-  if (!map.usesExactContacts()) return -1;
-  switch (dGeomGetClass(geom)) {
-    case dSphereClass:
-    case dCapsuleClass:
-    case dCylinderClass:
-      return map.collideRound(geom, points, kMaxPointsPerPair);
-    case dTriMeshClass: {
-      const int found = dCollide(geom, field, kMaxPointsPerPair, points, sizeof(dContactGeom));
-      const auto isBad = [&](dContactGeom& point) { return !map.repairMeshPoint(geom, point); };
-      return static_cast<int>(std::remove_if(points, points + found, isBad) - points);
-    }
-    default:
-      return -1;
-  }
+  return map.usesExactContacts() ? map.collide(geom, points, kMaxPointsPerPair) : -1;
 }
 
 /// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
@@ -94,6 +81,15 @@ void nearCallback(void* data, dGeomID o1, dGeomID o2) {
 void World::detectCollisions() {
   numContactGeoms_ = 0;
   dSpaceCollide(worldSpace_, this, nearCallback);
+  for (const Object* object : objectList_) {
+    if (object->getObjectType() != HEIGHTMAP) continue;
+    const HeightMap& map = static_cast<const HeightMap&>(*object);
+    if (!map.isTurned()) continue;
+    for (int i = 0; i < dSpaceGetNumGeoms(worldSpace_); ++i) {
+      const dGeomID geom = dSpaceGetGeom(worldSpace_, i);
+      if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
+    }
+  }
   if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
 }
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <vector>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
 
@@ -20,6 +21,10 @@ struct GeomRecord {
   size_t localBodyIdx = 0;   ///< body inside the owner; 0 for all but articulated systems
   std::string materialName;  ///< that the material table knows
   std::set<dGeomID> ignoredGeoms;  ///< geoms with which this one never collides
+  /// Of a triangle mesh: where its vertices stand, three numbers each (m, frame of the geom). They
+  /// belong to the owner.
+  const float* vertices = nullptr;
+  size_t vertexCount = 0;
 };
 
 /// Gives a fresh record to a geom; called by whoever creates the geom, before it enters a space.
@@ -29,6 +34,12 @@ inline void attachGeomRecord(dGeomID geom) {
 
 inline GeomRecord& geomRecord(dGeomID geom) {
   return *static_cast<GeomRecord*>(dGeomGetData(geom));
+}
+
+/// Notes in a mesh's record where its vertices are.
+inline void noteVertices(dGeomID mesh, const std::vector<float>& vertices) {
+  geomRecord(mesh).vertices = vertices.data();
+  geomRecord(mesh).vertexCount = vertices.size() / 3;
 }
 
 /// Takes the geom out of its space, destroys it and frees its record; null is ignored. Geoms that

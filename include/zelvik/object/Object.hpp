@@ -146,6 +146,10 @@ class ZELVIK_API Object {
   void setIndexInWorld(size_t index) { indexInWorld_ = index; }
   /// Place in `World::getObjList`; changes when an earlier object is removed.
   size_t getIndexInWorld() const { return indexInWorld_; }
+  /// Called by the world.
+  void setIdInWorld(size_t id) { idInWorld_ = id; }
+  /// Differs for all objects that the world ever held, also for one at a freed object's address.
+  size_t getIdInWorld() const { return idInWorld_; }
   /// Whether coupling goes through stored blocks (true) or through queries of the velocity.
   bool usesFullDelassus() const { return fullDelassus_; }
 
@@ -163,6 +167,8 @@ class ZELVIK_API Object {
   const std::vector<Mat<3, 1>>& getVisTorques() const { return visTorques_; }
   /// Where they are to be drawn (m).
   const std::vector<Mat<3, 1>>& getVisTorquePositions() const { return visTorquePositions_; }
+  /// Whether these lists, if not empty, are those of the last step itself.
+  bool areVisForcesCurrent() const { return visForcesCurrent_; }
 
  protected:
   /// Notes a pending force or torque.
@@ -177,6 +183,7 @@ class ZELVIK_API Object {
   PerObjectContact perObjectContact_;  ///< of the present step
   size_t numContacts_ = 0;             ///< computed by `ArticulatedSystem::preContactSolverUpdate1`
   size_t indexInWorld_ = 0;            ///< set by the world
+  size_t idInWorld_ = 0;               ///< set by the world
   BodyType bodyType_ = BodyType::DYNAMIC;  ///< of the object as a whole
   bool fullDelassus_ = true;               ///< see `usesFullDelassus`
   std::string name_;                       ///< see `setName`
@@ -191,6 +198,7 @@ class ZELVIK_API Object {
   std::vector<Mat<3, 1>> visForcePositions_;   ///< (m)
   std::vector<Mat<3, 1>> visTorques_;          ///< (N m)
   std::vector<Mat<3, 1>> visTorquePositions_;  ///< (m)
+  bool visForcesCurrent_ = true;  ///< single bodies keep their lists, robots clear them
 
   // Wire forces of the step; used by `ArticulatedSystem` only.
   std::vector<SparseJacobian> constraintJacobians_;  ///< one per force of a wire
