@@ -24,7 +24,7 @@ struct GeomRecord {
   /// Of a triangle mesh: where its vertices stand, three numbers each (m, frame of the geom). They
   /// belong to the owner.
   const float* vertices = nullptr;
-  size_t vertexCount = 0;
+  size_t vertexCount = 0;  ///< of `vertices`
 };
 
 /// Gives a fresh record to a geom; called by whoever creates the geom, before it enters a space.
