@@ -6,6 +6,8 @@
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
+#include "CylinderOnPlane.hpp"
+
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.
 
@@ -55,7 +57,10 @@ int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dCo
   const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
   const int found =
       dGeomGetClass(field) == dHeightfieldClass ? collideOnField(geom, field, objects, points) : -1;
-  if (found < 0) return dCollide(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
+  if (found < 0) {
+    const int count = dCollide(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
+    return count == 1 ? completeCylinderOnPlane(o1, o2, points) : count;
+  }
   for (dContactGeom* point = points; point != points + found; ++point) {
     point->g1 = o1;
     point->g2 = o2;
