@@ -16,6 +16,7 @@ if(ZELVIK_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                       -fno-omit-frame-pointer)
   # g++ 12 sees uninitialised values in instrumented code of the standard library (std::regex).
-  target_compile_options(zelvik_flags INTERFACE -Wno-maybe-uninitialized)
+  target_compile_options(zelvik_flags
+                         INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_link_options(-fsanitize=address,undefined)
 endif()

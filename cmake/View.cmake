@@ -6,13 +6,18 @@ find_package(ZLIB REQUIRED)
 find_package(nlohmann_json 3 REQUIRED)
 
 file(GLOB ZELVIK_VIEW_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/view/*.cpp)
-add_library(zelvik_view SHARED ${ZELVIK_VIEW_SOURCES})
+add_library(zelvik_view ${ZELVIK_VIEW_SOURCES})
+add_library(zelvik::zelvik_view ALIAS zelvik_view)
 target_link_libraries(zelvik_view PUBLIC zelvik
-                                  PRIVATE PNG::PNG ZLIB::ZLIB nlohmann_json::nlohmann_json
-                                          zelvik_flags)
+                      PRIVATE PNG::PNG ZLIB::ZLIB
+                              $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>
+                              $<BUILD_INTERFACE:zelvik_flags>)
 target_compile_definitions(zelvik_view PRIVATE EIGEN_MAX_ALIGN_BYTES=16
                                                ZELVIK_VERSION="${PROJECT_VERSION}")
-set_target_properties(zelvik_view PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0
+set_target_properties(zelvik_view PROPERTIES VERSION ${PROJECT_VERSION}
+                                             SOVERSION ${ZELVIK_ABI_VERSION}
+                                             POSITION_INDEPENDENT_CODE ON
+                                             DEFINE_SYMBOL ""
                                              CXX_VISIBILITY_PRESET hidden
                                              VISIBILITY_INLINES_HIDDEN ON)
 

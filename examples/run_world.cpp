@@ -3,8 +3,6 @@
 
 // Loads a world file and lets it run.
 
-#include <unistd.h>
-
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -22,115 +20,66 @@ struct Options {
   std::string exportDirectory;
 };
 
-void printUsage() {
-  std::puts(
-      "run_world: loads a world file and lets it run\n"
-      "  FILE           world file\n"
-      "  --seconds S    simulated time (default 2)\n"
-      "  --export DIR   write the world as it is at the end to DIR/world.xml\n"
-      "  --help         this text\n"
-      "Exit status: 0 done, 1 the world file is missing or broken, or the state is no longer\n"
-      "finite, 2 bad option");
-}
-
-[[noreturn]] void refuse(const char* problem, const char* argument) {
-  std::fprintf(stderr, "run_world: %s: %s (see --help)\n", problem, argument);
-  std::exit(2);
-}
-
-double positiveNumber(const char* text) {
-  char* end = nullptr;
-  const double value = std::strtod(text, &end);
-  if (end == text || *end != '\0' || !std::isfinite(value) || value <= 0.0)
-    refuse("--seconds needs a number above 0, not", text);
-  return value;
-}
+constexpr const char* kUsage =
+    "run_world FILE [--seconds S] [--export DIR]: loads a world file and lets it run\n"
+    "  --seconds S    simulated time (default 2)\n"
+    "  --export DIR   write the world as it is at the end to DIR/world.xml\n"
+    "Exit status: 0 done, 1 the world file is missing or broken, or the state is no longer\n"
+    "finite, 2 bad option";
 
 Options parse(int argc, char** argv) {
   Options options;
-  for (int i = 1; i < argc; ++i) {
+  bool good = true;
+  for (int i = 1; i < argc && good; ++i) {
     const std::string argument = argv[i];
-    if (argument == "--help") {
-      printUsage();
-      std::exit(0);
-    }
-    if (argument == "--seconds" || argument == "--export") {
-      if (i + 1 == argc) refuse("no value", argv[i]);
-      const char* value = argv[++i];
-      if (argument == "--seconds")
-        options.seconds = positiveNumber(value);
-      else
-        options.exportDirectory = value;
-    } else if (argument.rfind("--", 0) == 0 || !options.file.empty()) {
-      refuse("unknown option or second file", argv[i]);
+    if (argument == "--seconds" && i + 1 < argc) {
+      options.seconds = std::atof(argv[++i]);
+      good = std::isfinite(options.seconds) && options.seconds > 0.0;
+    } else if (argument == "--export" && i + 1 < argc) {
+      options.exportDirectory = argv[++i];
     } else {
+      good = options.file.empty() && argument.rfind("--", 0) != 0;
       options.file = argument;
     }
   }
-  if (options.file.empty()) refuse("no world file given", "FILE");
-  return options;
-}
-
-/// One line that overwrites itself on a terminal.
-void printProgress(const zelvik::World& world, bool onTerminal) {
-  std::printf("%s%6.2f s  %zu objects  %zu contacts%s", onTerminal ? "\r" : "",
-              world.getWorldTime(), world.getObjList().size(), world.getContactProblems().size(),
-              onTerminal ? "  " : "\n");
-  std::fflush(stdout);
+  if (good && !options.file.empty()) return options;
+  std::puts(kUsage);
+  std::exit(argc == 2 && std::string(argv[1]) == "--help" ? 0 : 2);
 }
 
 void run(zelvik::World& world, double seconds) {
-  const bool onTerminal = isatty(STDOUT_FILENO) != 0;
   const long steps = std::max(std::lround(seconds / world.getTimeStep()), 1l);
-  const long progressLines = onTerminal ? 100 : 10;
   const auto begin = std::chrono::steady_clock::now();
   for (long k = 0; k < steps; ++k) {
     world.integrate();
-    if (k % (steps / progressLines + 1) == 0 || k + 1 == steps) printProgress(world, onTerminal);
+    if (k % (steps / 10 + 1) == 0 || k + 1 == steps)
+      std::printf("%6.2f s  %zu objects  %zu contacts\n", world.getWorldTime(),
+                  world.getObjList().size(), world.getContactProblems().size());
   }
   const auto end = std::chrono::steady_clock::now();
-  if (onTerminal) std::printf("\n");
   std::printf("%ld steps, %.0f per second\n\n", steps,
               static_cast<double>(steps) / std::chrono::duration<double>(end - begin).count());
 }
 
-/// Pose and velocity of an object; of a robot those of its base.
-struct Row {
-  zelvik::Mat<3, 1> position{}, velocity{};
-  zelvik::Mat<4, 1> orientation{};
-  bool isFinite() const {
-    for (size_t i = 0; i < 3; ++i)
-      if (!std::isfinite(position[i]) || !std::isfinite(velocity[i])) return false;
-    return std::isfinite(orientation[0]);
-  }
-};
-
-Row rowOf(const zelvik::Object& object) {
-  Row row;
-  zelvik::Mat<3, 3> rotation;
-  if (object.getObjectType() == zelvik::ARTICULATED_SYSTEM)
-    object.getPosition(0, row.position);
-  else
-    row.position = static_cast<const zelvik::SingleBodyObject&>(object).getBodyPosition();
-  object.getVelocity(0, row.velocity);
-  object.getOrientation(0, rotation);
-  zelvik::rotMatToQuat(rotation, row.orientation);
-  return row;
-}
-
+/// One line per object: name, type, position, quaternion, velocity; of a robot those of its base.
+/// @return whether all numbers are finite
 bool printTable(const zelvik::World& world) {
   bool isFinite = true;
   std::printf("%-20s %-18s %26s %31s %26s\n", "name", "type", "position (m)", "quaternion w x y z",
               "velocity (m/s)");
   for (const zelvik::Object* object : world.getObjList()) {
-    const Row row = rowOf(*object);
-    const auto &p = row.position, &v = row.velocity;
-    const auto& q = row.orientation;
+    zelvik::Mat<3, 1> p, v;
+    zelvik::Mat<4, 1> q;
+    zelvik::Mat<3, 3> rotation;
+    object->getPosition(0, zelvik::Mat<3, 1>{}, p);
+    object->getVelocity(0, v);
+    object->getOrientation(0, rotation);
+    zelvik::rotMatToQuat(rotation, q);
     std::printf("%-20s %-18s %8.3f %8.3f %8.3f %7.3f %7.3f %7.3f %7.3f %8.3f %8.3f %8.3f\n",
                 object->getName().c_str(),
                 zelvik::objectTypeToString(object->getObjectType()).c_str(), p[0], p[1], p[2], q[0],
                 q[1], q[2], q[3], v[0], v[1], v[2]);
-    isFinite = isFinite && row.isFinite();
+    isFinite = isFinite && std::isfinite(dot(p, p) + dot(v, v) + dot(q, q));
   }
   return isFinite;
 }
@@ -154,6 +103,10 @@ int simulate(const Options& options) {
 
 int main(int argc, char** argv) {
   const Options options = parse(argc, argv);
+  if (!std::filesystem::exists(options.file)) {
+    std::fprintf(stderr, "run_world: there is no file %s\n", options.file.c_str());
+    return 1;
+  }
   try {
     return simulate(options);
   } catch (const std::exception& error) {

@@ -4,14 +4,15 @@
 #
 # Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
 # does nothing where all of it is there.
+#   --ci           also what .ci/run and scripts/test-install.sh use
 #   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
 
-packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
-          clang-format)
+packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev)
 for option in "$@"; do
   case $option in
+    --ci) packages+=(ccache clang clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
     --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)

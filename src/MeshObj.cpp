@@ -25,7 +25,7 @@ struct ObjContent {
 /// Cuts the text up to the next blank off the front of `rest`; empty if nothing is left.
 std::string takeField(std::string& rest) {
   const size_t blank = rest.find(' ');
-  const std::string field = rest.substr(0, blank);
+  std::string field = rest.substr(0, blank);
   rest.erase(0, blank == std::string::npos ? blank : blank + 1);
   return field;
 }
@@ -133,13 +133,13 @@ void Mesh::dropUnusedVertices(std::vector<float>& vertices, std::vector<unsigned
   // First mark the used vertices, then turn the marks into new numbers while packing.
   std::vector<unsigned int> newIndex(vertices.size() / 3, 0);
   for (unsigned int index : indices) newIndex[index] = 1;
-  unsigned int count = 0;
+  size_t count = 0;
   for (size_t old = 0; old < newIndex.size(); ++old) {
     if (newIndex[old] == 0) continue;
     for (size_t i = 0; i < 3; ++i) vertices[3 * count + i] = vertices[3 * old + i];
-    newIndex[old] = count++;
+    newIndex[old] = static_cast<unsigned int>(count++);
   }
-  vertices.resize(3 * static_cast<size_t>(count));
+  vertices.resize(3 * count);
   for (unsigned int& index : indices) index = newIndex[index];
 }
 

@@ -7,6 +7,7 @@
 namespace zelvik {
 namespace urdf {
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value in the interface
 LoadFromURDF2::LoadFromURDF2(ArticulatedSystem& system, std::string pathOrText,
                              std::vector<std::string> jointOrder, bool /*fromFile*/) {
   UrdfTree tree = read(pathOrText, std::move(jointOrder));

@@ -15,7 +15,7 @@ struct MaterialPairProperties {
   double friction = 0.8;               ///< coefficient of friction, 0 or more
   double restitution = 0.0;            ///< coefficient of restitution, 0 to 1
   double restitutionThreshold = 0.01;  ///< impact speed below which nothing bounces (m/s)
-  double reserved = 0.0;
+  double reserved = 0.0;               ///< read by nothing
 };
 
 /// Table of friction and restitution by pairs of material names.

@@ -17,6 +17,7 @@ namespace zelvik {
 /// Reading takes time proportional to the length and does not depend on the locale of the process.
 class ZELVIK_API NumberList {
  public:
+  /// Keeps a reference to the text, which has to outlive the list.
   explicit NumberList(const std::string& text);
 
   /// One more than the number of separators.

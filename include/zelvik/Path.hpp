@@ -49,6 +49,7 @@ class Path {
     return Path(path_ + suffix, true);
   }
 
+  /// The normalised path.
   const std::string& getString() const { return path_; }
 
  private:

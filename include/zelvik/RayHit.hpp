@@ -13,15 +13,15 @@ class Object;
 
 /// One point where a ray meets a geom.
 struct RayHit {
-  dContactGeom geom{};   ///< depth: distance from the start (m); normal: outward, world axes
-  Mat<3, 1> position{};  ///< (m, world axes)
-  Object* object = nullptr;
+  dContactGeom geom{};       ///< depth: distance from the start (m); normal: outward, world axes
+  Mat<3, 1> position{};      ///< (m, world axes)
+  Object* object = nullptr;  ///< owner of the geom
 };
 
 /// Result of `World::rayTest`.
 struct RayHitList {
   std::vector<RayHit> hits;  ///< always 200 records; the first `count` are valid, unsorted
-  size_t count = 0;
+  size_t count = 0;          ///< valid records in `hits`
 };
 
 }  // namespace zelvik

@@ -41,7 +41,9 @@ namespace zelvik {
 /// destroyed one at a time; worlds with meshes must not step on several threads at once.
 class ZELVIK_API World {
  public:
+  /// Collision group of everything that has no other default.
   static constexpr unsigned long kDefaultGroup = 1;
+  /// Collision mask that meets every group.
   static constexpr unsigned long kAllMask = ~0ul;
   /// Collision group of grounds, and the default group of height maps: bit 63.
   static constexpr unsigned long kGroundGroup = 0x8000000000000000ul;
@@ -68,25 +70,37 @@ class ZELVIK_API World {
 
   // ---- parameters ----
 
+  ///@{
+  /// Gravity (m/s^2, world axes) from the next step on.
   void setGravity(const Mat<3, 1>& gravity) { gravity_ = gravity; }
   void setGravity(const Eigen::Vector3d& gravity) {
     gravity_ = {{gravity[0], gravity[1], gravity[2]}};
   }
+  ///@}
+  /// (m/s^2, world axes)
   const Mat<3, 1>& getGravity() const { return gravity_; }
+  /// Time step (s) from the next step on. Not tested: use a finite value above 0.
   void setTimeStep(double dt);
+  /// (s)
   double getTimeStep() const { return timeStep_; }
   /// @param erp share of the penetration that becomes separating velocity (1/s); a negative one is
   ///   stored after the warning "ERP should be positive"
   /// @param erp2 added to every coefficient of restitution; not tested
   void setERP(double erp, double erp2);
+  /// Share of the penetration that becomes separating velocity (1/s).
   double getERP() const { return solver_.getERP(); }
+  /// What is added to every coefficient of restitution.
   double getERP2() const { return solver_.getERP2(); }
   /// @param relaxation weight of a newly computed impulse, 1 by default
   /// @param maxIterations sweep limit, 150 by default
   /// @param threshold stopping error per contact, 1e-8 by default
   void setContactSolverParam(double relaxation, double reserved1, double reserved2,
                              int maxIterations, double threshold);
+  /// Properties of pairs with a name that the table does not know. @param friction coefficient, 0
+  /// or more @param restitution coefficient, 0 to 1 @param restitutionThreshold impact speed below
+  /// which nothing bounces (m/s)
   void setDefaultMaterial(double friction, double restitution, double restitutionThreshold);
+  /// Properties of the pair (a, b), which is the same as (b, a); see `setDefaultMaterial`.
   void setMaterialPairProp(const std::string& a, const std::string& b, double friction,
                            double restitution, double restitutionThreshold);
   /// Replaces the material table by a copy.
@@ -98,11 +112,13 @@ class ZELVIK_API World {
   // `material` is the name that the material table knows. Two geoms collide if the group of one
   // meets the mask of the other, in either direction. Bad sizes are fatal in the object's
   // constructor.
+  /// @param radius (m) @param mass (kg)
   Sphere* addSphere(double radius, double mass, const std::string& material = "",
                     unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// @param x, y, z full lengths
   Box* addBox(double x, double y, double z, double mass, const std::string& material = "",
               unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// Axis along z of the body. @param radius (m) @param height (m) @param mass (kg)
   Cylinder* addCylinder(double radius, double height, double mass, const std::string& material = "",
                         unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// @param height of the cylinder part, without the caps
@@ -115,6 +131,9 @@ class ZELVIK_API World {
   Compound* addCompound(const std::vector<Compound::CompoundObjectChild>& children, double mass,
                         Mat<3, 1> com, const Mat<3, 3>& inertia,
                         unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// A triangle mesh from an OBJ file; errors: those of `Mesh::loadObj`. @param mass (kg) @param
+  /// inertia about the centre of mass (kg m^2, body axes) @param com centre of mass (m, body axes)
+  /// @param scale factor of every coordinate of the file
   Mesh* addMesh(const std::string& fileName, double mass, const Mat<3, 3>& inertia,
                 const Mat<3, 1>& com, double scale, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
@@ -166,9 +185,11 @@ class ZELVIK_API World {
   /// Contacts that others have with it are marked `skip_` and act no more; those with the last
   /// object get its new index. An unknown pointer gets the message "the object is already deleted".
   void removeObject(Object* object);
+  ///@{
   /// Removes and deletes a wire; unknown pointers are ignored.
   void removeObject(StiffLengthConstraint* wire);
   void removeObject(CompliantLengthConstraint* wire);
+  ///@}
 
   // ---- wires ----
 
@@ -209,8 +230,12 @@ class ZELVIK_API World {
 
   /// The first object of that name, or null.
   Object* getObject(const std::string& name);
+  ///@{
+  /// All objects by world index. The pointers stay the world's.
   std::vector<Object*>& getObjList() { return objectList_; }
   const std::vector<Object*>& getObjList() const { return objectList_; }
+  ///@}
+  ///@{
   /// Casts a ray. At most 200 hits, unsorted, valid until the next query. A direction that is zero
   /// or not finite, or a length that is not finite, hits nothing.
   /// @param direction need not be of unit length; @param length (m)
@@ -224,19 +249,26 @@ class ZELVIK_API World {
     return rayTest(Mat<3, 1>{{start[0], start[1], start[2]}},
                    Mat<3, 1>{{direction[0], direction[1], direction[2]}}, length, reserved, mask);
   }
+  ///@}
+  /// Simulated time since construction or the world file's start (s).
   double getWorldTime() const { return worldTime_; }
+  /// Steps since construction.
   size_t getStepCount() const { return stepCount_; }
   /// Grows with every add and remove, so that an observer sees that the content changed.
   size_t getObjectChangeCount() const { return objectChangeCount_; }
   /// Problems of the last step, with impulses, until the next `integrate1`.
   const contact::ContactProblemList& getContactProblems() const { return contactProblems_; }
+  /// The material table in force.
   MaterialManager& getMaterialManager() { return materialManager_; }
+  /// The solver, with the sweeps and residuals of the last step.
   contact::BisectionContactSolver& getContactSolver() { return solver_; }
   /// Normalised path of the world file; empty without one.
   const std::string& getConfigFile() const { return configFile_; }
+  /// All stiff wires, in the order in which they were added.
   const std::vector<std::unique_ptr<StiffLengthConstraint>>& getStiffWires() const {
     return stiffWire_;
   }
+  /// All compliant wires, in the order in which they were added.
   const std::vector<std::unique_ptr<CompliantLengthConstraint>>& getCompliantWires() const {
     return compliantWire_;
   }

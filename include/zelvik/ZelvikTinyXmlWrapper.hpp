@@ -45,6 +45,7 @@ class ZelvikTinyXmlWrapper {
 
   /// The copy stands for the same element, in the document of the original.
   ZelvikTinyXmlWrapper(const ZelvikTinyXmlWrapper&) = default;
+  /// Refers to the same element afterwards.
   ZelvikTinyXmlWrapper& operator=(const ZelvikTinyXmlWrapper&) = default;
 
   /// Whether it stands for an element.

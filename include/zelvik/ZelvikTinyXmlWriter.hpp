@@ -21,10 +21,12 @@ namespace zelvik {
 /// our files.
 class ZelvikTinyXmlWriterElement {
  public:
+  /// An element without attributes and children.
   explicit ZelvikTinyXmlWriterElement(const std::string& name)
       : element_(new TiXmlElement(name.c_str())) {
     children_.reserve(20);
   }
+  /// Leaves `other` without an element.
   ZelvikTinyXmlWriterElement(ZelvikTinyXmlWriterElement&& other) noexcept
       : element_(std::exchange(other.element_, nullptr)), children_(std::move(other.children_)) {}
   ZelvikTinyXmlWriterElement(const ZelvikTinyXmlWriterElement&) = delete;
@@ -40,6 +42,8 @@ class ZelvikTinyXmlWriterElement {
     return children_.back();
   }
 
+  ///@{
+  /// Writes one attribute; several numbers are separated by ", ".
   ZelvikTinyXmlWriterElement& setAttribute(const std::string& name, unsigned long value) {
     element_->SetAttribute(name.c_str(), std::to_string(value).c_str());
     return *this;
@@ -53,6 +57,7 @@ class ZelvikTinyXmlWriterElement {
   ZelvikTinyXmlWriterElement& setAttribute(const std::string& name, VecDyn value) {
     return setList(name, value.data(), value.size());
   }
+  ///@}
 
   /// Links the whole subtree below this element; what is linked already is left as it is.
   void link() {
@@ -62,6 +67,7 @@ class ZelvikTinyXmlWriterElement {
     }
   }
 
+  /// Whether the element hangs below its parent, which then owns it.
   bool isLinked() const { return element_->Parent() != nullptr; }
 
   TiXmlElement* element_;  ///< owned until it is linked to its parent
@@ -84,6 +90,7 @@ class ZelvikTinyXmlWriterElement {
 /// An XML document under construction: a declaration and one root element.
 class ZelvikTinyXmlWriter {
  public:
+  /// A document with an empty root element.
   explicit ZelvikTinyXmlWriter(const std::string& rootName) {
     doc_.LinkEndChild(new TiXmlDeclaration("1.0", "", ""));
     elements_.emplace_back(rootName);
@@ -92,6 +99,7 @@ class ZelvikTinyXmlWriter {
   ZelvikTinyXmlWriter(const ZelvikTinyXmlWriter&) = delete;
   ZelvikTinyXmlWriter& operator=(const ZelvikTinyXmlWriter&) = delete;
 
+  /// The root element.
   ZelvikTinyXmlWriterElement& getRoot() { return elements_.back(); }
 
   /// Links everything and writes the file. A failure is a warning, and the caller is told nothing

@@ -23,17 +23,29 @@ inline constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 /// resized `std::vector` gains are zero. Element access is not bounds-checked.
 template <unsigned long n, unsigned long m>
 struct Mat {
-  double v[n * m];
+  double v[n * m];  ///< column by column
 
+  ///@{
+  /// Value i of the column-major array.
   double& operator[](std::size_t i) { return v[i]; }
   const double& operator[](std::size_t i) const { return v[i]; }
+  ///@}
+  ///@{
+  /// Element in row i and column j, from 0.
   double& operator()(std::size_t i, std::size_t j) { return v[i + j * n]; }
   const double& operator()(std::size_t i, std::size_t j) const { return v[i + j * n]; }
+  ///@}
+  ///@{
+  /// The first value.
   double* data() { return v; }
   const double* data() const { return v; }
+  ///@}
+  /// Number of rows.
   static constexpr std::size_t rows() { return n; }
+  /// Number of columns.
   static constexpr std::size_t cols() { return m; }
 
+  /// Writes zeros.
   void setZero() {
     for (std::size_t i = 0; i < n * m; ++i) v[i] = 0.0;
   }
@@ -42,13 +54,17 @@ struct Mat {
     setZero();
     for (std::size_t i = 0; i < (n < m ? n : m); ++i) v[i + i * n] = 1.0;
   }
+  /// A matrix of zeros.
   static Mat zero() { return Mat{}; }
+  /// Ones on the diagonal, zeros elsewhere.
   static Mat identity() {
     Mat a;
     a.setIdentity();
     return a;
   }
 
+  ///@{
+  /// Arithmetic element by element.
   Mat& operator+=(const Mat& b) {
     for (std::size_t i = 0; i < n * m; ++i) v[i] += b.v[i];
     return *this;
@@ -61,10 +77,14 @@ struct Mat {
     for (std::size_t i = 0; i < n * m; ++i) v[i] *= s;
     return *this;
   }
+  ///@}
 
+  ///@{
+  /// View of the values as an Eigen matrix; it writes through.
   /// View of the values as an Eigen matrix; it writes through.
   auto e() { return Eigen::Map<Eigen::Matrix<double, n, m>>(v); }
   auto e() const { return Eigen::Map<const Eigen::Matrix<double, n, m>>(v); }
+  ///@}
 };
 
 using Vec3 = Mat<3, 1>;
@@ -170,7 +190,7 @@ inline Vec3 row(const Mat33& a, std::size_t i) {
 /// Owner of a heap block of doubles, aligned to 32 bytes.
 class DynamicArray {
  public:
-  double* v = nullptr;
+  double* v = nullptr;  ///< the values, owned
 
   DynamicArray() = default;
   DynamicArray(const DynamicArray&) = delete;
@@ -184,10 +204,16 @@ class DynamicArray {
     v = alignedBlock(count);
   }
 
+  ///@{
+  /// Value i; not bounds-checked.
   double& operator[](std::size_t i) { return v[i]; }
   const double& operator[](std::size_t i) const { return v[i]; }
+  ///@}
+  ///@{
+  /// The first value; null while there is no block.
   double* data() { return v; }
   const double* data() const { return v; }
+  ///@}
 
  protected:
   /// The byte count is rounded up to the alignment, as C11 7.22.3.1 once asked for.
@@ -195,14 +221,17 @@ class DynamicArray {
     const std::size_t bytes = (count * sizeof(double) + 31) & ~static_cast<std::size_t>(31);
     return static_cast<double*>(std::aligned_alloc(32, bytes));
   }
+  /// Replaces the block by a copy.
   void copyBlock(const double* source, unsigned long count) {
     allocate(count);
     if (count > 0) std::memcpy(v, source, count * sizeof(double));
   }
+  /// Takes the block of `other` and frees its own.
   void stealBlock(DynamicArray& other) {
     std::free(v);
     v = std::exchange(other.v, nullptr);
   }
+  /// Writes `count` zeros.
   static void zeroBlock(double* block, unsigned long count) {
     if (count > 0) std::memset(block, 0, count * sizeof(double));
   }
@@ -211,14 +240,20 @@ class DynamicArray {
 /// Vector whose length is known at run time; `n` is the number of elements.
 class VecDyn : public DynamicArray {
  public:
-  unsigned long n = 0;
+  unsigned long n = 0;  ///< number of values
 
   VecDyn() = default;
+  /// `size` unset values.
   explicit VecDyn(unsigned long size) { resize(size); }
+  ///@{
+  /// Copies take a block of their own; moves leave `other` empty.
   VecDyn(const VecDyn& other) : DynamicArray(), n(other.n) { copyBlock(other.v, n); }
   VecDyn(VecDyn&& other) noexcept : DynamicArray(), n(std::exchange(other.n, 0ul)) {
     stealBlock(other);
   }
+  ///@}
+  ///@{
+  /// A copy of the same length reuses the block; a move leaves `other` empty.
   VecDyn& operator=(const VecDyn& other) {
     if (this == &other) return *this;
     if (n != other.n || v == nullptr) allocate(other.n);
@@ -232,32 +267,42 @@ class VecDyn : public DynamicArray {
     n = std::exchange(other.n, 0ul);
     return *this;
   }
+  ///@}
 
   /// New block of `size` unset values; the old ones are lost.
   void resize(unsigned long size) {
     allocate(size);
     n = size;
   }
+  /// Writes zeros.
   void setZero() { zeroBlock(v, n); }
   /// New block of `size` zeros.
   void setZero(unsigned long size) {
     resize(size);
     setZero();
   }
+  /// Number of values.
   unsigned long size() const { return n; }
 
+  ///@{
+  /// View of the values as an Eigen vector; it writes through.
   auto e() { return Eigen::Map<Eigen::VectorXd>(v, static_cast<Eigen::Index>(n)); }
+  /// View of the values as an Eigen matrix.
   auto e() const { return Eigen::Map<const Eigen::VectorXd>(v, static_cast<Eigen::Index>(n)); }
+  ///@}
 };
 
 /// Column-major matrix whose size is known at run time; `n` rows and `m` columns.
 class MatDyn : public DynamicArray {
  public:
-  unsigned long n = 0;
-  unsigned long m = 0;
+  unsigned long n = 0;  ///< number of rows
+  unsigned long m = 0;  ///< number of columns
 
   MatDyn() = default;
+  /// `rows` x `cols` unset values.
   MatDyn(unsigned long rows, unsigned long cols) { resize(rows, cols); }
+  ///@{
+  /// Copies take a block of their own; moves leave `other` empty.
   MatDyn(const MatDyn& other) : DynamicArray(), n(other.n), m(other.m) {
     copyBlock(other.v, n * m);
   }
@@ -265,6 +310,9 @@ class MatDyn : public DynamicArray {
       : DynamicArray(), n(std::exchange(other.n, 0ul)), m(std::exchange(other.m, 0ul)) {
     stealBlock(other);
   }
+  ///@}
+  ///@{
+  /// A copy of the same number of values reuses the block; a move leaves `other` empty.
   MatDyn& operator=(const MatDyn& other) {
     if (this == &other) return *this;
     if (n * m != other.n * other.m || v == nullptr) allocate(other.n * other.m);
@@ -280,10 +328,14 @@ class MatDyn : public DynamicArray {
     m = std::exchange(other.m, 0ul);
     return *this;
   }
+  ///@}
 
   using DynamicArray::operator[];
+  ///@{
+  /// Element in row i and column j, from 0; not bounds-checked.
   double& operator()(std::size_t i, std::size_t j) { return v[i + j * n]; }
   const double& operator()(std::size_t i, std::size_t j) const { return v[i + j * n]; }
+  ///@}
 
   /// New block of `rows` x `cols` unset values; the old ones are lost.
   void resize(unsigned long rows, unsigned long cols) {
@@ -291,15 +343,20 @@ class MatDyn : public DynamicArray {
     n = rows;
     m = cols;
   }
+  /// Writes zeros.
   void setZero() { zeroBlock(v, n * m); }
   /// New block of `rows` x `cols` zeros.
   void setZero(unsigned long rows, unsigned long cols) {
     resize(rows, cols);
     setZero();
   }
+  /// Number of rows.
   unsigned long rows() const { return n; }
+  /// Number of columns.
   unsigned long cols() const { return m; }
 
+  ///@{
+  /// View of the values as an Eigen matrix; the first form writes through.
   auto e() {
     return Eigen::Map<Eigen::MatrixXd>(v, static_cast<Eigen::Index>(n),
                                        static_cast<Eigen::Index>(m));
@@ -308,6 +365,7 @@ class MatDyn : public DynamicArray {
     return Eigen::Map<const Eigen::MatrixXd>(v, static_cast<Eigen::Index>(n),
                                              static_cast<Eigen::Index>(m));
   }
+  ///@}
 };
 
 /// Standard allocator whose blocks start at a multiple of `alignment` bytes. The stride of elements
@@ -316,21 +374,26 @@ class MatDyn : public DynamicArray {
 template <typename T, std::size_t alignment>
 class AlignedAllocator {
  public:
+  /// Element.
   using value_type = T;
+  /// The same allocator for another element.
   template <typename U>
   struct rebind {
-    using other = AlignedAllocator<U, alignment>;
+    using other = AlignedAllocator<U, alignment>;  ///< its type
   };
 
   AlignedAllocator() noexcept = default;
   template <typename U>
+  /// All allocators of one alignment are equal.
   AlignedAllocator(const AlignedAllocator<U, alignment>&) noexcept {}  // NOLINT: converts
 
+  /// Room for `count` elements, unset.
   T* allocate(std::size_t count) {
     void* block = nullptr;
     if (posix_memalign(&block, alignment, count * sizeof(T)) != 0) throw std::bad_alloc();
     return static_cast<T*>(block);
   }
+  /// Frees what `allocate` gave.
   void deallocate(T* block, std::size_t) noexcept { std::free(block); }
 };
 

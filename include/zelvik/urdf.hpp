@@ -34,31 +34,33 @@ struct UrdfBody {
   Mat<3, 3> rot = Mat<3, 3>::identity();  ///< shape to link frame
   Mat<3, 1> scale{{1.0, 1.0, 1.0}};       ///< of a mesh
   std::vector<double> shapeParam;         ///< see `Shape::Type`; of a mesh the scale
-  std::string material;
-  std::string collisionMaterial;
-  std::string name;  ///< always empty
+  std::string material;                   ///< of the visual
+  std::string collisionMaterial;          ///< name that the material table knows
+  std::string name;                       ///< always empty
 };
 
+/// One `joint` element. Angles in rad, lengths in m.
 struct UrdfJoint {
-  std::string name;
-  std::string parent;  ///< link above
-  std::string child;   ///< link below
-  Joint::Type type = Joint::FIXED;
+  std::string name;                                      ///< of the joint
+  std::string parent;                                    ///< link above
+  std::string child;                                     ///< link below
+  Joint::Type type = Joint::FIXED;                       ///< "continuous" counts as revolute
   Mat<3, 1> pos{};                                       ///< in the parent link's frame
   Mat<3, 3> rot = Mat<3, 3>::identity();                 ///< child to parent link's frame
   Mat<3, 1> axis{{1.0, 0.0, 0.0}};                       ///< in the child link's frame
   double lower = std::numeric_limits<double>::lowest();  ///< of a spherical joint: the limit
-  double upper = std::numeric_limits<double>::max();
-  double damping = 0.0;
-  double friction = 0.0;
-  double stiffness = 0.0;
-  double rotorInertia = 0.0;
-  double effort = -1.0;     ///< negative: no limit
+  double upper = std::numeric_limits<double>::max();     ///< (m or rad)
+  double damping = 0.0;                                  ///< (N s/m or N m s/rad)
+  double friction = 0.0;                                 ///< stored only
+  double stiffness = 0.0;                                ///< (N/m or N m/rad)
+  double rotorInertia = 0.0;                             ///< (kg or kg m^2)
+  double effort = -1.0;                                  ///< negative: no limit
   Mat<4, 1> springMount{};  ///< a quaternion for a spherical joint, else the first entry
 };
 
+/// One `link` element.
 struct UrdfLink {
-  std::string name;
+  std::string name;                                    ///< of the link
   UrdfJoint parentJoint;                               ///< the joint above
   UrdfLink* parentLink = nullptr;                      ///< null: may be the root
   std::vector<UrdfLink*> childLinks;                   ///< by name of the joint
@@ -66,19 +68,20 @@ struct UrdfLink {
   std::vector<UrdfBody> collisions;                    ///< in document order
   Mat<3, 1> inertialPosition{};                        ///< centre of mass in the link frame
   Mat<3, 3> inertialRotation = Mat<3, 3>::identity();  ///< inertia to link frame
-  double mass = 0.0;
+  double mass = 0.0;                                   ///< (kg)
   Mat<3, 3> inertia{};  ///< about the centre of mass, in the inertia frame
 };
 
+/// One `material` element; colours are not used further.
 struct UrdfMaterial {
-  std::string name;
-  double color[3] = {0.7, 0.7, 0.7};
+  std::string name;                   ///< of the material
+  double color[3] = {0.7, 0.7, 0.7};  ///< red, green, blue, 0 to 1
 };
 
 /// What a document holds, by name. Records do not move: links point to each other.
 struct UrdfModel {
-  std::map<std::string, UrdfLink> links;
-  std::map<std::string, UrdfJoint> joints;
+  std::map<std::string, UrdfLink> links;    ///< by name
+  std::map<std::string, UrdfJoint> joints;  ///< by name
 };
 
 /// What the reader makes of a document.
@@ -107,10 +110,13 @@ ZELVIK_API bool processBody(const ZelvikTinyXmlWrapper& element, UrdfBody& out,
                             const std::string& name);
 
 // One child element of `robot`.
+///@{
+/// One child element of `robot`; false after a fatal message.
 ZELVIK_API bool readMaterial(const ZelvikTinyXmlWrapper& element, UrdfMaterial& out);
 ZELVIK_API bool readLink(const ZelvikTinyXmlWrapper& element, const std::string& bodyName,
                          UrdfLink& out);
 ZELVIK_API bool readJoint(const ZelvikTinyXmlWrapper& element, UrdfJoint& out);
+///@}
 
 /// Reads a whole document into a tree.
 ///
@@ -133,6 +139,7 @@ class ZELVIK_API LoadFromURDF2 {
   LoadFromURDF2(ArticulatedSystem& system, std::string pathOrText,
                 std::vector<std::string> jointOrder, bool fromFile);
 
+  /// The same as `readUrdfTree`.
   UrdfTree read(const std::string& pathOrText, std::vector<std::string> jointOrder);
 
   /// Fills `child` and everything below it from `link`.

@@ -16,6 +16,7 @@ namespace zelvik {
 /// with the text of a warning in yellow and that of a fatal message in bold red.
 class ZELVIK_API ZelvikMsg {
  public:
+  /// Third argument of `stream`.
   enum Severity { INFO = 0, WARN = 1, FATAL = 2 };
 
   /// Called after a fatal message has been printed; shared by the whole process. Starts as a

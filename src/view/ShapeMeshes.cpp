@@ -103,7 +103,8 @@ TriangleMesh box(const std::vector<double>& size) {
 // ---- meshes ------------------------------------------------------------------------------------
 
 Vector3f vertexOf(const MeshData& data, std::uint32_t index) {
-  return {data.positions[3 * index], data.positions[3 * index + 1], data.positions[3 * index + 2]};
+  const std::size_t first = 3 * static_cast<std::size_t>(index);
+  return {data.positions[first], data.positions[first + 1], data.positions[first + 2]};
 }
 
 /// Twice the area along the normal, per triangle.

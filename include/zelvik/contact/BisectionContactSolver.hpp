@@ -45,9 +45,9 @@ class ZELVIK_API BisectionContactSolver {
   const std::vector<double>& getErrorHistory() const { return errorHistory_; }
   /// Stopping error per contact.
   double getThreshold() const { return threshold_; }
-  int getMaxIterations() const { return maxIterations_; }
-  double getERP() const { return erp_; }
-  double getERP2() const { return erp2_; }
+  int getMaxIterations() const { return maxIterations_; }  ///< sweep limit
+  double getERP() const { return erp_; }                   ///< see `setERP` (1/s)
+  double getERP2() const { return erp2_; }                 ///< see `setERP`
 
   /// @param relaxation weight of the newly computed impulse, 1 takes it whole
   /// @param maxIterations sweep limit
@@ -60,6 +60,7 @@ class ZELVIK_API BisectionContactSolver {
     erp_ = erp;
     erp2_ = erp2;
   }
+  /// Kept beside the parameters; the solve does not read it. @param dt (s)
   void setTimeStep(double dt) {
     timeStep_ = dt;
     timeStepInv_ = 1.0 / dt;

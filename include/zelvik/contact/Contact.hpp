@@ -26,7 +26,7 @@ struct Contact {
   bool selfCollision_ = false;      ///< has absorbed its twin on the same articulated system
   bool skip_ = false;               ///< is that twin
   bool objectA_ = true;             ///< whether this object is the first of the pair
-  BodyType pairBodyType_ = BodyType::DYNAMIC;
+  BodyType pairBodyType_ = BodyType::DYNAMIC;  ///< of the other side
 
   Contact() = default;
 

@@ -40,7 +40,7 @@ struct ZELVIK_API Single3DContactProblem {
   Mat<3, 1> planeBasis_[2]{};    ///< orthonormal basis of the plane, by `checkRank`
   Mat<3, 2> tangentMap_{};       ///< velocity per unit tangential impulse at zero normal residual
   std::vector<Mat<3, 3>> otherBlocks_;  ///< coupling blocks, parallel to `otherProblems_`
-  std::vector<Single3DContactProblem*> otherProblems_;
+  std::vector<Single3DContactProblem*> otherProblems_;  ///< coupled through stored blocks
   double mu_ = 0.0;                    ///< friction coefficient; direction of a joint limit
   double muInvDzz_ = 0.0;              ///< D(2,2) / mu, by the solver
   double muInv_ = 0.0;                 ///< 1 / mu; infinite for mu = 0
@@ -54,12 +54,13 @@ struct ZELVIK_API Single3DContactProblem {
   double dzzInv_ = 0.0;      ///< 1 / D(2,2), by the solver
   Object* objA_ = nullptr;  ///< object whose velocity is queried and updated on the A side, or null
   Object* objB_ = nullptr;  ///< the same on the B side
-  unsigned int rank_ = FULL;
-  size_t contactIdxA_ = 0;  ///< contact index in `objA_`; body index of a joint limit
-  size_t contactIdxB_ = 0;  ///< contact index in `objB_`
-  bool hasAppliedDelassus_ = false;
+  unsigned int rank_ = FULL;         ///< see `Rank`
+  size_t contactIdxA_ = 0;           ///< contact index in `objA_`; body index of a joint limit
+  size_t contactIdxB_ = 0;           ///< contact index in `objB_`
+  bool hasAppliedDelassus_ = false;  ///< whether `appliedDelassus_` is to be taken out
 
   Single3DContactProblem() = default;
+  /// A contact at (x, y, z) (m, world axes) of signed `depth` (m, negative while penetrating).
   Single3DContactProblem(const MaterialPairProperties& prop, double x, double y, double z,
                          double depth);
 

@@ -13,14 +13,15 @@ namespace zelvik {
 /// and inertia are the caller's and never computed from the shapes.
 class ZELVIK_API Compound : public SingleBodyObject {
  public:
+  /// One shape of a compound.
   struct CompoundObjectChild {
     ObjectType objectType;  ///< `BOX`, `CYLINDER`, `CAPSULE` or `SPHERE`
     /// Box: extents along x, y, z. Cylinder and capsule: radius, height (of a capsule without its
     /// caps). Sphere: radius. (m), not negative.
     double objectParam[4];
-    std::string material;
-    Mat<3, 3> rotation;  ///< child to body
-    Mat<3, 1> position;  ///< child origin (m, body frame)
+    std::string material;  ///< of this shape
+    Mat<3, 3> rotation;    ///< child to body
+    Mat<3, 1> position;    ///< child origin (m, body frame)
   };
 
   /// @param mass (kg); zero is not checked and gives an infinite inverse
@@ -37,8 +38,10 @@ class ZELVIK_API Compound : public SingleBodyObject {
   void updateCollision() override;
   void destroyCollisionBodies(dSpaceID space) override;
   size_t getGeomCount() const override { return collisionGeoms_.size(); }
+  /// Geom of child i; not bounds-checked.
   dGeomID getGeom(size_t i) const override { return collisionGeoms_[i]; }
 
+  /// The shapes as they were given.
   const std::vector<CompoundObjectChild>& getChildren() const { return children_; }
   /// One geom per child, in the order of the children. They never collide with each other.
   const std::vector<dGeomID>& getCollisionGeoms() const { return collisionGeoms_; }

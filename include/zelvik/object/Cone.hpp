@@ -28,12 +28,15 @@ class ZELVIK_API Cone : public SingleBodyObject {
 
   void updateCollision() override;
   using SingleBodyObject::setOrientation;
+  ///@{
+  /// Turns the body and its centre of mass about the body's origin.
   void setOrientation(double w, double x, double y, double z) override;
   void setOrientation(const Eigen::Quaterniond& q) override {
     Vec4 unit{{q.w(), q.x(), q.y(), q.z()}};
     unit *= 1.0 / norm(unit);
     turnAboutOrigin(unit);
   }
+  ///@}
 
  private:
   void turnAboutOrigin(const Mat<4, 1>& q);

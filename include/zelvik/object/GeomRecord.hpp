@@ -19,12 +19,12 @@ namespace zelvik {
 struct GeomRecord {
   size_t objectIdx = kNone;  ///< position of the owner in the world's object list; none on the ray
   size_t localBodyIdx = 0;   ///< body inside the owner; 0 for all but articulated systems
-  std::string materialName;
+  std::string materialName;  ///< that the material table knows
   std::set<dGeomID> ignoredGeoms;  ///< geoms with which this one never collides
   /// Of a triangle mesh: where its vertices stand, three numbers each (m, frame of the geom). They
   /// belong to the owner.
   const float* vertices = nullptr;
-  size_t vertexCount = 0;
+  size_t vertexCount = 0;  ///< of `vertices`
 };
 
 /// Gives a fresh record to a geom; called by whoever creates the geom, before it enters a space.
@@ -76,7 +76,7 @@ inline void writeGeomPose(dGeomID geom, const Mat<3, 1>& positionW, const Mat<3,
   }
   double* p = const_cast<double*>(dGeomGetPosition(geom));
   double* R = const_cast<double*>(dGeomGetRotation(geom));
-  for (int i = 0; i < 3; ++i) {
+  for (std::size_t i = 0; i < 3; ++i) {
     p[i] = positionW[i];
     R[4 * i] = rotationW(i, 0);
     R[4 * i + 1] = rotationW(i, 1);

@@ -67,17 +67,19 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   /// which the collider takes, too.
   void getNormal(double x, double y, Mat<3, 1>& normal) const;
 
+  ///@{
   /// The heights (m), row by row. Changes reach `getHeight`, `getNormal`, `rayHits` and exact
   /// contacts inside of the former range of heights, but not the shape of ODE, which has a copy.
   std::vector<double>& getHeightMap() { return heights_; }
   const std::vector<double>& getHeightMap() const { return heights_; }
+  ///@}
 
-  double getCenterX() const { return centerX_; }  ///< (m, world)
-  double getCenterY() const { return centerY_; }  ///< (m, world)
-  double getXSize() const { return xSize_; }      ///< (m)
-  double getYSize() const { return ySize_; }      ///< (m)
-  size_t getXSamples() const { return xSamples_; }
-  size_t getYSamples() const { return ySamples_; }
+  double getCenterX() const { return centerX_; }    ///< (m, world)
+  double getCenterY() const { return centerY_; }    ///< (m, world)
+  double getXSize() const { return xSize_; }        ///< (m)
+  double getYSize() const { return ySize_; }        ///< (m)
+  size_t getXSamples() const { return xSamples_; }  ///< columns
+  size_t getYSamples() const { return ySamples_; }  ///< rows
 
   /// Finds where a ray meets the surface, by a walk over the grid cells below it. Uses the present
   /// pose. A ray from below hits, too, but a ray that stays below does not.
@@ -94,6 +96,7 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   /// are ODE's, whose collider lets round shapes sink in where the ground is convex (a sphere of
   /// 0.15 m vanishes between the vertices of 0.3 m cells) and never lets a mesh come to rest.
   void setExactContacts(bool exact) { exactContacts_ = exact; }
+  /// See `setExactContacts`.
   bool usesExactContacts() const { return exactContacts_; }
 
   /// Contacts with a sphere, capsule, cylinder, box or triangle mesh, found on the triangles

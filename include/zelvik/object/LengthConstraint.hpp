@@ -30,11 +30,14 @@ class ZELVIK_API LengthConstraint {
   /// whose wire it keeps. The wire never acts again, and its bodies are null.
   void releaseBody(const Object* body);
 
+  /// Name for `World::getWire`; need not be unique.
   void setName(const std::string& name) { name_ = name; }
+  /// The name.
   const std::string& getName() const { return name_; }
   /// When the wire acts: 0 if its distance is above its length, 1 (initially) if below, 2 always.
   /// Other values leave it as it is.
   void setStretchType(int type) { stretchType_ = type; }
+  /// See `setStretchType`.
   int getStretchType() const { return stretchType_; }
   /// Whether the wire acts, by the last `update`.
   bool isActive() const { return active_; }
@@ -47,28 +50,32 @@ class ZELVIK_API LengthConstraint {
   }  ///< unit, from point 1 to point 2 (world axes)
   const Mat<3, 1>& getP1() const { return worldPos1_; }  ///< (m, world axes)
   const Mat<3, 1>& getP2() const { return worldPos2_; }  ///< (m, world axes)
+  /// Null once the body has been removed.
   Object* getBody1() const { return body1_; }
+  /// Null once the body has been removed.
   Object* getBody2() const { return body2_; }
+  /// Body inside of the first object.
   size_t getLocalIdx1() const { return localIdx1_; }
+  /// Body inside of the second object.
   size_t getLocalIdx2() const { return localIdx2_; }
 
  protected:
-  std::string name_;
-  Mat<3, 1> localPos1_;  ///< (m, body frame)
-  Object* body1_;
-  Mat<3, 1> localPos2_;  ///< (m, body frame)
-  Object* body2_;
-  Mat<3, 1> worldPos1_{};  ///< (m, world axes) computed by `update`
-  size_t localIdx1_;
-  Mat<3, 1> worldPos2_{};  ///< (m, world axes) computed by `update`
-  size_t localIdx2_;
+  std::string name_;            ///< see `setName`
+  Mat<3, 1> localPos1_;         ///< (m, body frame)
+  Object* body1_;               ///< not owned
+  Mat<3, 1> localPos2_;         ///< (m, body frame)
+  Object* body2_;               ///< not owned
+  Mat<3, 1> worldPos1_{};       ///< (m, world axes) computed by `update`
+  size_t localIdx1_;            ///< body inside of `body1_`
+  Mat<3, 1> worldPos2_{};       ///< (m, world axes) computed by `update`
+  size_t localIdx2_;            ///< body inside of `body2_`
   Mat<3, 1> norm_{};            ///< computed by `update`
   double length_;               ///< (m)
   double distance_ = 0.0;       ///< (m) computed by `update`
   double stretch_ = 0.0;        ///< (m) computed by `update`
   double initialLength_ = 0.0;  ///< (m) of a compliant wire
-  int stretchType_ = 1;
-  bool active_ = false;  ///< computed by `update`
+  int stretchType_ = 1;         ///< see `setStretchType`
+  bool active_ = false;         ///< computed by `update`
 };
 
 }  // namespace zelvik

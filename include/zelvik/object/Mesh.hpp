@@ -54,6 +54,7 @@ class ZELVIK_API Mesh : public SingleBodyObject {
 
   /// The file given to the constructor; empty for a mesh from arrays.
   const std::string& getFileName() const { return meshFileName_; }
+  /// Factor that was applied to every coordinate.
   double getScale() const { return scale_; }
   /// x, y, z per used vertex (m, body axes), scaled.
   const std::vector<float>& getVertices() const { return meshVertices_; }

@@ -50,7 +50,7 @@ struct DelassusAndTauStar {
 /// The contacts of one object in one step.
 struct PerObjectContact {
   AlignedVector<DelassusAndTauStar> delassusAndTauStar_;  ///< in the order of `contacts_`
-  std::vector<contact::Contact> contacts_;
+  std::vector<contact::Contact> contacts_;                ///< of the present step
 };
 
 /// Base of everything that a `World` holds and steps. Operations with a local index take the body
@@ -74,24 +74,35 @@ class ZELVIK_API Object {
   virtual void integrate(double dt, const Mat<3, 1>& gravity) = 0;
   /// Adds a force at the centre of mass for the next step.
   virtual void setExternalForce(size_t localIdx, const Mat<3, 1>& force) = 0;
+  /// Adds a torque (N m, world axes) for the next step.
   virtual void setExternalTorque(size_t localIdx, const Mat<3, 1>& torque) = 0;
   /// Adds a force (world axes) at a point given in the body frame.
   virtual void setExternalForce(size_t localIdx, const Mat<3, 1>& pos, const Mat<3, 1>& force) = 0;
   /// The same from a wire; not recorded for display.
   virtual void setConstraintForce(size_t localIdx, const Mat<3, 1>& pos,
                                   const Mat<3, 1>& force) = 0;
+  /// Mass of a body (kg).
   virtual double getMass(size_t localIdx) const = 0;
+  /// What kind of object this is.
   virtual ObjectType getObjectType() const = 0;
+  /// Centre of mass of a single body, frame origin of a body of an articulated system (m, world
+  /// axes).
   virtual void getPosition(size_t localIdx, Mat<3, 1>& pos) const = 0;
+  /// Velocity of the same point (m/s, world axes).
   virtual void getVelocity(size_t localIdx, Mat<3, 1>& vel) const = 0;
+  /// Rotation that maps the body's axes to the world's.
   virtual void getOrientation(size_t localIdx, Mat<3, 3>& rot) const = 0;
   /// World position of a point given in the body frame.
   virtual void getPosition(size_t localIdx, const Mat<3, 1>& bodyPoint,
                            Mat<3, 1>& worldPoint) const = 0;
+  ///@{
+  /// How a body, or the object as a whole, takes part in a step.
   virtual BodyType getBodyType(size_t localIdx) const;
   virtual BodyType getBodyType() const;
+  ///@}
   /// Present velocity of a contact point during the solve (contact frame).
   virtual void getContactPointVel(size_t contactIdx, Mat<3, 1>& vel) const = 0;
+  /// Empties the lists of external forces and torques.
   virtual void clearExternalForcesAndTorques() = 0;
   /// Removes and frees the geoms.
   virtual void destroyCollisionBodies(dSpaceID space) = 0;
@@ -99,7 +110,9 @@ class ZELVIK_API Object {
   virtual void addContactPointVel(size_t contactIdx, Mat<3, 1>& vel) = 0;
   /// The same with a minus sign.
   virtual void subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) = 0;
+  /// Prepares what depends on the time step (s).
   virtual void updateTimeStep(double dt) = 0;
+  /// The same where it is out of date.
   virtual void updateTimeStepIfNecessary(double dt) = 0;
   /// Applies a change of impulse (contact frame) to the object's velocity.
   virtual void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) = 0;
@@ -108,65 +121,88 @@ class ZELVIK_API Object {
   /// Solves one joint limit in place; returns the residual velocity.
   virtual double enforceJointLimits(contact::Single3DContactProblem& problem);
 
+  /// Contacts with their blocks.
   PerObjectContact& getPerObjectContact() { return perObjectContact_; }
+  /// Per contact: what this object tells the solver.
   AlignedVector<DelassusAndTauStar>& getDelassusAndTauStar() {
     return perObjectContact_.delassusAndTauStar_;
   }
+  ///@{
   /// Contacts of the present step, from `World::integrate1` on.
   std::vector<contact::Contact>& getContacts() { return perObjectContact_.contacts_; }
   const std::vector<contact::Contact>& getContacts() const { return perObjectContact_.contacts_; }
+  ///@}
+  /// Normal velocity before the solve of a contact's point on this object (m/s).
   double& getImpactVel(size_t contactIdx) {
     return perObjectContact_.contacts_[contactIdx].impactVel_;
   }
+  /// Appends a record; called by the world.
   void addContactToPerObjectContact(contact::Contact& contact) {
     perObjectContact_.contacts_.push_back(contact);
   }
+  /// Drops the contacts; called by the world.
   void clearPerObjectContact() { perObjectContact_.contacts_.clear(); }
+  /// Called by the world.
   void setIndexInWorld(size_t index) { indexInWorld_ = index; }
+  /// Place in `World::getObjList`; changes when an earlier object is removed.
   size_t getIndexInWorld() const { return indexInWorld_; }
+  /// Called by the world.
   void setIdInWorld(size_t id) { idInWorld_ = id; }
   /// Differs for all objects that the world ever held, also for one at a freed object's address.
   size_t getIdInWorld() const { return idInWorld_; }
   /// Whether coupling goes through stored blocks (true) or through queries of the velocity.
   bool usesFullDelassus() const { return fullDelassus_; }
 
+  /// Name for `World::getObject`; need not be unique.
   void setName(const std::string& name) { name_ = name; }
+  /// The name; empty at first.
   const std::string& getName() const { return name_; }
 
   // External forces of the last step that had any, for display (world axes).
+  /// (N)
   const std::vector<Mat<3, 1>>& getVisForces() const { return visForces_; }
+  /// Where they act (m).
   const std::vector<Mat<3, 1>>& getVisForcePositions() const { return visForcePositions_; }
+  /// (N m)
   const std::vector<Mat<3, 1>>& getVisTorques() const { return visTorques_; }
+  /// Where they are to be drawn (m).
   const std::vector<Mat<3, 1>>& getVisTorquePositions() const { return visTorquePositions_; }
   /// Whether these lists, if not empty, are those of the last step itself.
   bool areVisForcesCurrent() const { return visForcesCurrent_; }
 
  protected:
+  /// Notes a pending force or torque.
   void appendExternal(bool isForce, const Mat<3, 1>& vector, const Mat<3, 1>& position);
+  /// Empties the display lists.
   void clearVisForces();
+  /// Empties the pending lists.
   void clearPendingForces();
   /// Appends the pending entries to the display lists by their flag.
   void copyPendingForcesToVis();
 
-  PerObjectContact perObjectContact_;
-  size_t numContacts_ = 0;  ///< computed by `ArticulatedSystem::preContactSolverUpdate1`
-  size_t indexInWorld_ = 0;
-  size_t idInWorld_ = 0;  ///< `World`
-  BodyType bodyType_ = BodyType::DYNAMIC;
-  bool fullDelassus_ = true;
-  std::string name_;
+  PerObjectContact perObjectContact_;  ///< of the present step
+  size_t numContacts_ = 0;             ///< computed by `ArticulatedSystem::preContactSolverUpdate1`
+  size_t indexInWorld_ = 0;            ///< set by the world
+  size_t idInWorld_ = 0;               ///< set by the world
+  BodyType bodyType_ = BodyType::DYNAMIC;  ///< of the object as a whole
+  bool fullDelassus_ = true;               ///< see `usesFullDelassus`
+  std::string name_;                       ///< see `setName`
 
   // Pending external forces, three parallel lists.
-  std::vector<bool> externalForceFlags_;  ///< true for a force, false for a torque
-  std::vector<Mat<3, 1>> externalForceVectors_;
-  std::vector<Mat<3, 1>> externalForcePositions_;
+  std::vector<bool> externalForceFlags_;           ///< true for a force, false for a torque
+  std::vector<Mat<3, 1>> externalForceVectors_;    ///< (N or N m, world axes)
+  std::vector<Mat<3, 1>> externalForcePositions_;  ///< (m, world axes)
 
-  std::vector<Mat<3, 1>> visForces_, visForcePositions_, visTorques_, visTorquePositions_;
+  // For display (world axes).
+  std::vector<Mat<3, 1>> visForces_;           ///< (N)
+  std::vector<Mat<3, 1>> visForcePositions_;   ///< (m)
+  std::vector<Mat<3, 1>> visTorques_;          ///< (N m)
+  std::vector<Mat<3, 1>> visTorquePositions_;  ///< (m)
   bool visForcesCurrent_ = true;  ///< single bodies keep their lists, robots clear them
 
   // Wire forces of the step; used by `ArticulatedSystem` only.
-  std::vector<SparseJacobian> constraintJacobians_;
-  std::vector<Mat<3, 1>> constraintForces_;
+  std::vector<SparseJacobian> constraintJacobians_;  ///< one per force of a wire
+  std::vector<Mat<3, 1>> constraintForces_;          ///< (N, world axes)
 };
 
 }  // namespace zelvik

@@ -40,6 +40,7 @@ enum GyroscopicMode {
 /// NaN state spreads in silence, its geom being disabled meanwhile.
 class ZELVIK_API SingleBodyObject : public Object {
  public:
+  /// A `DYNAMIC` body at the origin without mass and without a geom; shapes fill in both.
   explicit SingleBodyObject(ObjectType type);
   /// Destroys the geom if `destroyCollisionBodies` has not. A class whose geom refers to data of
   /// its own calls `destroyGeoms` in its destructor before it frees them.
@@ -53,6 +54,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void setExternalTorque(size_t localIdx, const Mat<3, 1>& torque) override;
   void setExternalForce(size_t localIdx, const Mat<3, 1>& pos, const Mat<3, 1>& force) override;
   void setConstraintForce(size_t localIdx, const Mat<3, 1>& pos, const Mat<3, 1>& force) override;
+  /// (kg)
   double getMass(size_t localIdx) const override;
   ObjectType getObjectType() const override;
   /// Centre of mass (m, world axes).
@@ -73,10 +75,13 @@ class ZELVIK_API SingleBodyObject : public Object {
   void updateTimeStepIfNecessary(double dt) override;
   void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) override;
 
+  ///@{
   /// Position of the body origin (m, world axes).
   virtual void setPosition(const Eigen::Vector3d& p) { setPosition(p[0], p[1], p[2]); }
   virtual void setPosition(double x, double y, double z);
   virtual void setPosition(const Mat<3, 1>& p);
+  ///@}
+  ///@{
   /// Orientation body to world, normalised. The other quaternion forms store (w, x, y, z) as they
   /// stand: one that is not of unit length scales the rotation matrix until the next step. No form
   /// moves the stored centre of mass, see the class.
@@ -95,6 +100,8 @@ class ZELVIK_API SingleBodyObject : public Object {
     storeOrientation(q);
   }
   virtual void setOrientation(const Mat<4, 1>& q);
+  ///@}
+  ///@{
   /// `setPosition`, then `setOrientation`: a body with a centre-of-mass offset keeps the centre of
   /// mass that its former orientation gave, and jumps at the next step; call the two in the other
   /// order for such a body.
@@ -110,15 +117,20 @@ class ZELVIK_API SingleBodyObject : public Object {
     setPosition(p);
     setOrientation(R);
   }
+  ///@}
+  ///@{
   /// Velocity of the centre of mass (m/s) and angular velocity (rad/s), both in world axes.
   virtual void setVelocity(const Eigen::Vector3d& linear, const Eigen::Vector3d& angular) {
     setVelocity(linear[0], linear[1], linear[2], angular[0], angular[1], angular[2]);
   }
   virtual void setVelocity(double vx, double vy, double vz, double wx, double wy, double wz);
+  ///@}
   /// The geoms of the object: one or none, several for a compound.
   virtual size_t getGeomCount() const { return collisionObject_ != nullptr ? 1 : 0; }
+  /// A geom by its place, from 0 to `getGeomCount() - 1`.
   virtual dGeomID getGeom(size_t) const { return collisionObject_; }
 
+  /// Velocity of the centre of mass (m/s) and angular velocity (rad/s), both in world axes.
   void setVelocity(const Mat<3, 1>& linear, const Mat<3, 1>& angular);
   /// Every type but `DYNAMIC` moves the geoms to collision group 0x80000000; `DYNAMIC` leaves the
   /// group as it is.
@@ -128,9 +140,13 @@ class ZELVIK_API SingleBodyObject : public Object {
   /// Drag torque per angular velocity (N m s/rad, body axes). Acts only if the first value is above
   /// 0, whatever the others are.
   void setAngularDamping(const Mat<3, 1>& damping) { angularDamping_ = damping; }
+  /// (N s/m)
   double getLinearDamping() const { return linearDamping_; }
+  /// (N m s/rad, body axes)
   const Mat<3, 1>& getAngularDamping() const { return angularDamping_; }
+  /// How the gyroscopic torque is integrated.
   void setGyroscopicMode(GyroscopicMode mode) { gyroscopicMode_ = mode; }
+  /// See `setGyroscopicMode`.
   GyroscopicMode getGyroscopicMode() const { return gyroscopicMode_; }
 
   /// The geom; null for a compound, a cone and a shape that was refused.
@@ -139,19 +155,25 @@ class ZELVIK_API SingleBodyObject : public Object {
   unsigned long getCollisionGroup() const;
   /// Collide bits of the (first) geom; 0 without a geom.
   unsigned long getCollisionMask() const;
+  /// Category bits of all geoms of the body.
   void setCollisionGroup(unsigned long group);
+  /// Collide bits of all geoms of the body.
   void setCollisionMask(unsigned long mask);
+  /// Name that the material table knows; "" at first.
   const std::string& getMaterial() const { return materialName_; }
   /// Sets the material of the object and of its geoms.
   void setMaterial(const std::string& material);
   /// Free text for a renderer.
   const std::string& getAppearance() const { return appearance_; }
+  /// See `getAppearance`.
   void setAppearance(const std::string& appearance) { appearance_ = appearance; }
 
+  ///@{
   /// Inertia about the centre of mass (kg m^2, body axes), positive definite; another matrix gives
   /// NaN.
   void setInertia(const Eigen::Matrix3d& inertia) { setInertia(readMatrix(inertia)); }
   void setInertia(const Mat<3, 3>& inertia);
+  ///@}
   /// Turns inertia and inverse into world axes; only for `DYNAMIC`.
   void updateWorldInertia();
   /// Rotation, world inertia and geom from the stored quaternion.
@@ -186,23 +208,25 @@ class ZELVIK_API SingleBodyObject : public Object {
   void destroyGeoms();
   /// Whether ODE takes the number as a length: finite and not negative.
   static bool isUsableSize(double size) { return isUsableShapeSize(size); }
+  /// The same values as a `Mat`.
   static Mat33 readMatrix(const Eigen::Matrix3d& A) {
     Mat33 out;
     for (int j = 0; j < 3; ++j)
       for (int i = 0; i < 3; ++i) out(i, j) = A(i, j);
     return out;
   }
+  /// Takes a quaternion (w, x, y, z) and updates what follows from it.
   void storeOrientation(const Mat<4, 1>& q);
 
-  dGeomID collisionObject_ = nullptr;
-  ObjectType objectType_;
+  dGeomID collisionObject_ = nullptr;  ///< owned
+  ObjectType objectType_;              ///< given at construction
 
   // Pose.
-  Mat<4, 1> quaternion_{{1.0, 0.0, 0.0, 0.0}};
-  Mat<3, 3> rot_ = Mat<3, 3>::identity();  ///< body to world
-  Mat<3, 1> bodyPos_{};                    ///< body origin (m, world axes)
-  Mat<3, 1> comPos_{};                     ///< centre of mass (m, world axes)
-  Mat<3, 1> comOffset_{};                  ///< centre of mass (m, body frame)
+  Mat<4, 1> quaternion_{{1.0, 0.0, 0.0, 0.0}};  ///< (w, x, y, z), body to world
+  Mat<3, 3> rot_ = Mat<3, 3>::identity();       ///< body to world
+  Mat<3, 1> bodyPos_{};                         ///< body origin (m, world axes)
+  Mat<3, 1> comPos_{};                          ///< centre of mass (m, world axes)
+  Mat<3, 1> comOffset_{};                       ///< centre of mass (m, body frame)
 
   // Velocity (world axes).
   Mat<3, 1> linVel_{};     ///< of the centre of mass (m/s)
@@ -211,22 +235,28 @@ class ZELVIK_API SingleBodyObject : public Object {
   Mat<6, 1> genVel_{};     ///< linear, angular; changed by the solver in the mode without blocks
 
   // Inertia about the centre of mass (kg m^2) and inverses.
-  Mat<3, 3> bodyInertia_{}, worldInertia_{}, bodyInertiaInv_{}, worldInertiaInv_{};
-  GyroscopicMode gyroscopicMode_ = IMPLICIT_GYROSCOPIC_BODY;
+  Mat<3, 3> bodyInertia_{};                                   ///< in body axes
+  Mat<3, 3> worldInertia_{};                                  ///< in world axes
+  Mat<3, 3> bodyInertiaInv_{};                                ///< in body axes
+  Mat<3, 3> worldInertiaInv_{};                               ///< in world axes
+  GyroscopicMode gyroscopicMode_ = IMPLICIT_GYROSCOPIC_BODY;  ///< see `setGyroscopicMode`
 
-  Mat<3, 1> linVelFree_{}, angVelFree_{};  ///< after a step without contacts
-  Mat<3, 1> force_{}, torque_{};           ///< of this step, torque about the centre of mass
-  std::vector<Mat<3, 1>> contactArm_;      ///< centre of mass minus contact point (m, world axes)
-  double mass_ = 0.0, invMass_ = 0.0;      ///< (kg), (1/kg)
-  double linearDamping_ = 0.0;             ///< (N s/m)
-  Mat<3, 1> angularDamping_{};             ///< (N m s/rad, body axes)
+  Mat<3, 1> linVelFree_{};             ///< after a step without contacts (m/s)
+  Mat<3, 1> angVelFree_{};             ///< after a step without contacts (rad/s)
+  Mat<3, 1> force_{};                  ///< of this step (N)
+  Mat<3, 1> torque_{};                 ///< of this step, about the centre of mass (N m)
+  std::vector<Mat<3, 1>> contactArm_;  ///< centre of mass minus contact point (m, world axes)
+  double mass_ = 0.0;                  ///< (kg)
+  double invMass_ = 0.0;               ///< (1/kg)
+  double linearDamping_ = 0.0;         ///< (N s/m)
+  Mat<3, 1> angularDamping_{};         ///< (N m s/rad, body axes)
   /// Per contact: six velocities per unit impulse along each contact axis.
   std::vector<Mat<6, 3>> contactImpulseMap_;
   /// Per contact: contact-frame velocity from the six velocities.
   std::vector<Mat<3, 6>> contactJacobian_;
   bool constraintForceApplied_ = false;  ///< by a wire, in this step
-  std::string materialName_;
-  std::string appearance_;
+  std::string materialName_;             ///< see `setMaterial`
+  std::string appearance_;               ///< see `setAppearance`
 
  private:
   void computeFreeVelocities(const Mat<3, 1>& gravity, double dt);

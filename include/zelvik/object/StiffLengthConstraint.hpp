@@ -17,6 +17,7 @@ namespace zelvik {
 /// matters.
 class ZELVIK_API StiffLengthConstraint : public LengthConstraint {
  public:
+  /// Parameters as those of `LengthConstraint`.
   StiffLengthConstraint(Object* body1, unsigned long localIdx1, Mat<3, 1> localPos1, Object* body2,
                         unsigned long localIdx2, Mat<3, 1> localPos2, double length);
 };

@@ -19,7 +19,7 @@ struct TerrainProperties {
   std::size_t fractalOctaves = 3;  ///< number of octaves, up to 1000; 0 counts as 1
   std::size_t xSamples = 100;      ///< grid size, 2 or more
   std::size_t ySamples = 100;      ///< grid size, 2 or more
-  std::uint32_t seed = 0;
+  std::uint32_t seed = 0;          ///< another seed, another terrain
 };
 
 }  // namespace zelvik

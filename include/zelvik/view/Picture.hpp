@@ -13,10 +13,11 @@ namespace zelvik::view {
 
 /// A picture in memory: rows from the top, three bytes (red, green, blue; sRGB) a pixel.
 struct Image {
-  int width = 0;
-  int height = 0;
-  std::vector<std::uint8_t> rgb;
+  int width = 0;                  ///< (pixels)
+  int height = 0;                 ///< (pixels)
+  std::vector<std::uint8_t> rgb;  ///< 3 width height bytes
 
+  /// The three bytes of a pixel, from the upper left corner; not bounds-checked.
   const std::uint8_t* pixel(int x, int y) const {
     return &rgb[3 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
                      static_cast<std::size_t>(x))];
@@ -46,15 +47,16 @@ struct CameraOptions {
 
 /// What a picture shows.
 struct PictureOptions {
+  /// Stands for the last frame.
   static constexpr std::size_t kLastFrame = static_cast<std::size_t>(-1);
 
   int width = 640;                 ///< (pixels), 16 to 8192
   int height = 400;                ///< (pixels), 16 to 8192
   std::size_t frame = kLastFrame;  ///< from 0; a later one than the last means the last
-  CameraOptions camera;
-  bool dark = false;             ///< background
-  bool collisionShapes = false;  ///< instead of visual ones, where a body has both
-  bool wires = true;
+  CameraOptions camera;            ///< where it is taken from
+  bool dark = false;               ///< background
+  bool collisionShapes = false;    ///< instead of visual ones, where a body has both
+  bool wires = true;               ///< as lines
   /// Impulses of contacts as arrows: green where the contact sticks, orange where it slides.
   bool contacts = false;
   bool forces = false;  ///< external forces as arrows

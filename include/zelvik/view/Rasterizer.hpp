@@ -14,9 +14,9 @@ namespace zelvik::view {
 
 /// Triangles with a normal per vertex, in the frame of whatever they belong to (m).
 struct TriangleMesh {
-  std::vector<Eigen::Vector3f> vertices;
-  std::vector<Eigen::Vector3f> normals;  ///< parallel to `vertices`, of unit length
-  std::vector<std::uint32_t> indices;    ///< three per triangle
+  std::vector<Eigen::Vector3f> vertices;  ///< (m)
+  std::vector<Eigen::Vector3f> normals;   ///< parallel to `vertices`, of unit length
+  std::vector<std::uint32_t> indices;     ///< three per triangle
 };
 
 /// How a mesh is painted. Both sides of a triangle are.
@@ -24,22 +24,22 @@ struct Surface {
   std::array<float, 3> color{{0.7f, 0.7f, 0.7f}};  ///< red, green, blue, 0 to 1 (sRGB)
   bool hasGrid = false;                            ///< lines over x and y, as on the ground
   bool isLit = true;                               ///< otherwise the colour as it is
-  bool castsShadow = true;
+  bool castsShadow = true;                         ///< on what lies behind
 };
 
 /// A pinhole camera, upright (world axes, m).
 struct View {
-  Vec3 eyeW{};
-  Vec3 targetW{};
+  Vec3 eyeW{};               ///< where it stands
+  Vec3 targetW{};            ///< what it looks at
   double fieldOfView = 0.6;  ///< over the height of the picture (rad)
 };
 
 /// Light, sky and grid of a picture.
 struct Scenery {
   Vec3 sunW{{0.3, -0.4, 0.85}};  ///< direction to the sun; need not be of unit length
-  bool dark = false;
-  double gridSpacing = 0.0;  ///< (m); 0: no lines
-  int gridMajor = 5;         ///< every how many lines one is strong
+  bool dark = false;             ///< background
+  double gridSpacing = 0.0;      ///< (m); 0: no lines
+  int gridMajor = 5;             ///< every how many lines one is strong
 };
 
 /// Draws triangles on the processor: a z-buffer with four samples a pixel, one light with soft
@@ -51,6 +51,7 @@ struct Scenery {
 /// triangles and with 32 bytes a pixel.
 class ZELVIK_API Rasterizer {
  public:
+  /// An empty picture of the given size (pixels).
   Rasterizer(int width, int height, const View& view, const Scenery& scenery = {});
 
   /// Places a mesh: vertices are scaled, turned (mesh to world) and moved.
@@ -59,6 +60,7 @@ class ZELVIK_API Rasterizer {
   /// A plane z = `height` (m) without end; not seen from below.
   void addGround(double height, const Surface& surface);
 
+  /// Draws everything that was added.
   Image render();
   /// Distance of what is seen in the middle of a pixel from the eye, along the view axis (m),
   /// after `render`; infinite where nothing is.

@@ -21,8 +21,8 @@ class Recorder;
 
 /// What a recorder keeps beside the poses.
 struct RecorderOptions {
-  bool contacts = true;
-  bool wires = true;
+  bool contacts = true;            ///< with their impulses
+  bool wires = true;               ///< with their ends
   bool forces = true;              ///< external forces and torques
   bool visualShapes = true;        ///< visual shapes of robots, where they have any
   bool collisionShapes = true;     ///< collision shapes of bodies that have visual ones as well
@@ -31,7 +31,7 @@ struct RecorderOptions {
 
 /// What a page holds beside the recording.
 struct HtmlOptions {
-  std::string title = "zelvik replay";
+  std::string title = "zelvik replay";  ///< of the page
   /// Another recording, shown translucent in the same place; not owned, may be null.
   const Recorder* ghost = nullptr;
 };
@@ -51,15 +51,19 @@ struct HtmlOptions {
 /// Name, mass and shapes of a body are those of the first capture that sees it.
 class ZELVIK_API Recorder {
  public:
+  /// Keeps a reference to the world, which has to live while frames are captured.
   explicit Recorder(const World& world, const RecorderOptions& options = {});
   ~Recorder();
+  /// Takes the frames of `other`, which is empty afterwards.
   Recorder(Recorder&& other) noexcept;
+  /// Takes the frames of `other`, which is empty afterwards.
   Recorder& operator=(Recorder&& other) noexcept;
 
   /// Appends a frame: poses as they are, contacts, wires and forces of the last step. Reads the
   /// mesh files of a robot that it sees for the first time; a visual mesh that cannot be shown is
   /// left out with a warning.
   void capture();
+  /// Frames captured so far.
   std::size_t getFrameCount() const;
   /// Bytes of memory that the frames take, without shapes.
   std::size_t getMemory() const;

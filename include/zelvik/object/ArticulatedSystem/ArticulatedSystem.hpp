@@ -63,6 +63,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// Axes in which a force or a point is given.
   enum Frame : std::int32_t { WORLD_FRAME = 0, PARENT_FRAME = 1, BODY_FRAME = 2 };
 
+  /// What makes the joint forces.
   enum ControlMode : std::uint32_t {
     FEED_FORWARD = 0,         ///< joint forces are those of `setGeneralizedForce`
     PD_PLUS_FEED_FORWARD = 1  ///< plus a PD law on joint targets
@@ -141,12 +142,18 @@ class ZELVIK_API ArticulatedSystem : public Object {
 
   // ---- state ----------------------------------------------------------------------------------
 
+  /// Bodies of the tree, the root included; bodies on fixed joints count with their parent.
   size_t getBodyCount() const { return bodyCount_; }
+  /// Number of coordinates.
   size_t getGeneralizedCoordinateDim() const { return gcDim_; }
+  /// Number of velocities.
   size_t getGeneralizedVelocityDim() const { return dof_; }
+  /// Number of velocities.
   size_t getDOF() const { return dof_; }
 
+  /// Coordinates, laid out as the class says (m, rad, unit quaternions).
   const VecDyn& getGeneralizedCoordinate() const { return gc_; }
+  /// Velocities, laid out as the class says (m/s, rad/s).
   const VecDyn& getGeneralizedVelocity() const { return gv_; }
   /// Joint force of the last step: control, damping, after limits (N or N m).
   const VecDyn& getGeneralizedForce() const { return generalizedForce_; }
@@ -156,6 +163,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   // Setters of lists copy to the front and leave the rest. More values than there is room for is
   // fatal, naming both numbers, and nothing is copied.
 
+  ///@{
   /// Places the system: updates the kinematics and drops the contacts. Body velocities stay.
   void setGeneralizedCoordinate(const double* values, size_t count);
   void setGeneralizedCoordinate(std::initializer_list<double> values) {
@@ -167,6 +175,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setGeneralizedCoordinate(const Eigen::VectorXd& values) {
     setGeneralizedCoordinate(values.data(), static_cast<size_t>(values.size()));
   }
+  ///@}
+  ///@{
   /// Body velocities follow with the next `computeNonlinearities`.
   void setGeneralizedVelocity(const double* values, size_t count);
   void setGeneralizedVelocity(std::initializer_list<double> values) {
@@ -176,6 +186,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setGeneralizedVelocity(const Eigen::VectorXd& values) {
     setGeneralizedVelocity(values.data(), static_cast<size_t>(values.size()));
   }
+  ///@}
+  ///@{
   /// Feed-forward joint forces (N or N m); kept until set again.
   void setGeneralizedForce(const double* values, size_t count);
   void setGeneralizedForce(std::initializer_list<double> values) {
@@ -185,24 +197,32 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setGeneralizedForce(const Eigen::VectorXd& values) {
     setGeneralizedForce(values.data(), static_cast<size_t>(values.size()));
   }
+  ///@}
 
+  ///@{
   /// Moves the root, also a fixed one, to `pos` (m, world axes).
   void setBasePos(const Mat<3, 1>& pos);
   template <typename Derived>
   void setBasePos(const Eigen::MatrixBase<Derived>& pos) {
     setBasePos(Mat<3, 1>{{pos(0), pos(1), pos(2)}});
   }
+  ///@}
+  ///@{
   /// Turns the root, also a fixed one; `rot` maps body to world.
   void setBaseOrientation(const Mat<3, 3>& rot);
   template <typename Derived>
   void setBaseOrientation(const Eigen::MatrixBase<Derived>& rot);
+  ///@}
   /// Quaternion w, x, y, z. Fatal: "This method is only for floating base".
   void getBaseOrientation(Mat<4, 1>& quat) const;
 
   // ---- control and joint parameters -----------------------------------------------------------
 
+  /// `FEED_FORWARD` at the start.
   void setControlMode(ControlMode mode);
+  /// The mode in force.
   ControlMode getControlMode() const { return static_cast<ControlMode>(controlMode_); }
+  ///@{
   /// Stiffness of the PD law (N/m or N m/rad), per velocity.
   void setPGain(const double* values, size_t count);
   void setPGain(std::initializer_list<double> values) { setPGain(values.begin(), values.size()); }
@@ -210,6 +230,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setPGain(const Eigen::VectorXd& values) {
     setPGain(values.data(), static_cast<size_t>(values.size()));
   }
+  ///@}
+  ///@{
   /// Damping of the PD law (N s/m or N m s/rad), per velocity.
   void setDGain(const double* values, size_t count);
   void setDGain(std::initializer_list<double> values) { setDGain(values.begin(), values.size()); }
@@ -217,6 +239,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setDGain(const Eigen::VectorXd& values) {
     setDGain(values.data(), static_cast<size_t>(values.size()));
   }
+  ///@}
+  ///@{
   /// Targets, laid out as the coordinates.
   void setPTarget(const double* values, size_t count);
   void setPTarget(std::initializer_list<double> values) {
@@ -226,6 +250,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setPTarget(const Eigen::VectorXd& values) {
     setPTarget(values.data(), static_cast<size_t>(values.size()));
   }
+  ///@}
+  ///@{
   /// Targets, laid out as the velocities.
   void setDTarget(const double* values, size_t count);
   void setDTarget(std::initializer_list<double> values) {
@@ -235,34 +261,49 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setDTarget(const Eigen::VectorXd& values) {
     setDTarget(values.data(), static_cast<size_t>(values.size()));
   }
+  ///@}
+  /// (N/m or N m/rad), per velocity.
   const VecDyn& getPGain() const { return pGain_; }
+  /// (N s/m or N m s/rad), per velocity.
   const VecDyn& getDGain() const { return dGain_; }
+  /// Laid out as the coordinates.
   const VecDyn& getPTarget() const { return pTarget_; }
+  /// Laid out as the velocities.
   const VecDyn& getDTarget() const { return dTarget_; }
 
+  ///@{
   /// Bounds on the sum of feed-forward, PD and damping forces (N or N m), per velocity.
   void setForceLimits(const VecDyn& lower, const VecDyn& upper);
   void setForceLimits(const Eigen::VectorXd& lower, const Eigen::VectorXd& upper);
+  ///@}
+  /// (N or N m), per velocity.
   const VecDyn& getForceLowerLimit() const { return forceLowerLimit_; }
+  /// (N or N m), per velocity.
   const VecDyn& getForceUpperLimit() const { return forceUpperLimit_; }
   /// One entry per velocity; only the first of a joint is read. A joint beyond its limit is
   /// stopped, not pushed back. What a limit has given within a solve is not taken back: a joint
   /// that a contact turns round later in the sweeps may leave faster than the contact alone would
   /// make it.
   void setJointLimits(const std::vector<JointLimit>& limits);
+  /// One entry per velocity; only the first of a joint is read.
   const std::vector<JointLimit>& getJointLimits() const { return jointLimits_; }
   /// Viscous damping (N s/m or N m s/rad), per velocity.
   void setJointDamping(const VecDyn& damping);
+  /// (N s/m or N m s/rad), per velocity.
   const VecDyn& getJointDamping() const { return jointDamping_; }
+  /// As read from the model, per velocity; stored only.
   const VecDyn& getJointFriction() const { return jointFriction_; }
+  /// What is added to the diagonal of M (kg or kg m^2), per velocity.
   const VecDyn& getRotorInertia() const { return rotorInertia_; }
   /// Replaces all springs. Fatal for a body index out of range.
   void setSprings(const std::vector<JointSpring>& springs);
+  /// All springs in the order in which they were set.
   const std::vector<JointSpring>& getSprings() const { return springs_; }
 
   /// Scheme of the following steps. In PD mode `TRAPEZOID` takes its place from the step after the
   /// first contact on, until `setGeneralizedCoordinate`.
   void setIntegrationScheme(IntegrationScheme scheme) { defaultIntegrationScheme_ = scheme; }
+  /// What `setIntegrationScheme` chose.
   IntegrationScheme getIntegrationScheme() const {
     return static_cast<IntegrationScheme>(defaultIntegrationScheme_);
   }
@@ -293,9 +334,11 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// Diagonal that makes damping, springs and PD gains implicit over a step of dt (s).
   void computeDampedMass(double dt);
 
+  /// M, `getDOF()` square (kg, kg m, kg m^2), as of the last `World::integrate1`; without damping.
   const MatDyn& getMassMatrix() const { return massMatrix_; }
   /// Inverse of the mass matrix plus the implicit damping of the step.
   const MatDyn& getInverseMassMatrix() const { return massInverse_; }
+  /// h, per velocity (N or N m), as of the last `World::integrate1`.
   const VecDyn& getNonlinearities() const { return nonlinearities_; }
   /// M u as of the last `preContactSolverUpdate1`.
   const VecDyn& getGeneralizedMomentum() const { return generalizedMomentum_; }
@@ -310,9 +353,11 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void getSparseJacobian_internal(size_t bodyIdx, const Mat<3, 1>& pointW, SparseJacobian& jac);
   /// Angular Jacobian of the body; empty for index `kNone`, the world.
   void getSparseRotationalJacobian(size_t bodyIdx, SparseJacobian& jac) const;
+  ///@{
   /// The same as 3 x `getDOF()` matrices.
   void getDenseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW, MatDyn& jac) const;
   void getDenseRotationalJacobian(size_t bodyIdx, MatDyn& jac) const;
+  ///@}
 
   /// Velocity of a point given in the body frame (m/s, world axes).
   void getVelocity(size_t localIdx, const Mat<3, 1>& pointB, Mat<3, 1>& out) const;
@@ -326,17 +371,31 @@ class ZELVIK_API ArticulatedSystem : public Object {
   size_t getBodyIdx(const std::string& name) const;
   /// Index of the first frame of that name. Fatal: "unknown frame id"; then `kNone`.
   size_t getFrameIdxByName(const std::string& name) const;
+  ///@{
+  /// Origin of the frame (m, world axes). A frame index that is out of range is fatal, here and
+  /// below, and nothing is written.
   void getFramePosition(size_t frameIdx, Mat<3, 1>& out) const;
   void getFramePosition(const CoordinateFrame& frame, Mat<3, 1>& out) const;
+  ///@}
+  ///@{
   /// Frame to world.
   void getFrameOrientation(size_t frameIdx, Mat<3, 3>& out) const;
   void getFrameOrientation(const CoordinateFrame& frame, Mat<3, 3>& out) const;
+  ///@}
+  ///@{
+  /// Velocity of the frame's origin (m/s, world axes), as of the last `computeNonlinearities`.
   void getFrameVelocity(size_t frameIdx, Mat<3, 1>& out) const;
   void getFrameVelocity(const CoordinateFrame& frame, Mat<3, 1>& out) const;
+  ///@}
+  ///@{
+  /// Angular velocity of the body that the frame is fixed in (rad/s, world axes), as of the last
+  /// `computeNonlinearities`.
   void getFrameAngularVelocity(size_t frameIdx, Mat<3, 1>& out) const;
   void getFrameAngularVelocity(const CoordinateFrame& frame, Mat<3, 1>& out) const;
+  ///@}
   /// One line per frame to the standard output.
   void printOutFrameNamesInOrder() const;
+  /// One line per body to the standard output.
   void printOutBodyNamesInOrder() const;
 
   // ---- external forces ------------------------------------------------------------------------
@@ -346,10 +405,12 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setExternalForce(size_t localIdx, Frame forceFrame, const Mat<3, 1>& force, Frame pointFrame,
                         const Mat<3, 1>& point);
   template <typename Derived>
+  /// Force (N, world axes) at the body's centre of mass, for the next step.
   void setExternalForce(size_t localIdx, const Eigen::MatrixBase<Derived>& force) {
     setExternalForce(localIdx, Mat<3, 1>{{force(0), force(1), force(2)}});
   }
   template <typename Derived>
+  /// Torque (N m, world axes), for the next step.
   void setExternalTorque(size_t localIdx, const Eigen::MatrixBase<Derived>& torque) {
     setExternalTorque(localIdx, Mat<3, 1>{{torque(0), torque(1), torque(2)}});
   }
@@ -362,6 +423,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   double getPotentialEnergy(const Mat<3, 1>& gravity) const;
   /// With the mass matrix as last computed (J).
   double getKineticEnergy() const;
+  /// Potential and kinetic (J).
   double getEnergy(const Mat<3, 1>& gravity) const;
   /// About a world point (kg m^2/s, world axes).
   void getAngularMomentum(const Mat<3, 1>& referencePoint, Mat<3, 1>& angularMomentum) const;
@@ -380,12 +442,17 @@ class ZELVIK_API ArticulatedSystem : public Object {
 
   // ---- names and topology ---------------------------------------------------------------------
 
+  /// Names by body index.
   const std::vector<std::string>& getBodyNames() const { return bodyNames_; }
   /// One per movable joint in body order; a floating root adds "ROOT" in front.
   const std::vector<std::string>& getJointNames() const { return jointNames_; }
+  /// Every joint's frame, those of fixed joints included, by frame index.
   const std::vector<CoordinateFrame>& getFrames() const { return frames_; }
+  /// File name of the model with its extension; empty for text and for a tree.
   const std::string& getRobotName() const { return robotName_; }
+  /// Normalised path of the URDF file; empty for text and for a tree.
   const std::string& getModelPath() const { return modelPath_; }
+  /// The URDF text that was given; empty for a file and for a tree.
   const std::string& getModelText() const { return modelText_; }
   /// Writes the URDF text that the system was made from; a failed write goes unnoticed. Fatal:
   /// "This articulated system was created with an existing urdf file" (or from a tree: there is no
@@ -403,14 +470,19 @@ class ZELVIK_API ArticulatedSystem : public Object {
     std::ofstream(fileName, std::ios::trunc) << modelText_;
     return true;
   }
+  /// Directory of the URDF file.
   const std::string& getModelTopDirectory() const { return modelTopDirectory_; }
+  /// Directory of the mesh files.
   const std::string& getResourceDirectory() const { return resourceDir_; }
+  /// Type of the joint above the body; `FIXED` after a fatal index.
   Joint::Type getJointType(size_t localIdx) const {
     return checkBodyIndex(localIdx, "getJointType") ? jointType_[localIdx] : Joint::FIXED;
   }
   /// Per body; `kNone` for the root.
   const std::vector<size_t>& getParents() const { return parent_; }
+  /// Per body: the bodies that hang on it, ascending.
   const std::vector<std::vector<size_t>>& getChildren() const { return children_; }
+  /// Bodies without children, ascending.
   const std::vector<size_t>& getLeaves() const { return leaves_; }
   /// Per body: 1 at the root.
   const std::vector<size_t>& getDepths() const { return depth_; }
@@ -455,8 +527,12 @@ class ZELVIK_API ArticulatedSystem : public Object {
 
   // ---- shapes ---------------------------------------------------------------------------------
 
+  ///@{
+  /// Every collision geom with its body and its place in it, by collision index.
   std::vector<CollisionDefinition>& getCollisionBodies() { return collisionBodies_; }
   const std::vector<CollisionDefinition>& getCollisionBodies() const { return collisionBodies_; }
+  ///@}
+  /// The visual shapes of the model, for a renderer.
   const std::vector<VisObject>& getVisObjects() const { return visObjects_; }
   /// The collision shapes for a renderer, parallel to `getCollisionBodies()`.
   const std::vector<VisObject>& getVisColObjects() const { return visColObjects_; }

@@ -16,9 +16,11 @@ namespace zelvik {
 /// body above it.
 class Joint {
  public:
+  /// Motion that a joint leaves free; coordinates and velocities: see `ArticulatedSystem`.
   enum Type : std::int32_t { FIXED = 0, REVOLUTE = 1, PRISMATIC = 2, SPHERICAL = 3, FLOATING = 4 };
 };
 
+/// Kinds of shapes of an articulated system.
 struct Shape {
   /// In brackets: what a shape's `size` holds, full lengths in metres.
   enum Type : std::int32_t {
@@ -38,15 +40,15 @@ ZELVIK_API size_t velocityCount(Joint::Type type);
 /// A collision shape before its geom exists.
 class CollisionBody {
  public:
-  Shape::Type shape = Shape::SPHERE;
+  Shape::Type shape = Shape::SPHERE;            ///< kind
   Mat<3, 1> scale{{1.0, 1.0, 1.0}};             ///< applied to mesh vertices
   std::vector<double> size;                     ///< see `Shape::Type` (m)
   Mat<3, 1> posOffset{};                        ///< position in the body frame (m)
   Mat<3, 3> rotOffset = Mat<3, 3>::identity();  ///< shape to body frame
-  std::string collisionBodyName;
-  std::string material;  ///< collision material, the name that the material table knows
-  std::string visualMaterial;
-  std::string meshFileName;  ///< relative to the system's resource directory
+  std::string collisionBodyName;                ///< of the shape, for the caller's use
+  std::string material;        ///< collision material, the name that the material table knows
+  std::string visualMaterial;  ///< for a renderer
+  std::string meshFileName;    ///< relative to the system's resource directory
 };
 
 /// A shape for a renderer, fixed in a body.
@@ -58,16 +60,16 @@ class ZELVIK_API VisObject {
             const Mat<3, 3>& rotation, const Mat<4, 1>& color, const Mat<3, 1>& scale,
             const std::string& meshFileName, const std::string& name, const std::string& material);
 
-  Shape::Type shape = Shape::SPHERE;
+  Shape::Type shape = Shape::SPHERE;      ///< kind
   std::vector<double> size;               ///< see `Shape::Type` (m)
   Mat<3, 1> offset{};                     ///< position in the body frame (m)
   Mat<3, 3> rot = Mat<3, 3>::identity();  ///< shape to body frame
   Mat<4, 1> color{};                      ///< red, green, blue, alpha, 0 to 1
-  Mat<3, 1> scale{{1.0, 1.0, 1.0}};
-  std::string meshFileName;
-  std::string name;
-  size_t localIdx = 0;  ///< body index, written by `Child::initVisuals`
-  std::string material;
+  Mat<3, 1> scale{{1.0, 1.0, 1.0}};       ///< applied to mesh vertices
+  std::string meshFileName;               ///< relative to the system's resource directory
+  std::string name;                       ///< of the shape
+  size_t localIdx = 0;                    ///< body index, written by `Child::initVisuals`
+  std::string material;                   ///< for a renderer
 };
 
 /// A live collision geom of an articulated system.
@@ -75,12 +77,13 @@ class ZELVIK_API CollisionDefinition {
  public:
   Mat<3, 3> offsetRotation;  ///< geom to body frame
   Mat<3, 1> offsetPosition;  ///< in the body frame (m)
-  std::string colName;
-  size_t localIdx = 0;  ///< body index
-  dGeomID colObj = nullptr;
+  std::string colName;       ///< of the shape
+  size_t localIdx = 0;       ///< body index
+  dGeomID colObj = nullptr;  ///< the geom; null for one that was refused
 
   /// The collision material, kept with the geom.
   const std::string& getMaterial() const;
+  /// Name that the material table knows, from the next step on.
   void setMaterial(const std::string& material);
 };
 
@@ -88,15 +91,15 @@ class ZELVIK_API CollisionDefinition {
 /// movable joint is the frame of the body below it.
 class CoordinateFrame {
  public:
-  Mat<3, 3> orientation{};  ///< frame to body
-  Mat<3, 1> position{};     ///< in the body frame (m)
-  size_t parentId = 0;      ///< body index
-  size_t reserved = 0;
-  std::string name;        ///< of the joint
-  std::string parentName;  ///< of the body that it is fixed in
-  std::string bodyName;    ///< of the link at the far side of the joint
-  bool isChild = false;    ///< whether it is the origin of a movable body
-  Joint::Type jointType = Joint::FIXED;
+  Mat<3, 3> orientation{};               ///< frame to body
+  Mat<3, 1> position{};                  ///< in the body frame (m)
+  size_t parentId = 0;                   ///< body index
+  size_t reserved = 0;                   ///< read by nothing
+  std::string name;                      ///< of the joint
+  std::string parentName;                ///< of the body that it is fixed in
+  std::string bodyName;                  ///< of the link at the far side of the joint
+  bool isChild = false;                  ///< whether it is the origin of a movable body
+  Joint::Type jointType = Joint::FIXED;  ///< of the joint
 };
 
 /// A rigid body with the joint that connects it to its parent, and the bodies below it: the input
@@ -107,11 +110,11 @@ class CoordinateFrame {
 class ZELVIK_API Child {
  public:
   // body
-  std::vector<CollisionBody> collisionBodies;
-  std::vector<VisObject> visObjects;
-  double mass = 0.0;    ///< (kg)
-  Mat<3, 3> inertia{};  ///< about the centre of mass (kg m^2, body axes)
-  Mat<3, 1> com{};      ///< centre of mass (m, body frame)
+  std::vector<CollisionBody> collisionBodies;  ///< shapes that collide
+  std::vector<VisObject> visObjects;           ///< shapes to draw
+  double mass = 0.0;                           ///< (kg)
+  Mat<3, 3> inertia{};                         ///< about the centre of mass (kg m^2, body axes)
+  Mat<3, 1> com{};                             ///< centre of mass (m, body frame)
 
   // joint
   Mat<3, 1> jointAxis{};      ///< unit vector, body frame
@@ -121,29 +124,31 @@ class ZELVIK_API Child {
   /// value as the largest angle from the rest pose, where a negative value means no limit; so the
   /// default (0, 0) locks a spherical joint: set the lower value to -1 for none.
   double jointLimit[2] = {0.0, 0.0};
-  Joint::Type jointType = Joint::FIXED;
-  double effort = -1.0;       ///< largest joint force (N or N m); none unless above 0
+  Joint::Type jointType = Joint::FIXED;  ///< of the joint above
+  double effort = -1.0;                  ///< largest joint force (N or N m); none unless above 0
   double damping = 0.0;       ///< (N s/m or N m s/rad); a spherical joint: first velocity only
   double friction = 0.0;      ///< stored only
   double stiffness = 0.0;     ///< (N/m or N m/rad)
   double rotorInertia = 0.0;  ///< added to the diagonal of the mass matrix (kg or kg m^2)
   double springMount[4] = {0.0, 0.0, 0.0, 0.0};  ///< rest coordinate: the first, or a quaternion
-  std::string jointName;
+  std::string jointName;                         ///< of the joint above
 
   // tree
-  std::string bodyName;
-  std::vector<Child> childrenMovable;
-  std::vector<Child> childrenFixed;
-  size_t bodyIdx = 0;           ///< written by `ArticulatedSystem`
-  size_t parentIdx = 0;         ///< written by `ArticulatedSystem`
-  std::string parentJointName;  ///< name of the parent body
-  bool registered = false;      ///< written by `ArticulatedSystem`
+  std::string bodyName;                ///< of the body
+  std::vector<Child> childrenMovable;  ///< bodies on joints that move
+  std::vector<Child> childrenFixed;    ///< bodies on fixed joints
+  size_t bodyIdx = 0;                  ///< written by `ArticulatedSystem`
+  size_t parentIdx = 0;                ///< written by `ArticulatedSystem`
+  std::string parentJointName;         ///< name of the parent body
+  bool registered = false;             ///< written by `ArticulatedSystem`
 
+  ///@{
   /// Counts over this node and its movable descendants. They mean something once fixed bodies have
   /// been consumed.
   size_t numberOfBodiesFromHere() const;
   size_t numberOfGCFromHere() const;
   size_t numberOfDOFFromHere() const;
+  ///@}
 
   /// Merges every body on a fixed joint into its movable ancestor: mass, centre of mass, inertia,
   /// shapes; re-hangs its movable children there and leaves a `CoordinateFrame` of it. Recursive.
