@@ -6,6 +6,8 @@
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
+#include "OdeGuard.hpp"
+
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.
 
@@ -64,6 +66,7 @@ int collideOnField(dGeomID geom, dGeomID field, const std::vector<Object*>& obje
 
 /// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
 int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dContactGeom* points) {
+  const auto lock = lockIfMesh(o1, o2);
   const bool fieldFirst = dGeomGetClass(o1) == dHeightfieldClass;
   const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
   const int found =
