@@ -3,13 +3,20 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
-# does nothing where all of it is there.
+# does nothing where all of it is there. With --fuzz also what the fuzz targets need: clang and the
+# run time of its sanitizers.
 set -euo pipefail
 
 packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
           clang-format)
 # A CMake of the user's own serves as well as the packaged one.
 command -v cmake > /dev/null || packages+=(cmake)
+if [[ ${1:-} == --fuzz ]]; then
+  packages+=(clang)
+  # The run time carries the version of the compiler in its name.
+  version=$(apt-cache depends clang 2> /dev/null | sed -n 's/.*Depends: clang-\([0-9]*\)$/\1/p' | head -n 1)
+  [[ -z $version ]] || packages+=("libclang-rt-$version-dev")
+fi
 
 if ! command -v dpkg-query > /dev/null; then
   echo "This is neither Debian nor Ubuntu. Please install what these packages hold:" >&2
