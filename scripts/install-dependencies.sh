@@ -6,13 +6,25 @@
 # does nothing where all of it is there.
 #   --ci           also what .ci/run and scripts/test-install.sh use
 #   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
+#   --fuzz         also what the fuzz targets need: clang and the run time of its sanitizers
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
 
-packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev)
+# zlib and JSON: replays.
+packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
+          zlib1g-dev nlohmann-json3-dev)
+# The run time of clang's sanitizers carries the version of the compiler in its name.
+with_clang() {
+  local version
+  version=$(apt-cache depends clang 2> /dev/null |
+    sed -n 's/.*Depends: clang-\([0-9]*\)$/\1/p' | head -n 1)
+  packages+=(clang "libclang-rt-${version:-14}-dev")
+}
 for option in "$@"; do
   case $option in
-    --ci) packages+=(ccache clang clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
+    --ci) with_clang
+          packages+=(ccache clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
+    --fuzz) with_clang ;;
     --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)
@@ -22,8 +34,6 @@ for option in "$@"; do
 done
 # A CMake of the user's own serves as well as the packaged one.
 command -v cmake > /dev/null || packages+=(cmake)
-# Replays.
-packages+=(zlib1g-dev nlohmann-json3-dev)
 
 if ! command -v dpkg-query > /dev/null; then
   echo "This is neither Debian nor Ubuntu. Please install what these packages hold:" >&2

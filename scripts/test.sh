@@ -3,7 +3,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # Builds the library with its tests and runs them: scripts/test.sh [preset]
-# The presets are release (without an argument), ci, debug and sanitize.
+# The presets are release (without an argument), ci, debug, sanitize, and tsan, which runs the tests
+# of threads only.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

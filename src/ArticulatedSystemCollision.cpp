@@ -9,6 +9,8 @@
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "OdeGuard.hpp"
+
 namespace zelvik {
 namespace {
 
@@ -127,6 +129,7 @@ void ArticulatedSystem::getPose(const VisObject& vis, Mat<3, 3>& rot, Mat<3, 1>&
 }
 
 void ArticulatedSystem::destroyCollisionBodies(dSpaceID) {
+  const auto lock = meshData_.empty() ? std::unique_lock<std::mutex>() : lockMeshes();
   // Destroying a geom takes it out of its space.
   for (CollisionDefinition& shape : collisionBodies_) {
     destroyGeom(shape.colObj);

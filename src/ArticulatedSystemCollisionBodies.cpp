@@ -7,6 +7,8 @@
 #include <zelvik/object/Mesh.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "OdeGuard.hpp"
+
 namespace zelvik {
 
 namespace {
@@ -93,6 +95,7 @@ dGeomID createMesh(const CollisionBody& body, MeshStore& store) {
   if (!scaleVertices(body, vertices)) return nullptr;
   Mesh::dropUnusedVertices(vertices, indices);
 
+  const auto lock = lockMeshes();
   constexpr int stride = 12;  // bytes of three floats, and of three indices
   dGeomTriMeshDataBuildSingle(data, vertices.data(), stride, static_cast<int>(vertices.size() / 3),
                               indices.data(), static_cast<int>(indices.size()), stride);

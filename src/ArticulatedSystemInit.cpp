@@ -54,8 +54,13 @@ void ArticulatedSystem::init() {
   resolveFrames();
   placeFixedRoot();
 
-  root.initCollisionBodies(collisionBodies_, visColObjects_, meshData_, meshVertices_, meshIndices_,
-                           resourceDir_);
+  try {
+    root.initCollisionBodies(collisionBodies_, visColObjects_, meshData_, meshVertices_,
+                             meshIndices_, resourceDir_);
+  } catch (...) {
+    destroyCollisionBodies(nullptr);  // the destructor does not run for what was never complete
+    throw;
+  }
   root.initVisuals(visObjects_);
   if (doNotCollideWithParent) excludeParentCollisions();
 

@@ -4,6 +4,8 @@
 #include <zelvik/object/Mesh.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "OdeGuard.hpp"
+
 namespace zelvik {
 
 namespace {
@@ -34,6 +36,7 @@ Mesh::Mesh(const std::vector<float>& vertices, const std::vector<unsigned int>& 
 }
 
 Mesh::~Mesh() {
+  const auto lock = lockMeshes();
   destroyGeoms();
   dGeomTriMeshDataDestroy(meshData_);  // accepts null
 }
@@ -70,6 +73,7 @@ void Mesh::_init(dSpaceID space, double mass, const Mat<3, 3>& inertia, const Ma
   gyroscopicMode_ = EXPLICIT_GYROSCOPIC;
 
   dropUnusedVertices(meshVertices_, meshIndices_);
+  const auto lock = lockMeshes();
   meshData_ = dGeomTriMeshDataCreate();
   dGeomTriMeshDataBuildSingle(meshData_, meshVertices_.data(), kStride,
                               static_cast<int>(meshVertices_.size() / 3), meshIndices_.data(),

@@ -5,15 +5,14 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "OdeGuard.hpp"
+
 namespace zelvik {
 
 namespace {
 
 constexpr size_t kInitialContactGeoms = 1000;
 constexpr size_t kMaxRayHits = 200;
-
-/// mesh-mesh pairs print a line per excess point and step; nothing of it helps a user.
-void ignoreOdeMessage(int, const char*, va_list) {}
 
 dSpaceID createSpace(World::BroadPhase kind) {
   switch (kind) {
@@ -35,8 +34,7 @@ World::World() {
 void World::init() {
   gravity_ = {{0.0, 0.0, -9.81}};
   solver_.setTimeStep(timeStep_);
-  dInitODE();
-  if (dGetMessageHandler() == nullptr) dSetMessageHandler(ignoreOdeMessage);
+  acquireOde();
   worldSpace_ = createSpace(BroadPhase::HASH);
   rayGeom_ = dCreateRay(nullptr, 1.0);  // in no space: it never takes part in `dSpaceCollide`
   attachGeomRecord(rayGeom_);
@@ -54,7 +52,7 @@ World::~World() {
   }
   destroyGeom(rayGeom_);
   dSpaceDestroy(worldSpace_);
-  dCloseODE();
+  releaseOde();
 }
 
 void World::setTimeStep(double dt) {

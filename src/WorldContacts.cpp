@@ -7,6 +7,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 
 #include "CylinderOnPlane.hpp"
+#include "OdeGuard.hpp"
 
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.
@@ -51,8 +52,16 @@ int collideOnField(dGeomID geom, dGeomID field, const std::vector<Object*>& obje
   return map.usesExactContacts() ? map.collide(geom, points, kMaxPointsPerPair) : -1;
 }
 
+/// Two meshes collide by their trees. A mesh of one triangle has none, and ODE would read at null.
+bool haveTrees(dGeomID a, dGeomID b) {
+  if (dGeomGetClass(a) != dTriMeshClass || dGeomGetClass(b) != dTriMeshClass) return true;
+  return dGeomTriMeshGetTriangleCount(a) > 1 && dGeomTriMeshGetTriangleCount(b) > 1;
+}
+
 /// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
 int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dContactGeom* points) {
+  if (!haveTrees(o1, o2)) return 0;
+  const auto lock = lockIfMesh(o1, o2);
   const bool fieldFirst = dGeomGetClass(o1) == dHeightfieldClass;
   const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
   const int found =

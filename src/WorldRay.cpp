@@ -3,6 +3,8 @@
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
+#include "OdeGuard.hpp"
+
 namespace zelvik {
 
 namespace {
@@ -46,6 +48,7 @@ void World::testRay(dGeomID geom) {
       rayHits_.hits[rayHits_.count++] = fieldHit(hits[i], rayGeom_, geom, object);
     return;
   }
+  const auto lock = lockIfMesh(rayGeom_, geom);
   RayHit* out = &rayHits_.hits[rayHits_.count];
   const int found = dCollide(rayGeom_, geom, static_cast<int>(room), &out->geom, sizeof(RayHit));
   for (int i = 0; i < found; ++i) {

@@ -61,6 +61,9 @@ bool openPng(PngReader& reader, const char* path) {
 bool readPngInfo(PngReader& reader) {
   if (setjmp(*png_set_longjmp_fn(reader.png, std::longjmp, sizeof(jmp_buf))) != 0) return false;
   png_init_io(reader.png, reader.file);
+  // Texts, colour profiles and the like are skipped unread: libpng would allocate whatever length
+  // they claim to have.
+  png_set_keep_unknown_chunks(reader.png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
   png_set_sig_bytes(reader.png, static_cast<int>(kSignatureSize));
   png_read_info(reader.png, reader.info);
   reader.width = png_get_image_width(reader.png, reader.info);

@@ -12,7 +12,7 @@ namespace urdf {
 
 namespace {
 
-// The tree is walked and destroyed by recursion; links with two parents multiply below each other.
+// The tree is walked and destroyed by recursion.
 constexpr size_t kMaxDepth = 2000;
 constexpr size_t kMaxBodies = 100000;
 
@@ -151,7 +151,6 @@ bool LoadFromURDF2::readElement(const ZelvikTinyXmlWrapper& element, UrdfModel& 
 bool LoadFromURDF2::buildTree(const ZelvikTinyXmlWrapper& robot, UrdfModel& model,
                               const std::vector<std::string>& jointOrder, UrdfTree& tree) {
   connectLinks(model);
-  linkCount_ = model.links.size();
   const UrdfLink* root = findRoot(model);
   if (root == nullptr) {
     robot.errorMessage(" does not contain a link that is no child of a joint");
@@ -184,12 +183,18 @@ void LoadFromURDF2::placeFixedBase(const UrdfModel& model, const UrdfLink& world
     MSG_WARN("the joint '" << first.name << "' under the link \"world\" is treated as fixed");
 }
 
-/// Whether the walk has gone where only a loop of joints, or a hostile document, can lead it.
-bool LoadFromURDF2::isTooLarge(const UrdfLink& link) const {
-  if (depth_ > linkCount_) {
+/// Whether a step of the walk leads to a new link. Links with two parents would multiply below each
+/// other: a few of them in a row make millions of bodies.
+bool LoadFromURDF2::isTree(const UrdfLink& link, const UrdfLink& child) const {
+  if (reached_.count(&child) == 0) return true;
+  if (path_.count(&child) > 0)
     MSG_FATAL("the joints form a loop through the link '" << link.name << "'");
-    return true;
-  }
+  else
+    MSG_FATAL("the link '" << child.name << "' is the child of more than one joint");
+  return false;
+}
+
+bool LoadFromURDF2::isTooLarge(const UrdfLink& link) const {
   if (depth_ <= kMaxDepth && bodyCount_ <= kMaxBodies) return false;
   MSG_FATAL("at the link '" << link.name << "' the tree is more than " << kMaxDepth
                             << " joints deep or has more than " << kMaxBodies << " bodies");
@@ -223,15 +228,19 @@ bool LoadFromURDF2::processLinkFromUrdf(const UrdfLink* link, Child& child,
                                         const std::vector<std::string>& jointOrder) {
   ++bodyCount_;
   if (isTooLarge(*link)) return false;
+  reached_.insert(link);
+  path_.insert(link);
   setBody(*link, child);
   const std::vector<size_t> order = orderOfChildren(*link, jointOrder);
   for (size_t i : order) {
+    if (!isTree(*link, *link->childLinks[i])) return false;
     Child* next = addChild(link->childLinks[i]->parentJoint, child);
     if (next == nullptr) return false;
     ++depth_;
     if (!processLinkFromUrdf(link->childLinks[i], *next, jointOrder)) return false;
     --depth_;
   }
+  path_.erase(link);
   if (order.size() == child.childrenMovable.size() + child.childrenFixed.size()) return true;
   MSG_FATAL("URDF reader error.");
   return false;

@@ -19,9 +19,12 @@ void ZelvikMsg::stream(const char* file, int line, std::stringstream& message, i
   const char* colour = severity == WARN ? "\033[33m" : severity == FATAL ? "\033[1;31m" : "";
   const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
 
+  std::tm local{};
+  localtime_r(&now, &local);
+
   std::stringstream out;
   out.imbue(std::locale::classic());
-  out << "[" << std::setfill('0') << std::put_time(std::localtime(&now), "%Y:%m:%d:%X") << " "
+  out << "[" << std::setfill('0') << std::put_time(&local, "%Y:%m:%d:%X") << " "
       << std::setfill(' ') << name << ":" << line << "] ";
   out << colour << message.str() << "\033[0m\n";
   std::cout << out.str();

@@ -249,6 +249,8 @@ TEST(UrdfFaults, ExactTexts) {
       {jointText("i", "fixed", "r", "a") + jointText("j", "fixed", "a", "b") +
            jointText("k", "fixed", "b", "a"),
        loader + "the joints form a loop through the link 'b'"},
+      {jointText("j", "fixed", "a", "b") + jointText("k", "fixed", "a", "b"),
+       loader + "the link 'b' is the child of more than one joint"},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(messages::of([&] { readUrdfTree(robot(row.content), row.order); }), row.text);

@@ -37,8 +37,8 @@ namespace zelvik {
 /// Objects are added and removed between steps only. Lengths in m, masses in kg, times in s, world
 /// axes.
 ///
-/// A world is used from one thread at a time. Worlds may live side by side, but are constructed and
-/// destroyed one at a time; worlds with meshes must not step on several threads at once.
+/// A world is used from one thread at a time. Different worlds may be made, stepped and destroyed
+/// on different threads at once; those that collide meshes wait for each other (docs/threads.md).
 class ZELVIK_API World {
  public:
   /// Collision group of everything that has no other default.

@@ -198,9 +198,9 @@ class DynamicArray {
   ~DynamicArray() { std::free(v); }
 
   /// Replaces the block by a fresh one of `count` doubles. Neither copies nor zeroes: the content
-  /// is lost even when the size is unchanged.
+  /// is lost even when the size is unchanged. Throws `std::bad_alloc` when memory runs out.
   void allocate(unsigned long count) {
-    std::free(v);
+    std::free(std::exchange(v, nullptr));
     v = alignedBlock(count);
   }
 
@@ -219,7 +219,9 @@ class DynamicArray {
   /// The byte count is rounded up to the alignment, as C11 7.22.3.1 once asked for.
   static double* alignedBlock(unsigned long count) {
     const std::size_t bytes = (count * sizeof(double) + 31) & ~static_cast<std::size_t>(31);
-    return static_cast<double*>(std::aligned_alloc(32, bytes));
+    double* block = static_cast<double*>(std::aligned_alloc(32, bytes));
+    if (block == nullptr && bytes > 0) throw std::bad_alloc();
+    return block;
   }
   /// Replaces the block by a copy.
   void copyBlock(const double* source, unsigned long count) {

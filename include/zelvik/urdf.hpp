@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 #include <zelvik/ZelvikTinyXmlWrapper.hpp>
@@ -152,15 +153,17 @@ class ZELVIK_API LoadFromURDF2 {
   bool buildTree(const ZelvikTinyXmlWrapper& robot, UrdfModel& model,
                  const std::vector<std::string>& jointOrder, UrdfTree& tree);
   void placeFixedBase(const UrdfModel& model, const UrdfLink& world, UrdfTree& tree);
+  bool isTree(const UrdfLink& link, const UrdfLink& child) const;
   bool isTooLarge(const UrdfLink& link) const;
   void setBody(const UrdfLink& link, Child& child);
   void addVisuals(const UrdfLink& link, Child& child);
 
   std::map<std::string, UrdfMaterial> materials_;
-  std::string bodyName_;  ///< always empty
-  size_t linkCount_ = 0;  ///< of the document
-  size_t depth_ = 0;      ///< of the link in work below the root
-  size_t bodyCount_ = 0;  ///< of the tree so far
+  std::string bodyName_;               ///< always empty
+  std::set<const UrdfLink*> reached_;  ///< links that the walk has come to
+  std::set<const UrdfLink*> path_;     ///< the link in work and those above it
+  size_t depth_ = 0;                   ///< of the link in work below the root
+  size_t bodyCount_ = 0;               ///< of the tree so far
 };
 
 }  // namespace urdf

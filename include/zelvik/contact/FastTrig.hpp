@@ -16,8 +16,7 @@ namespace contact {
 
 /// Sine and cosine of `angle` (rad). The series' remainders at pi/2 bound the error: 5e-14 for the
 /// sine, (pi/2)^19 / 19!, and 6e-13 for the cosine, (pi/2)^18 / 18!. Beyond 2 pi the error of the
-/// reduction, about an ulp of the angle, comes on top. |angle| must be below 5e19, since the number
-/// of turns has to fit a 64-bit integer; NaN gives NaN.
+/// reduction, about an ulp of the angle, comes on top. What is not finite gives NaN.
 inline void fastSinCos2(double angle, double& sinOut, double& cosOut) {
   constexpr double kTwoPi = 6.283185307179586;
   constexpr double kPi = 3.141592653589793;
@@ -27,7 +26,7 @@ inline void fastSinCos2(double angle, double& sinOut, double& cosOut) {
   double x = angle;
   if (angle > kTwoPi || angle < -kTwoPi) {
     const double q = angle / kTwoPi;
-    x = (q - static_cast<double>(static_cast<std::int64_t>(q))) * kTwoPi;
+    x = (q - std::trunc(q)) * kTwoPi;
   }
   if (x < -kPi)
     x += kTwoPi;

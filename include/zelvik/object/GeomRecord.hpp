@@ -52,9 +52,10 @@ inline void destroyGeom(dGeomID geom) {
 }
 
 /// Whether a number may be shown to ODE as a length of a shape: neither negative nor NaN, and below
-/// 1e8 m, beyond which products inside of its colliders overflow and end the process.
+/// 1e8 m, beyond which products inside of its colliders overflow and end the process. So do squares
+/// that underflow: what is not 0 has to be above 1e-100 m.
 inline bool isUsableShapeSize(double size) {
-  return size >= 0.0 && size < 1e8;
+  return size == 0.0 || (size > 1e-100 && size < 1e8);
 }
 
 /// Whether a pose may be shown to ODE: every number finite and the position within 1e8 m. ODE ends

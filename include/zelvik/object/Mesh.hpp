@@ -13,7 +13,8 @@ namespace zelvik {
 /// caller's and never computed from the triangles; the gyroscopic term is explicit from the start.
 ///
 /// The surface has a front side only for spheres, capsules and cylinders: vertices turn
-/// counter-clockwise seen from outside, and a body inside a closed mesh has no contact.
+/// counter-clockwise seen from outside, and a body inside a closed mesh has no contact. A mesh of a
+/// single triangle has no contacts with other meshes.
 class ZELVIK_API Mesh : public SingleBodyObject {
  public:
   /// Reads an OBJ file. Mass, inertia and centre of mass are those of the scaled mesh.
