@@ -10,7 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
+#include <zelvik/view/Recorder.hpp>
 
 #include "StandingRobot.hpp"
 
@@ -21,6 +23,7 @@ struct Options {
   double seconds = 10.0;
   double dt = 0.0025;
   double push = 0.0;
+  std::string recordDirectory;
 };
 
 void printUsage() {
@@ -30,8 +33,11 @@ void printUsage() {
       "  --seconds S    simulated time (default 10)\n"
       "  --dt S         time step (default 0.0025)\n"
       "  --push N       sideways force on the base for 0.2 s in the middle (default 0)\n"
+      "  --record DIR   write a replay and a picture into DIR, named after the URDF file\n"
       "  --help         this text\n"
-      "Exit status: 0 done, 1 the URDF file is missing or broken, or the robot fell, 2 bad option");
+      "Exit status: 0 done, 1 the URDF file is missing or broken, a file cannot be written, or "
+      "the\n"
+      "robot fell, 2 bad option");
 }
 
 /// A number above `least`, or the end of the program.
@@ -64,6 +70,8 @@ Options parse(int argc, char** argv) {
       options.dt = number("--dt", value, 0.0);
     } else if (option == "--push") {
       options.push = number("--push", value, -1e6);
+    } else if (option == "--record") {
+      options.recordDirectory = value;
     } else {
       std::fprintf(stderr, "stand: unknown option: %s (see --help)\n", option.c_str());
       std::exit(2);
@@ -95,7 +103,41 @@ void printProgress(const zelvik::scenes::StandingRobot& scene, bool onTerminal) 
   std::fflush(stdout);
 }
 
-Summary run(zelvik::scenes::StandingRobot& scene, const Options& options, long steps) {
+/// 60 frames a second, or every step if that is longer.
+class Recording {
+ public:
+  Recording(const zelvik::scenes::StandingRobot& scene, const Options& options)
+      : recorder_(scene.world),
+        isWanted_(!options.recordDirectory.empty()),
+        stride_(std::max(std::lround(1.0 / 60.0 / options.dt), 1l)),
+        path_(std::filesystem::path(options.recordDirectory) /
+              std::filesystem::path(options.robot).stem()) {}
+
+  void see(long step) {
+    if (isWanted_ && step % stride_ == 0) recorder_.capture();
+  }
+  void write() {
+    if (!isWanted_) return;
+    const std::string html = path_.string() + ".html", png = path_.string() + ".png";
+    zelvik::view::PictureOptions picture;
+    picture.contacts = true;
+    if (recorder_.writePng(png, picture))
+      std::printf("picture                   %s\n", png.c_str());
+    if (!zelvik::view::Recorder::hasHtmlViewer())
+      std::puts("replay                    none: built without Node.js, see README.md");
+    else if (recorder_.writeHtml(html, {path_.stem().string()}))
+      std::printf("replay                    %s\n", html.c_str());
+  }
+
+ private:
+  zelvik::view::Recorder recorder_;
+  bool isWanted_;
+  long stride_;
+  std::filesystem::path path_;
+};
+
+Summary run(zelvik::scenes::StandingRobot& scene, const Options& options, long steps,
+            Recording& recording) {
   Summary summary;
   const long tail = std::max(steps / 10, 1l);
   const bool onTerminal = isatty(STDOUT_FILENO) != 0;
@@ -105,6 +147,7 @@ Summary run(zelvik::scenes::StandingRobot& scene, const Options& options, long s
   for (long k = 0; k < steps; ++k) {
     pushBase(scene, options);
     scene.world.integrate();
+    recording.see(k);
     const auto& solver = scene.world.getContactSolver();
     sweeps += solver.getLoopCounter();
     summary.deepest = std::max(summary.deepest, scene.deepestPenetration());
@@ -145,8 +188,10 @@ int main(int argc, char** argv) {
   const bool floating = scene.robot->getJointType(0) == zelvik::Joint::FLOATING;
   const long steps = std::max(std::lround(options.seconds / options.dt), 1l);
   const double startHeight = scene.baseHeight();
-  const Summary summary = run(scene, options, steps);
+  Recording recording(scene, options);
+  const Summary summary = run(scene, options, steps, recording);
   printTable(scene, summary, steps);
+  recording.write();
   const bool stands = !floating || (scene.baseHeight() > 0.8 * startHeight && scene.tilt() < 0.3);
   std::printf("%s\n", stands ? "the robot stands" : "the robot fell");
   return stands ? 0 : 1;

@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // Bodies on generated terrain: make the ground, drop a row of bodies on it, read where they lie.
+// With an argument, the name of a PNG file, it also draws them.
 
 #include <cmath>
 #include <cstdio>
 #include <vector>
 #include <zelvik/World.hpp>
+#include <zelvik/view/Recorder.hpp>
 
 namespace {
 
@@ -30,12 +32,12 @@ struct Entry {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   zelvik::World world;
+  zelvik::view::Recorder recorder(world);
   world.setTimeStep(0.005);
   zelvik::TerrainProperties properties = ground();
   zelvik::HeightMap* terrain = world.addHeightMap(0.0, 0.0, properties, "soil");
-  terrain->setExactContacts(true);
 
   // Friction goes by the pair of materials; a pair that is not set has the default properties.
   world.setDefaultMaterial(0.8, 0.0, 0.01);
@@ -56,6 +58,7 @@ int main() {
   std::puts("   t     contacts  fastest body");
   for (int step = 1; step <= 2000; ++step) {
     world.integrate();
+    recorder.capture();
     if (step % 400 != 0) continue;
     double fastest = 0.0;
     for (const Entry& entry : row)
@@ -73,4 +76,5 @@ int main() {
     std::printf("%-9s %6.3f  %6.3f   %6.3f   %6.3f   %6.3f m\n", entry.name, p[0], p[1], p[2],
                 height, (p[2] - height) * normal[2]);
   }
+  if (argc > 1) recorder.writePng(argv[1]);
 }

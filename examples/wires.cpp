@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Wires: a pendulum on a rope, a weight on a spring, and a rope that gets taut.
+// Wires: a pendulum on a rope, a weight on a spring, and a rope that gets taut. With an argument,
+// the name of a PNG file, it also draws the pendulum.
 
 #include <cmath>
 #include <cstdio>
 #include <zelvik/World.hpp>
+#include <zelvik/view/Recorder.hpp>
 
 namespace {
 
@@ -25,8 +27,9 @@ zelvik::World& configured(zelvik::World& world) {
 }
 
 /// A stiff wire is one more problem of the contact solver: it holds its length.
-void swing() {
+void swing(const char* picture) {
   zelvik::World world;
+  zelvik::view::Recorder recorder(world);
   zelvik::Box* hook = addHook(configured(world), 2.0);
   zelvik::Sphere* bob = world.addSphere(0.05, 2.0);
   bob->setPosition(0.1, 0, 1.005);
@@ -36,6 +39,7 @@ void swing() {
   double crossing[2] = {0, 0}, before = 0.1;
   for (int passes = 0; passes < 5;) {
     world.integrate();
+    recorder.capture();
     const double x = bob->getComPosition()[0];
     if (before > 0.0 && x <= 0.0) crossing[passes++ == 0 ? 0 : 1] = world.getWorldTime();
     before = x;
@@ -43,6 +47,7 @@ void swing() {
   std::printf("pendulum  period %.3f s, small swings 2 pi sqrt(l/g) = %.3f s; length %.5f m\n",
               (crossing[1] - crossing[0]) / 4.0, 2.0 * M_PI * std::sqrt(1.0 / 9.81),
               world.getWire("rope")->getDistance());
+  if (picture != nullptr) recorder.writePng(picture);
 }
 
 /// A compliant wire is a spring of given stiffness.
@@ -76,8 +81,8 @@ void snatch() {
 
 }  // namespace
 
-int main() {
-  swing();
+int main(int argc, char** argv) {
+  swing(argc > 1 ? argv[1] : nullptr);
   bounce();
   snatch();
 }

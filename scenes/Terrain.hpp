@@ -61,7 +61,7 @@ class RobotOnTerrain {
   /// @param urdf path of the robot's description
   /// @param dt time step (s)
   /// @param exactContacts see `HeightMap::setExactContacts`
-  explicit RobotOnTerrain(const std::string& urdf, double dt = 0.0025, bool exactContacts = false);
+  explicit RobotOnTerrain(const std::string& urdf, double dt = 0.0025, bool exactContacts = true);
 
   World world;
   HeightMap* terrain = nullptr;

@@ -2,8 +2,9 @@
 # SPDX-FileCopyrightText: 2026 the zelvik authors
 # SPDX-License-Identifier: BSD-3-Clause
 #
-# Builds the demo, a quadruped that stands on its feet, and runs it. All arguments go to the demo;
-# scripts/demo.sh --help lists them.
+# Builds the demo, a quadruped that stands on its feet, and runs it. Its replay and picture are
+# build/quadruped.html and build/quadruped.png. All arguments go to the demo; scripts/demo.sh --help
+# lists them.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -13,4 +14,4 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
   (cd "$root" && cmake --preset release && cmake --build --preset release --target stand \
     --parallel "$(nproc)")
 } >&2
-exec "$root/build/release/bin/stand" "$@"
+exec "$root/build/release/bin/stand" --record "$root/build" "$@"

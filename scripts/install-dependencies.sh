@@ -4,12 +4,25 @@
 #
 # Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
 # does nothing where all of it is there.
+#   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
+#   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
 
 packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
           clang-format)
+for option in "$@"; do
+  case $option in
+    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
+    --viewer) packages+=(chromium)
+              command -v node > /dev/null || packages+=(nodejs)
+              command -v npm > /dev/null || packages+=(npm) ;;
+    *) echo "install-dependencies.sh: unknown option $option" >&2; exit 2 ;;
+  esac
+done
 # A CMake of the user's own serves as well as the packaged one.
 command -v cmake > /dev/null || packages+=(cmake)
+# Replays.
+packages+=(zlib1g-dev nlohmann-json3-dev)
 
 if ! command -v dpkg-query > /dev/null; then
   echo "This is neither Debian nor Ubuntu. Please install what these packages hold:" >&2

@@ -7,6 +7,8 @@
 #include <zelvik/object/HeightMap.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "HeightMapCollider.hpp"
+
 namespace zelvik {
 
 namespace {
@@ -118,12 +120,9 @@ bool HeightMap::checkHeights() const {
 }
 
 void HeightMap::createGeom() {
-  double lowest = std::numeric_limits<double>::max();
-  double highest = -std::numeric_limits<double>::max();
-  for (double height : heights_) {
-    lowest = std::min(lowest, height);
-    highest = std::max(highest, height);
-  }
+  const auto [lowest, highest] = std::minmax_element(heights_.begin(), heights_.end());
+  lowest_ = *lowest;
+  highest_ = *highest;
   // ODE's rows run against y: its copy is mirrored.
   std::vector<double> mirrored(heights_.size());
   for (size_t r = 0; r < ySamples_; ++r)
@@ -135,7 +134,9 @@ void HeightMap::createGeom() {
                                   static_cast<int>(xSamples_), static_cast<int>(ySamples_), 1.0,
                                   0.0, kThickness, 0);
   adoptGeom(dCreateHeightfield(nullptr, heightFieldData_, 1));
-  dGeomHeightfieldDataSetBounds(heightFieldData_, lowest, highest);
+  dGeomHeightfieldDataSetBounds(heightFieldData_, lowest_, highest_);
+  probe_ = dCreateRay(nullptr, 1.0);
+  dGeomRaySetClosestHit(probe_, 1);
 
   dMatrix3 rotation;
   dRSetIdentity(rotation);
@@ -148,6 +149,8 @@ void HeightMap::destroyField() {
   destroyGeoms();
   if (heightFieldData_ != nullptr) dGeomHeightfieldDataDestroy(heightFieldData_);
   heightFieldData_ = nullptr;
+  if (probe_ != nullptr) dGeomDestroy(probe_);
+  probe_ = nullptr;
 }
 
 void HeightMap::destroyCollisionBodies(dSpaceID) {
@@ -159,6 +162,59 @@ void HeightMap::updateCollision() {
   Mat33 geomToWorld;
   rotmatmul(rot_, fixedRotation_, geomToWorld);
   writeGeomPose(collisionObject_, bodyPos_, geomToWorld);
+}
+
+HeightMap::BoxW HeightMap::boxW() const {
+  const Vec3 middle = bodyPos_ + rot_ * Vec3{{0.0, 0.0, 0.5 * (highest_ + lowest_ - kThickness)}};
+  const Vec3 half{{0.5 * xSize_, 0.5 * ySize_, 0.5 * (highest_ - lowest_ + kThickness)}};
+  BoxW box{};
+  for (size_t i = 0; i < 3; ++i) {
+    double reach = 0.0;
+    for (size_t k = 0; k < 3; ++k) reach += std::fabs(rot_(i, k)) * half[k];
+    box[2 * i] = middle[i] - reach;
+    box[2 * i + 1] = middle[i] + reach;
+  }
+  return box;
+}
+
+bool HeightMap::isTurned() const {
+  if (collisionObject_ == nullptr) return false;
+  for (size_t k = 0; k < 9; ++k)
+    if (std::fabs(rot_[k]) > 1e-12 && std::fabs(std::fabs(rot_[k]) - 1.0) > 1e-12) return true;
+  return false;
+}
+
+bool HeightMap::isMissedByOde(dGeomID other) const {
+  if (dGeomIsEnabled(collisionObject_) == 0 || dGeomIsEnabled(other) == 0) return false;
+  const bool wanted = (dGeomGetCategoryBits(other) & dGeomGetCollideBits(collisionObject_)) != 0 ||
+                      (dGeomGetCategoryBits(collisionObject_) & dGeomGetCollideBits(other)) != 0;
+  if (!wanted || dGeomGetClass(other) == dHeightfieldClass) return false;
+  dReal odeBox[6], box[6];
+  dGeomGetAABB(collisionObject_, odeBox);
+  dGeomGetAABB(other, box);
+  const BoxW ownBox = boxW();
+  bool metByOde = true, met = true;
+  for (size_t i = 0; i < 6; i += 2) {
+    metByOde = metByOde && box[i] <= odeBox[i + 1] && box[i + 1] >= odeBox[i];
+    met = met && box[i] <= ownBox[i + 1] && box[i + 1] >= ownBox[i];
+  }
+  return met && !metByOde;
+}
+
+int HeightMap::collide(dGeomID geom, dContactGeom* points, int capacity) const {
+  const bool usable = isReadable() && isUsablePose(bodyPos_, rot_);
+  switch (dGeomGetClass(geom)) {
+    case dSphereClass:
+    case dCapsuleClass:
+    case dCylinderClass:
+      return usable ? collideRound(*this, geom, points, capacity) : 0;
+    case dBoxClass:
+      return usable ? collideBox(*this, geom, points, capacity) : 0;
+    case dTriMeshClass:
+      return usable ? collideMesh(*this, geom, points, capacity) : 0;
+    default:
+      return -1;
+  }
 }
 
 bool HeightMap::isInReach(dGeomID other) const {

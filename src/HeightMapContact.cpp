@@ -1,9 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <zelvik/object/HeightMap.hpp>
+#include "HeightMapCollider.hpp"
 
 // Contacts of round shapes with the triangles of a height map. Closest points: C. Ericson,
 // Real-Time Collision Detection (2005), sections 5.1.5 and 5.1.9.
@@ -56,25 +53,9 @@ double closestParameter(const Vec3& a, const Vec3& b, const Vec3& c, const Vec3&
 constexpr double kPi = 3.14159265358979323846;
 /// Fixed points on the rim of a cylinder's end, beside the lowest one: they carry it standing.
 constexpr int kRimPoints = 6;
-/// A touch is left out if it does not rise above the tangent plane of a deeper one by this (m).
-constexpr double kPlaneTolerance = 1e-7;
-
-}  // namespace
-
-/// Collects touches of a body with the map, in the frame of the map. A touch is the deepest point
-/// of the body along a normal of the ground; the plane through the ground there, the tangent plane,
-/// makes touches of what lies below it superfluous.
-class HeightMapCollider {
+class RoundCollider : public HeightMapCollider {
  public:
-  HeightMapCollider(const HeightMap& map, dGeomID geom, dContactGeom* points, int capacity)
-      : map_(map), geom_(geom), points_(points), capacity_(capacity) {
-    const dReal *p = dGeomGetPosition(geom), *R = dGeomGetRotation(geom);
-    center_ = transposeMul(map.rot_, Vec3{{p[0], p[1], p[2]}} - map.bodyPos_);
-    for (size_t k = 0; k < 3; ++k)
-      axes_[k] = transposeMul(map.rot_, Vec3{{R[k], R[4 + k], R[8 + k]}});
-    cellX_ = map.xSize_ / static_cast<double>(map.xSamples_ - 1);
-    cellY_ = map.ySize_ / static_cast<double>(map.ySamples_ - 1);
-  }
+  using HeightMapCollider::HeightMapCollider;
 
   int run() {
     switch (dGeomGetClass(geom_)) {
@@ -94,31 +75,6 @@ class HeightMapCollider {
   }
 
  private:
-  /// Range of cells under a box; empty beside the map.
-  struct Cells {
-    long column0, column1, row0, row1;
-  };
-
-  static long cellOf(double value) {
-    return static_cast<long>(std::floor(std::clamp(value, -1.0, 2e9)));
-  }
-
-  Cells cellsUnder(const Vec3& low, const Vec3& high) const {
-    const double x0 = 0.5 * map_.xSize_, y0 = 0.5 * map_.ySize_;
-    const long columns = static_cast<long>(map_.xSamples_) - 2;
-    const long rows = static_cast<long>(map_.ySamples_) - 2;
-    return {std::max(cellOf((low[0] + x0) / cellX_), 0l),
-            std::min(cellOf((high[0] + x0) / cellX_), columns),
-            std::max(cellOf((y0 - high[1]) / cellY_), 0l),
-            std::min(cellOf((y0 - low[1]) / cellY_), rows)};
-  }
-
-  Vec3 vertex(long column, long row) const {
-    return {{static_cast<double>(column) * cellX_ - 0.5 * map_.xSize_,
-             0.5 * map_.ySize_ - static_cast<double>(row) * cellY_,
-             map_.sample(static_cast<size_t>(column), static_cast<size_t>(row))}};
-  }
-
   static Triangle triangle(const Vec3& a, const Vec3& b, const Vec3& c) {
     const Vec3 n = cross(b - a, c - a);
     return {{a, b, c}, (1.0 / norm(n)) * n};
@@ -137,51 +93,6 @@ class HeightMapCollider {
       }
   }
 
-  /// Height above the plane of the triangle below the point (m) and its normal; false beside the
-  /// map.
-  bool gapBelow(const Vec3& p, double& gap, Vec3& normal) const {
-    const double u = (p[0] + 0.5 * map_.xSize_) / cellX_, v = (0.5 * map_.ySize_ - p[1]) / cellY_;
-    const double columns = static_cast<double>(map_.xSamples_ - 1);
-    const double rows = static_cast<double>(map_.ySamples_ - 1);
-    if (!(u >= 0.0 && u <= columns && v >= 0.0 && v <= rows)) return false;
-    const size_t column = static_cast<size_t>(std::min(u, columns - 1.0));
-    const size_t row = static_cast<size_t>(std::min(v, rows - 1.0));
-    const double alpha = u - static_cast<double>(column), beta = v - static_cast<double>(row);
-    const HeightMap::Facet facet = map_.facetAt(column, row, alpha + beta >= 1.0);
-    normal = map_.fieldNormal(facet);
-    normal[1] = -normal[1];
-    gap = (p[2] - facet.height(alpha, beta)) * normal[2];
-    return true;
-  }
-
-  static Vec3 positionOf(const dContactGeom& g) { return {{g.pos[0], g.pos[1], g.pos[2]}}; }
-  static Vec3 normalOf(const dContactGeom& g) { return {{g.normal[0], g.normal[1], g.normal[2]}}; }
-
-  /// Whether the ground of `k` does not rise above the tangent plane of the deeper `a`.
-  static bool covers(const dContactGeom& a, const dContactGeom& k) {
-    const Vec3 na = normalOf(a);
-    const Vec3 ground = positionOf(k) + k.depth * normalOf(k);
-    return a.depth >= k.depth && dot(ground - positionOf(a) - a.depth * na, na) <= kPlaneTolerance;
-  }
-
-  /// Adds a touch, unless one from `first` on covers it, and drops what it covers from `own_` on:
-  /// a touch between the ends must not take the support of an end away.
-  void add(const Vec3& position, const Vec3& normal, double depth, int first) {
-    dContactGeom touch{};
-    for (int i = 0; i < 3; ++i) {
-      touch.pos[i] = position[i];
-      touch.normal[i] = normal[i];
-    }
-    touch.depth = depth;
-    touch.side1 = touch.side2 = -1;
-    for (int k = first; k < count_; ++k)
-      if (covers(points_[k], touch)) return;
-    const auto end = std::remove_if(points_ + own_, points_ + count_,
-                                    [&](const dContactGeom& g) { return covers(touch, g); });
-    count_ = static_cast<int>(end - points_);
-    if (count_ < capacity_) points_[count_++] = touch;
-  }
-
   /// A ball against the ground: below it one touch, above it one per closest point of a triangle.
   void touchSphere(const Vec3& c, double radius) {
     const int first = own_ = count_;
@@ -194,26 +105,20 @@ class HeightMapCollider {
     const Vec3 reach{{radius, radius, radius}};
     forTriangles(c - reach, c + reach, [&](const Triangle& t) {
       if (dot(c - t.corner[0], t.normal) >= radius) return;
-      touchBall(c, closestOnTriangle(t, c), t, radius, first);
+      const Vec3 d = c - closestOnTriangle(t, c);
+      const double distance = norm(d);
+      if (distance >= radius || dot(d, t.normal) <= 0.0) return;
+      add(c - (radius / distance) * d, (1.0 / distance) * d, radius - distance, first);
     });
-  }
-
-  /// A ball whose centre is c against the point q of a triangle.
-  void touchBall(const Vec3& c, const Vec3& q, const Triangle& t, double radius, int first) {
-    const Vec3 d = c - q;
-    const double distance = norm(d);
-    if (distance >= radius || dot(d, t.normal) <= 0.0) return;
-    const Vec3 n = (1.0 / distance) * d;
-    add(c - radius * n, n, radius - distance, first);
   }
 
   void touchCapsule() {
     for (double end : {-0.5, 0.5}) touchSphere(center_ + (end * length_) * axes_[2], radius_);
-    touchSide();
+    touchSide(false);
   }
 
   /// Edges of the ground against the round side between the ends.
-  void touchSide() {
+  void touchSide(bool hasFlatEnds) {
     const Vec3 a = center_ - (0.5 * length_) * axes_[2], b = center_ + (0.5 * length_) * axes_[2];
     Vec3 low, high;
     for (int i = 0; i < 3; ++i) {
@@ -222,17 +127,14 @@ class HeightMapCollider {
     }
     const int first = endsTouch() ? 0 : count_;
     own_ = count_;
-    forTriangles(low, high, [&](const Triangle& t) {
-      for (size_t k = 0; k < 3; ++k) {
-        const Vec3 &c = t.corner[k], &d = t.corner[(k + 1) % 3];
-        const double s = closestParameter(a, b, c, d);
-        if (!(s > 1e-6 && s < 1.0 - 1e-6)) continue;
-        const Vec3 p = a + s * (b - a);
-        double gap = 0.0;
-        Vec3 up{};
-        if (gapBelow(p, gap, up) && gap <= 0.0) continue;
-        touchBall(p, closestOnSegment(c, d, p), t, radius_, first);
-      }
+    forRidges(low, high, [&](const Ridge& ridge) {
+      const double s = closestParameter(a, b, ridge.a, ridge.b);
+      if (!(s > 1e-6 && s < 1.0 - 1e-6)) return;
+      const Vec3 p = a + s * (b - a), d = p - closestOnSegment(ridge.a, ridge.b, p);
+      const double distance = norm(d);
+      if (!(distance < radius_ && isTangent(ridge, (1.0 / distance) * d))) return;
+      if (radius_ - distance > std::min(s, 1.0 - s) * length_ && hasFlatEnds) return;
+      add(p - (radius_ / distance) * d, (1.0 / distance) * d, radius_ - distance, first);
     });
   }
 
@@ -246,7 +148,7 @@ class HeightMapCollider {
 
   void touchCylinder() {
     for (double end : {-0.5, 0.5}) touchRim(center_ + (end * length_) * axes_[2]);
-    touchSide();
+    touchSide(true);
     touchEnds();
   }
 
@@ -264,80 +166,33 @@ class HeightMapCollider {
     }
   }
 
-  void touchPoint(const Vec3& p) {
-    own_ = count_;
-    double gap = 0.0;
-    Vec3 up{};
-    if (gapBelow(p, gap, up) && gap < 0.0) add(p, up, -gap, count_);
-  }
-
   /// Vertices of the ground that have come through a flat end.
   void touchEnds() {
     own_ = count_;
     const double reach = std::hypot(radius_, 0.5 * length_);
     const Vec3 box{{reach, reach, reach}};
-    const Cells cells = cellsUnder(center_ - box, center_ + box);
-    for (long row = cells.row0; row <= cells.row1 + 1; ++row)
-      for (long column = cells.column0; column <= cells.column1 + 1; ++column)
-        touchEnd(vertex(column, row));
+    forVertices(center_ - box, center_ + box,
+                [&](long column, long row) { touchEnd(column, row); });
   }
 
-  void touchEnd(const Vec3& v) {
-    const Vec3 d = v - center_;
+  void touchEnd(long column, long row) {
+    const Vec3 v = vertex(column, row), d = v - center_;
     const double along = dot(d, axes_[2]);
     const double depth = 0.5 * length_ - std::fabs(along);
     const double fromAxis2 = squaredNorm(d) - along * along;
     if (depth <= 0.0 || fromAxis2 >= radius_ * radius_) return;
     if (depth >= radius_ - std::sqrt(fromAxis2)) return;  // nearer to the side
     const Vec3 n = (along > 0.0 ? -1.0 : 1.0) * axes_[2];
-    if (n[2] > 0.0) add(v - depth * n, n, depth, 0);
+    if (isConvex(column, row, v) && isTangent(column, row, v, n)) add(v - depth * n, n, depth, 0);
   }
 
-  void toWorld() {
-    for (int k = 0; k < count_; ++k) {
-      const Vec3 p = map_.rot_ * positionOf(points_[k]) + map_.bodyPos_;
-      const Vec3 n = map_.rot_ * normalOf(points_[k]);
-      for (int i = 0; i < 3; ++i) {
-        points_[k].pos[i] = p[i];
-        points_[k].normal[i] = n[i];
-      }
-    }
-  }
-
-  const HeightMap& map_;
-  const dGeomID geom_;
-  dContactGeom* const points_;
-  const int capacity_;
-  int count_ = 0;
-  int own_ = 0;  ///< first touch of the part of the body that is looked at
-  Vec3 center_{};
-  std::array<Vec3, 3> axes_{};          ///< of the body
-  double cellX_ = 0.0, cellY_ = 0.0;    ///< (m)
   double radius_ = 0.0, length_ = 0.0;  ///< of a capsule or cylinder (m)
 };
 
-int HeightMap::collideRound(dGeomID round, dContactGeom* points, int capacity) const {
-  if (!isReadable() || !isUsablePose(bodyPos_, rot_)) return 0;
-  return HeightMapCollider(*this, round, points, capacity).run();
-}
+}  // namespace
 
-bool HeightMap::repairMeshPoint(dGeomID mesh, dContactGeom& point) const {
-  const Vec3 offset = Vec3{{point.pos[0], point.pos[1], point.pos[2]}} - bodyPos_;
-  const Vec3 p = transposeMul(rot_, offset);
-  const double gap = p[2] - getHeight(p[0] + centerX_, p[1] + centerY_);
-  constexpr double kOnGround = 1e-7;  // (m)
-  if (gap < -kOnGround) return true;  // a vertex of the mesh below the ground
-  // Down out of the mesh: the first face on the way.
-  const dGeomID ray = dCreateRay(nullptr, point.depth);
-  dGeomRaySet(ray, point.pos[0], point.pos[1], point.pos[2], -point.normal[0], -point.normal[1],
-              -point.normal[2]);
-  dGeomRaySetClosestHit(ray, 1);
-  dContactGeom hit;
-  const int found = dCollide(ray, mesh, 1, &hit, sizeof(hit));
-  dGeomDestroy(ray);
-  if (found == 0) return false;
-  point.depth = hit.depth;
-  return true;
+int collideRound(const HeightMap& map, dGeomID geom, dContactGeom* points, int capacity) {
+  return RoundCollider(map, geom, points, capacity).run();
 }
 
 }  // namespace zelvik

@@ -76,6 +76,7 @@ void Mesh::_init(dSpaceID space, double mass, const Mat<3, 3>& inertia, const Ma
                               static_cast<int>(meshIndices_.size()), kStride);
   dGeomTriMeshDataPreprocess2(meshData_, kPreprocessFlags, nullptr);
   adoptGeom(dCreateTriMesh(space, meshData_, nullptr, nullptr, nullptr));
+  noteVertices(collisionObject_, meshVertices_);
   updateCollision();
 }
 

@@ -88,7 +88,8 @@ void SingleBodyObject::preContactSolverUpdate2(const Mat<3, 1>& gravity, double 
   } else {
     computeContactMaps();
   }
-  if (externalForceFlags_.empty()) return;
+  visForcesCurrent_ = !externalForceFlags_.empty();
+  if (!visForcesCurrent_) return;
   clearVisForces();
   copyPendingForcesToVis();
   clearPendingForces();

@@ -6,6 +6,8 @@
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
+#include "CylinderOnPlane.hpp"
+
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.
 
@@ -46,20 +48,7 @@ bool selfContactExists(const Object& object, size_t l1, size_t l2) {
 int collideOnField(dGeomID geom, dGeomID field, const std::vector<Object*>& objects,
                    dContactGeom* points) {
   const HeightMap& map = static_cast<const HeightMap&>(*objects[geomRecord(field).objectIdx]);
-  if (!map.usesExactContacts()) return -1;
-  switch (dGeomGetClass(geom)) {
-    case dSphereClass:
-    case dCapsuleClass:
-    case dCylinderClass:
-      return map.collideRound(geom, points, kMaxPointsPerPair);
-    case dTriMeshClass: {
-      const int found = dCollide(geom, field, kMaxPointsPerPair, points, sizeof(dContactGeom));
-      const auto isBad = [&](dContactGeom& point) { return !map.repairMeshPoint(geom, point); };
-      return static_cast<int>(std::remove_if(points, points + found, isBad) - points);
-    }
-    default:
-      return -1;
-  }
+  return map.usesExactContacts() ? map.collide(geom, points, kMaxPointsPerPair) : -1;
 }
 
 /// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
@@ -68,7 +57,10 @@ int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dCo
   const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
   const int found =
       dGeomGetClass(field) == dHeightfieldClass ? collideOnField(geom, field, objects, points) : -1;
-  if (found < 0) return dCollide(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
+  if (found < 0) {
+    const int count = dCollide(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
+    return count == 1 ? completeCylinderOnPlane(o1, o2, points) : count;
+  }
   for (dContactGeom* point = points; point != points + found; ++point) {
     point->g1 = o1;
     point->g2 = o2;
@@ -94,6 +86,15 @@ void nearCallback(void* data, dGeomID o1, dGeomID o2) {
 void World::detectCollisions() {
   numContactGeoms_ = 0;
   dSpaceCollide(worldSpace_, this, nearCallback);
+  for (const Object* object : objectList_) {
+    if (object->getObjectType() != HEIGHTMAP) continue;
+    const HeightMap& map = static_cast<const HeightMap&>(*object);
+    if (!map.isTurned()) continue;
+    for (int i = 0; i < dSpaceGetNumGeoms(worldSpace_); ++i) {
+      const dGeomID geom = dSpaceGetGeom(worldSpace_, i);
+      if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
+    }
+  }
   if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
 }
 

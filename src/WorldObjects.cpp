@@ -15,6 +15,7 @@ T* World::add(Args&&... args) {
   auto object = std::make_unique<T>(std::forward<Args>(args)...);
   objectList_.push_back(object.get());
   object->setIndexInWorld(objectList_.size() - 1);
+  object->setIdInWorld(objectChangeCount_);
   return object.release();
 }
 
@@ -134,9 +135,11 @@ HeightMap* World::addHeightMap(const HeightMap* source, unsigned long group, uns
     MSG_FATAL("World::addHeightMap: Got a nullptr for the reference heightmap");
     return nullptr;
   }
-  return addHeightMap(source->getXSamples(), source->getYSamples(), source->getXSize(),
-                      source->getYSize(), source->getCenterX(), source->getCenterY(),
-                      source->getHeightMap(), source->getMaterial(), group, mask);
+  HeightMap* copy = addHeightMap(source->getXSamples(), source->getYSamples(), source->getXSize(),
+                                 source->getYSize(), source->getCenterX(), source->getCenterY(),
+                                 source->getHeightMap(), source->getMaterial(), group, mask);
+  copy->setExactContacts(source->usesExactContacts());
+  return copy;
 }
 
 ArticulatedSystem* World::addGeomsOf(ArticulatedSystem* system, unsigned long group,

@@ -71,6 +71,11 @@ const RayHitList& World::rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direct
   dGeomRaySet(rayGeom_, start[0], start[1], start[2], rayDirection_[0], rayDirection_[1],
               rayDirection_[2]);
   dSpaceCollide2(rayGeom_, reinterpret_cast<dGeomID>(worldSpace_), this, rayCallback);
+  for (const Object* object : objectList_) {
+    if (object->getObjectType() != HEIGHTMAP) continue;
+    const HeightMap& map = static_cast<const HeightMap&>(*object);
+    if (map.isTurned() && map.isMissedByOde(rayGeom_)) testRay(map.getCollisionObject());
+  }
   return rayHits_;
 }
 

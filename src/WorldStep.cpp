@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/World.hpp>
 
+#include "StageTimer.hpp"
+
 // One step, as a sequence of sweeps over the objects in list order.
 
 namespace zelvik {
@@ -12,42 +14,53 @@ void World::integrate() {
 }
 
 void World::integrate1() {
+  ZELVIK_STAGES_BEGIN();
   clearContactProblems();
   for (Object* object : objectList_) object->clearPerObjectContact();
   for (Object* object : objectList_)
     if (object->getBodyType() == BodyType::DYNAMIC) object->updateTimeStepIfNecessary(timeStep_);
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC) object->updateCollision();
+  ZELVIK_STAGE_DONE("clear, poses of geoms");
 
   detectCollisions();
+  ZELVIK_STAGE_DONE("collision detection");
   contactProblems_.reserve(static_cast<size_t>(numContactGeoms_) + stiffWire_.size());
   buildContacts();
   updateWires();
   appendWireProblems();
+  ZELVIK_STAGE_DONE("contact records, wires");
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC)
       object->preContactSolverUpdate1(gravity_, timeStep_);
+  ZELVIK_STAGE_DONE("first update: mass matrix, nonlinear terms, factorisation, Jacobians");
   for (Object* object : objectList_) object->appendJointLimits(contactProblems_);
+  ZELVIK_STAGE_DONE("joint limits");
 }
 
 void World::integrate2() {
+  ZELVIK_STAGES_BEGIN();
   ++stepCount_;
   worldTime_ += timeStep_;
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC)
       object->preContactSolverUpdate2(gravity_, timeStep_);
+  ZELVIK_STAGE_DONE("second update: free velocity, responses, own blocks");
   for (Object* object : objectList_)
     if (object->getBodyType() == BodyType::DYNAMIC) contactProblemUpdate(object);
+  ZELVIK_STAGE_DONE("assembly of problems");
 
   if (!contactProblems_.empty()) {
     for (contact::Single3DContactProblem& problem : contactProblems_) problem.imp_.setZero();
     solver_.solve(contactProblems_);
   }
+  ZELVIK_STAGE_DONE("solve");
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC) object->integrate(timeStep_, gravity_);
+  ZELVIK_STAGE_DONE("integration, kinematics");
 }
 
 void World::updateWires() {

@@ -147,6 +147,24 @@ TEST(WorldObjects, RandomChangesKeepIndicesOwnersAndContactsRight) {
   EXPECT_GT(scene.contacts, 5000u);
 }
 
+TEST(WorldObjects, CopiesTakeMaterialAndDataOfTheirSource) {
+  World world;
+  const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
+  Mesh* mesh = world.addMesh(obj.path, 2.0, diagonal(1, 2, 3), {{0.1, 0, 0}}, 2.0, "steel", 4, 8);
+  const Mesh* copy = world.addMesh(mesh);
+  EXPECT_EQ(geomRecord(copy->getCollisionObject()).materialName, "steel");
+  EXPECT_EQ(world.addMesh(mesh, "wood")->getMaterial(), "wood");
+  EXPECT_EQ(copy->getVertices(), mesh->getVertices());
+  EXPECT_EQ(copy->getBodyInertia()[4], 2.0);
+  EXPECT_EQ(copy->getComOffset()[0], 0.1);
+  HeightMap* map = world.addHeightMap(3, 2, 4.0, 1.0, 7.0, 8.0, {0, 1, 2, 3, 4, 5}, "soil");
+  map->setExactContacts(false);
+  const HeightMap* twin = world.addHeightMap(map);
+  EXPECT_EQ(geomRecord(twin->getCollisionObject()).materialName, "soil");
+  EXPECT_EQ(twin->getHeight(9.0, 8.5), 5.0);
+  EXPECT_FALSE(twin->usesExactContacts());
+}
+
 TEST(WorldObjects, ACompoundFliesAsTheBoxOfItsMassAndItsPartsPassThroughEachOther) {
   World world;
   const Mat33 straight = Mat33::identity();

@@ -93,6 +93,22 @@ TEST(World, BoxRestsWithoutDrift) {
   EXPECT_NEAR(positionOf(box)[2], 0.3, 2e-4);
 }
 
+TEST(World, CylinderLandsUprightFromAnyTilt) {
+  for (double tilt : {1e-3, 0.02, 0.2}) {
+    World world;
+    world.addGround();
+    Cylinder* cylinder = world.addCylinder(0.13, 0.1, 1.0);
+    cylinder->setOrientation(std::cos(0.5 * tilt), std::sin(0.5 * tilt), 0, 0);
+    cylinder->setPosition(0, 0, 0.051 + 0.13 * std::sin(tilt));
+    for (int i = 0; i < 1000; ++i) {
+      world.integrate();
+      ASSERT_GT(positionOf(cylinder)[2], 0.04) << tilt;
+    }
+    EXPECT_NEAR(positionOf(cylinder)[2], 0.05, 1e-3) << tilt;
+    EXPECT_LT(norm(cylinder->getAngularVelocity()), 1e-2) << tilt;
+  }
+}
+
 TEST(World, PlateRestsOnASmallStaticCube) {
   World world;
   Box* cube = world.addBox(0.2, 0.2, 0.2, 1.0);

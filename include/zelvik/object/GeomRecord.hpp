@@ -7,6 +7,7 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <vector>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
 
@@ -23,6 +24,10 @@ struct GeomRecord {
   double* position = nullptr;      ///< ODE's own record of the pose, by the first `writeGeomPose`
   double* rotation = nullptr;      ///< 3 rows of 4 values
   bool enabled = true;             ///< whether `writeGeomPose` shows it to ODE
+  /// Of a triangle mesh: where its vertices stand, three numbers each (m, frame of the geom). They
+  /// belong to the owner.
+  const float* vertices = nullptr;
+  size_t vertexCount = 0;
 };
 
 /// Gives a fresh record to a geom; called by whoever creates the geom, before it enters a space.
@@ -32,6 +37,12 @@ inline void attachGeomRecord(dGeomID geom) {
 
 inline GeomRecord& geomRecord(dGeomID geom) {
   return *static_cast<GeomRecord*>(dGeomGetData(geom));
+}
+
+/// Notes in a mesh's record where its vertices are.
+inline void noteVertices(dGeomID mesh, const std::vector<float>& vertices) {
+  geomRecord(mesh).vertices = vertices.data();
+  geomRecord(mesh).vertexCount = vertices.size() / 3;
 }
 
 /// Takes the geom out of its space, destroys it and frees its record; null is ignored. Geoms that

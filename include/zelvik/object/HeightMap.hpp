@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <array>
 #include <string>
 #include <vector>
 #include <zelvik/export.hpp>
@@ -89,23 +90,25 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   size_t rayHits(const Mat<3, 1>& startW, const Mat<3, 1>& directionW, double length,
                  HeightMapRayHit* hits, size_t capacity) const;
 
-  /// Whether spheres, capsules and cylinders touch the triangles themselves and points of meshes
-  /// get the depth of the map's vertex. Off by default: contacts are then ODE's, whose collider
-  /// lets round shapes sink in where the ground is convex (a sphere of 0.15 m vanishes between the
-  /// vertices of 0.3 m cells) and never lets a mesh come to rest.
+  /// Whether contacts are found on the triangles themselves, which is so by default. If not, they
+  /// are ODE's, whose collider lets round shapes sink in where the ground is convex (a sphere of
+  /// 0.15 m vanishes between the vertices of 0.3 m cells) and never lets a mesh come to rest.
   void setExactContacts(bool exact) { exactContacts_ = exact; }
   bool usesExactContacts() const { return exactContacts_; }
 
-  /// Contacts with a sphere, a capsule or a cylinder, found on the triangles themselves, for
-  /// `setExactContacts`. Uses the present pose.
-  /// @param points gets positions on the body, normals into the body and depths, `g1` the body
-  /// @return number of points written, at most `capacity`; 0 for a map that was refused
-  int collideRound(dGeomID round, dContactGeom* points, int capacity) const;
+  /// Contacts with a sphere, capsule, cylinder, box or triangle mesh, found on the triangles
+  /// themselves. Uses the present pose. Everything below the surface is solid.
+  /// @param points gets positions on the body, normals into the body and depths
+  /// @return number of points written, at most `capacity`; 0 for a map that was refused; -1 for
+  ///   other geoms
+  int collide(dGeomID geom, dContactGeom* points, int capacity) const;
 
-  /// Replaces what ODE gives for a point of a mesh that stands on a vertex of the map by the depth
-  /// of that vertex in the mesh; ODE gives the distance to the far side of it.
-  /// @return whether there is any depth
-  bool repairMeshPoint(dGeomID mesh, dContactGeom& point) const;
+  /// Whether there is a collision shape that is not turned by a multiple of a right angle about one
+  /// of its axes. ODE makes the box of such a field too small.
+  bool isTurned() const;
+  /// Whether the boxes of a turned map and of another geom meet but ODE thinks not, so that the
+  /// pair never comes out of its broad phase, as groups and masks would let it.
+  bool isMissedByOde(dGeomID other) const;
 
   /// Whether ODE may collide the field with another geom. False for one that reaches more than 1e9
   /// cells from the map or whose box is not a number: ODE would end the process.
@@ -119,6 +122,7 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
  private:
   friend class HeightMapRayWalk;
   friend class HeightMapCollider;
+  using BoxW = std::array<double, 6>;  ///< low and high x, y, z in turn (m, world axes)
   /// A point of the field in units of cells. The field runs from the corner at low x and high y:
   /// columns along x, rows against y.
   struct FieldPoint {
@@ -150,6 +154,7 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   void createGeom();
   void destroyField();
   bool isReadable() const;
+  BoxW boxW() const;
   FieldPoint locate(double x, double y) const;
   double sample(size_t column, size_t row) const {
     return heights_[(ySamples_ - 1 - row) * xSamples_ + column];
@@ -163,7 +168,9 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   double centerX_ = 0.0, centerY_ = 0.0;  ///< (m, world)
   double xSize_ = 0.0, ySize_ = 0.0;      ///< (m)
   size_t xSamples_ = 0, ySamples_ = 0;
-  bool exactContacts_ = false;
+  bool exactContacts_ = true;
+  double lowest_ = 0.0, highest_ = 0.0;  ///< of the heights (m) as ODE has them
+  dGeomID probe_ = nullptr;              ///< a ray in no space, to find faces of meshes
   /// Geom to object: ODE's field stands upright on the y axis of its own frame.
   Mat<3, 3> fixedRotation_{};
 };

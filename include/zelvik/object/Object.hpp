@@ -124,6 +124,9 @@ class ZELVIK_API Object {
   void clearPerObjectContact() { perObjectContact_.contacts_.clear(); }
   void setIndexInWorld(size_t index) { indexInWorld_ = index; }
   size_t getIndexInWorld() const { return indexInWorld_; }
+  void setIdInWorld(size_t id) { idInWorld_ = id; }
+  /// Differs for all objects that the world ever held, also for one at a freed object's address.
+  size_t getIdInWorld() const { return idInWorld_; }
   /// Whether coupling goes through stored blocks (true) or through queries of the velocity.
   bool usesFullDelassus() const { return fullDelassus_; }
 
@@ -135,6 +138,8 @@ class ZELVIK_API Object {
   const std::vector<Mat<3, 1>>& getVisForcePositions() const { return visForcePositions_; }
   const std::vector<Mat<3, 1>>& getVisTorques() const { return visTorques_; }
   const std::vector<Mat<3, 1>>& getVisTorquePositions() const { return visTorquePositions_; }
+  /// Whether these lists, if not empty, are those of the last step itself.
+  bool areVisForcesCurrent() const { return visForcesCurrent_; }
 
  protected:
   void appendExternal(bool isForce, const Mat<3, 1>& vector, const Mat<3, 1>& position);
@@ -146,6 +151,7 @@ class ZELVIK_API Object {
   PerObjectContact perObjectContact_;
   size_t numContacts_ = 0;  ///< computed by `ArticulatedSystem::preContactSolverUpdate1`
   size_t indexInWorld_ = 0;
+  size_t idInWorld_ = 0;  ///< `World`
   BodyType bodyType_ = BodyType::DYNAMIC;
   bool fullDelassus_ = true;
   std::string name_;
@@ -156,6 +162,7 @@ class ZELVIK_API Object {
   std::vector<Mat<3, 1>> externalForcePositions_;
 
   std::vector<Mat<3, 1>> visForces_, visForcePositions_, visTorques_, visTorquePositions_;
+  bool visForcesCurrent_ = true;  ///< single bodies keep their lists, robots clear them
 
   // Wire forces of the step; used by `ArticulatedSystem` only.
   std::vector<SparseJacobian> constraintJacobians_;

@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <zelvik/World.hpp>
+
+#include "Engine.hpp"
+
+namespace zelvik::bench {
+
+/// A figure with its name; the unit is part of the name.
+using Figures = std::vector<std::pair<std::string, double>>;
+
+/// One measure for all engines: the state that an engine reports is put into a world of the same
+/// shapes, which is not stepped but asked for depths, places, energy and momentum.
+class Ruler {
+ public:
+  explicit Ruler(const scenes::NeutralScene& scene);
+  /// Takes over the state of an engine.
+  void take(const Engine& engine);
+
+  /// Deepest overlap of any two shapes (m, 0 or more).
+  double penetration() const;
+  /// Places that must not move while the scene rests (world axes): centres of free bodies, and of
+  /// the robot's collision spheres, which are the feet of the quadruped.
+  std::vector<Vec3> marks() const;
+  /// Mean height of the free bodies (m).
+  double meanHeight() const;
+  double kineticEnergy() const;
+  /// Linear and angular momentum of the robot, the latter about the origin.
+  Mat<6, 1> momentum() const;
+
+ private:
+  World world_;
+  std::vector<SingleBodyObject*> bodies_;
+  ArticulatedSystem* robot_ = nullptr;
+  std::vector<size_t> feet_;  ///< spheres among the robot's collision bodies
+};
+
+/// Accuracy of an engine: runs a fresh one through the whole scene and one second more.
+Figures accuracyOf(const scenes::NeutralScene& scene, Engine& engine);
+
+/// One step with the targets of that step.
+void stepWithTargets(const scenes::NeutralScene& scene, Engine& engine, int step);
+
+}  // namespace zelvik::bench

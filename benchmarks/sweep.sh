@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 the zelvik authors
+# SPDX-License-Identifier: BSD-3-Clause
+#
+# Speed against accuracy: S1m, S4 and S5 with several settings per engine, as SVG files.
+#
+#   benchmarks/sweep.sh BUILD_DIR OUT_DIR
+#
+# Set RUNS for the number of timed runs (5), BUDGET for the longest run (CPU s, 5).
+set -euo pipefail
+build=$(realpath "${1:?usage: sweep.sh BUILD_DIR OUT_DIR}")
+out=${2:?usage: sweep.sh BUILD_DIR OUT_DIR}
+here=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
+mkdir -p "$out"
+
+robot=(
+  "zelvik broad=simple,threshold=1e-6 broad=simple broad=simple,threshold=1e-10
+   broad=simple,threshold=1e-12,iterations=1000"
+  "mujoco default impratio=10 impratio=100 timeconst=0.005,dmax=0.99
+   timeconst=0.005,dmax=0.99,impratio=100 cone=pyramidal cone=pyramidal,noslip=5"
+  "ode iterations=10 iterations=20 iterations=50 iterations=200 step=world"
+  "bullet iterations=10 iterations=50 iterations=200"
+  "dart solver=dantzig solver=pgs solver=dantzig,detector=fcl")
+piles=(
+  "zelvik broad=sap,iterations=10 broad=sap,iterations=30 broad=sap broad=sap,erp=5 broad=sap,erp=20"
+  "mujoco default cone=pyramidal solver=CG,iterations=10 solver=CG,iterations=50"
+  "ode iterations=10,space=sap iterations=20,space=sap iterations=50,space=sap
+   iterations=200,space=sap"
+  "bullet iterations=4 iterations=10 iterations=50 iterations=200")
+
+: > "$out/sweep.jsonl"
+for scene in S1m S4-216-spheres S5; do
+  entries=("${piles[@]}")
+  [[ $scene == S1m ]] && entries=("${robot[@]}")
+  for entry in "${entries[@]}"; do
+    read -r -d '' engine settings <<< "$entry" || true
+    [[ -x $build/bin/bench_$engine ]] || { echo "missing: bench_$engine" >&2; continue; }
+    arguments=(--scene "$scene" --runs "${RUNS:-5}" --budget "${BUDGET:-5}")
+    for setting in $settings; do arguments+=(--setting "$setting"); done
+    echo "$scene $engine" >&2
+    "$build/bin/bench_$engine" "${arguments[@]}" | grep '^{' >> "$out/sweep.jsonl"
+  done
+done
+
+python3 "$here/plot.py" "$out/sweep.jsonl" "$out"

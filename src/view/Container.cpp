@@ -1,0 +1,227 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <cmath>
+
+#include "Blocks.hpp"
+#include "Recording.hpp"
+
+// From a recording to the bytes of docs/replay-format.md.
+
+namespace zelvik::view {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double kTimeUnit = 1e-6;        // (s)
+constexpr double kLengthUnit = 1e-5;      // (m) of poses
+constexpr double kArrowUnit = 1e-4;       // (m) where an arrow or a wire ends
+constexpr double kQuaternionUnit = 1e-5;  //
+constexpr double kNormalUnit = 1e-3;      //
+constexpr double kDepthUnit = 1e-6;       // (m)
+constexpr double kVectorSteps = 20000.0;  // units in the largest impulse or force
+
+/// JSON knows no numbers that are not finite.
+double finite(double value) {
+  return std::isfinite(value) ? value : 0.0;
+}
+
+Json numbers(const double* values, std::size_t count) {
+  Json list = Json::array();
+  for (std::size_t i = 0; i < count; ++i) list.push_back(finite(values[i]));
+  return list;
+}
+
+double largestOf(const std::vector<double>& values) {
+  double largest = 0.0;
+  for (const double value : values)
+    if (std::isfinite(value)) largest = std::max(largest, std::fabs(value));
+  return largest;
+}
+
+/// A block of quantised values and the unit that it took.
+Json addColumn(const std::vector<double>& values, std::size_t channels, double unit,
+               Blocks& blocks) {
+  unit = fittingUnit(largestOf(values), unit);
+  std::vector<std::int32_t> words(values.size());
+  std::transform(values.begin(), values.end(), words.begin(),
+                 [unit](double value) { return quantise(value, unit); });
+  return {{"block", blocks.addDelta(words, channels)}, {"unit", unit}};
+}
+
+// ---- tracks ------------------------------------------------------------------------------------
+
+/// Unit quaternion on the side of the sphere where the one before it lies.
+Vec4 continued(const Pose& pose, const Vec4& before) {
+  const float* v = pose.quaternion;
+  Vec4 q{{v[0], v[1], v[2], v[3]}};
+  const double length = norm(q);
+  if (length > 0.0) q *= (dot(q, before) < 0.0 ? -1.0 : 1.0) / length;
+  return q;
+}
+
+Json addTrack(const Body& body, Blocks& blocks) {
+  const std::size_t count = body.poses.size();
+  std::vector<double> positions(3 * count), quaternions(4 * count);
+  Vec4 q{{1.0, 0.0, 0.0, 0.0}};
+  for (std::size_t k = 0; k < count; ++k) {
+    q = continued(body.poses[k], q);
+    for (std::size_t i = 0; i < 3; ++i) positions[i * count + k] = body.poses[k].position[i];
+    for (std::size_t i = 0; i < 4; ++i) quaternions[i * count + k] = q[i];
+  }
+  const double unit = fittingUnit(largestOf(positions), kLengthUnit);
+  std::vector<std::int32_t> words;
+  words.reserve(7 * count);
+  for (const double x : positions) words.push_back(quantise(x, unit));
+  for (const double x : quaternions) words.push_back(quantise(x, kQuaternionUnit));
+  return {
+      {"block", blocks.addDelta(words, 7)}, {"unit", unit}, {"quaternionUnit", kQuaternionUnit}};
+}
+
+// ---- bodies ------------------------------------------------------------------------------------
+
+Json describe(const Shape& shape) {
+  Json json{{"kind", kindName(shape.kind)},
+            {"size", numbers(shape.size.data(), shape.size.size())},
+            {"position", numbers(shape.positionB.v, 3)},
+            {"quaternion", numbers(shape.quaternionB.v, 4)},
+            {"color", Json::array()},
+            {"layer", shape.visual ? "visual" : "collision"},
+            {"name", shape.name}};
+  for (const float channel : shape.color)  // more digits than a screen can show are noise
+    json["color"].push_back(std::round(1000.0 * finite(channel)) / 1000.0);
+  if (shape.kind == ShapeKind::MESH) {
+    json["mesh"] = shape.mesh;
+    json["scale"] = numbers(shape.scale.v, 3);
+  }
+  return json;
+}
+
+Json describe(const Body& body, const Recording& recording, Blocks& blocks) {
+  Json json{{"name", body.name},
+            {"object", body.object},
+            {"objectId", body.objectId},
+            {"body", body.localIdx},
+            {"type", body.type},
+            {"first", body.firstFrame},
+            {"frames", recording.framesOf(body)},
+            {"static", body.isStill},
+            {"mass", finite(body.mass)},
+            {"track", addTrack(body, blocks)},
+            {"shapes", Json::array()}};
+  for (const Shape& shape : body.shapes) json["shapes"].push_back(describe(shape));
+  return json;
+}
+
+// ---- tables ------------------------------------------------------------------------------------
+
+/// Opens a table: how many rows each frame has.
+template <typename Row>
+Json openTable(const Table<Row>& table, Blocks& blocks) {
+  const std::vector<std::int32_t> counts(table.counts.begin(), table.counts.end());
+  return {{"counts", blocks.addDelta(counts, 1)}, {"rows", table.rows.size()}};
+}
+
+/// A column of as many channels as the quantity has components. `read` returns component i of a
+/// row. A unit of 0 asks for one that follows from the largest value.
+template <typename Row, typename Read>
+Json columnOf(const Table<Row>& table, std::size_t channels, double unit, Read&& read,
+              Blocks& blocks) {
+  std::vector<double> values;
+  values.reserve(channels * table.rows.size());
+  for (std::size_t i = 0; i < channels; ++i)
+    for (const Row& row : table.rows) values.push_back(static_cast<double>(read(row, i)));
+  if (unit == 0.0) unit = std::max(largestOf(values) / kVectorSteps, 1e-12);
+  return addColumn(values, channels, unit, blocks);
+}
+
+Json describe(const Table<ContactRow>& table, Blocks& blocks) {
+  using Row = ContactRow;
+  const auto column = [&](std::size_t channels, double unit, auto read) {
+    return columnOf(table, channels, unit, read, blocks);
+  };
+  Json json = openTable(table, blocks);
+  json["position"] =
+      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.position[i]; });
+  json["normal"] = column(3, kNormalUnit, [](const Row& r, std::size_t i) { return r.normal[i]; });
+  json["impulse"] = column(3, 0.0, [](const Row& r, std::size_t i) { return r.impulse[i]; });
+  json["state"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.state; });
+  json["a"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.a; });
+  json["b"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.b; });
+  json["depth"] = column(1, kDepthUnit, [](const Row& r, std::size_t) { return r.depth; });
+  return json;
+}
+
+Json describe(const Table<WireRow>& table, const std::vector<std::string>& names, Blocks& blocks) {
+  using Row = WireRow;
+  const auto column = [&](std::size_t channels, double unit, auto read) {
+    return columnOf(table, channels, unit, read, blocks);
+  };
+  Json json = openTable(table, blocks);
+  json["names"] = names;
+  json["start"] = column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.start[i]; });
+  json["end"] = column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.end[i]; });
+  json["state"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.state; });
+  json["id"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.id; });
+  return json;
+}
+
+Json describe(const Table<ForceRow>& table, Blocks& blocks) {
+  using Row = ForceRow;
+  const auto column = [&](std::size_t channels, double unit, auto read) {
+    return columnOf(table, channels, unit, read, blocks);
+  };
+  Json json = openTable(table, blocks);
+  json["position"] =
+      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.position[i]; });
+  json["vector"] = column(3, 0.0, [](const Row& r, std::size_t i) { return r.vector[i]; });
+  json["body"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.body; });
+  return json;
+}
+
+// ---- container ---------------------------------------------------------------------------------
+
+Json headerOf(const Recording& recording, const std::string& title, Blocks& blocks) {
+  Json header{{"title", title},
+              {"engine", "zelvik " ZELVIK_VERSION},
+              {"frames", recording.frameCount()},
+              {"time", addColumn(recording.times, 1, kTimeUnit, blocks)},
+              {"gravity", numbers(recording.gravity.v, 3)},
+              {"meshes", Json::array()},
+              {"bodies", Json::array()}};
+  for (const MeshData& mesh : recording.meshes)
+    header["meshes"].push_back({{"positions", blocks.addFloats(mesh.positions)},
+                                {"indices", blocks.addUnsigned(mesh.indices)}});
+  for (const Body& body : recording.bodies)
+    header["bodies"].push_back(describe(body, recording, blocks));
+  header["contacts"] = describe(recording.contacts, blocks);
+  header["wires"] = describe(recording.wires, recording.wireNames, blocks);
+  header["forces"] = describe(recording.forces, blocks);
+  header["torques"] = describe(recording.torques, blocks);
+  header["blocks"] = blocks.description();
+  return header;
+}
+
+void appendWord(std::vector<std::uint8_t>& bytes, std::size_t word) {
+  for (int shift = 0; shift < 32; shift += 8)
+    bytes.push_back(static_cast<std::uint8_t>(word >> shift));
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> encodeContainer(const Recording& recording, const std::string& title) {
+  Blocks blocks;
+  // Names may hold any bytes; those that are no UTF-8 are replaced.
+  const std::string header =
+      headerOf(recording, title, blocks).dump(-1, ' ', false, Json::error_handler_t::replace);
+  std::vector<std::uint8_t> bytes{'Z', 'L', 'V', 'R'};
+  appendWord(bytes, 1);
+  appendWord(bytes, header.size());
+  bytes.insert(bytes.end(), header.begin(), header.end());
+  bytes.resize((bytes.size() + 3) / 4 * 4, 0);
+  bytes.insert(bytes.end(), blocks.bytes().begin(), blocks.bytes().end());
+  return bytes;
+}
+
+}  // namespace zelvik::view
