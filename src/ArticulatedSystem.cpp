@@ -3,6 +3,8 @@
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "TreeSweeps.hpp"
+
 namespace zelvik {
 
 ArticulatedSystem::ArticulatedSystem(const Child& child, const std::string& resDir,
@@ -49,6 +51,7 @@ void ArticulatedSystem::setMass(size_t localIdx, double mass) {
   if (!checkBodyIndex(localIdx, "setMass")) return;
   mass_[localIdx] = mass;
   computeCompositeMass();
+  sweeps_->loadMasses();
 }
 
 void ArticulatedSystem::computeCompositeMass() {
@@ -58,7 +61,9 @@ void ArticulatedSystem::computeCompositeMass() {
 }
 
 void ArticulatedSystem::updateMassInfo() {
+  formCompositeBodies();
   computeCompositeMass();
+  sweeps_->loadMasses();
   for (size_t i = bodyCount_; i-- > 0;) {
     for (const size_t child : children_[i]) compositeMassMoment_[i] += compositeMassMoment_[child];
     for (size_t k = 0; k < 3; ++k)

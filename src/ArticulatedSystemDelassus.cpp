@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <cstring>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+
+#include "Lanes.hpp"
 
 namespace zelvik {
 
@@ -28,101 +29,28 @@ void rotateBaseColumns(const Mat33& R, const double* r, double* Jc) {
   }
 }
 
-/// Columns k .. k + width - 1 of the response (M^-1 Jc^T)^T. M^-1 is symmetric, so its rows are
-/// read as columns, which are contiguous; the block is as wide as a vector register.
-template <size_t width>
-void respond(const SparseJacobian& Jc, const double* Minv, size_t dof, size_t k, double* response) {
-  double x[width] = {}, y[width] = {}, z[width] = {};
-  const double* column = Jc.v.v;
-  const size_t* idx = Jc.idx.data();
-  for (size_t e = 0; e < Jc.size; ++e, column += 3) {
-    const double* m = Minv + idx[e] * dof + k;
-    const double jx = column[0], jy = column[1], jz = column[2];
-    for (size_t t = 0; t < width; ++t) x[t] += m[t] * jx;
-    for (size_t t = 0; t < width; ++t) y[t] += m[t] * jy;
-    for (size_t t = 0; t < width; ++t) z[t] += m[t] * jz;
-  }
-  for (size_t t = 0; t < width; ++t) {
-    response[3 * (k + t)] = x[t];
-    response[3 * (k + t) + 1] = y[t];
-    response[3 * (k + t) + 2] = z[t];
-  }
-}
-
-/// The whole response; the last block overlaps the one before where 4 does not divide dof.
-void computeResponse(const SparseJacobian& Jc, const double* Minv, size_t dof, double* response) {
-  if (dof < 4) {
-    for (size_t k = 0; k < dof; ++k) respond<1>(Jc, Minv, dof, k, response);
-    return;
-  }
-  for (size_t k = 0; k + 4 <= dof; k += 4) respond<4>(Jc, Minv, dof, k, response);
-  if (dof % 4 != 0) respond<4>(Jc, Minv, dof, dof - 4, response);
-}
-
-/// D = Jc response^T. D is symmetric, one triangle is summed.
-void ownBlock(const SparseJacobian& Jc, const double* response, Mat33& D) {
-  double d00 = 0, d10 = 0, d20 = 0, d11 = 0, d21 = 0, d22 = 0;
-  const double* column = Jc.v.v;
-  const size_t* idx = Jc.idx.data();
-  for (size_t e = 0; e < Jc.size; ++e, column += 3) {
-    const double* r = response + 3 * idx[e];
-    d00 += column[0] * r[0];
-    d10 += column[1] * r[0];
-    d20 += column[2] * r[0];
-    d11 += column[1] * r[1];
-    d21 += column[2] * r[1];
-    d22 += column[2] * r[2];
-  }
-  D = {{d00, d10, d20, d10, d11, d21, d20, d21, d22}};
-}
-
-/// Two doubles in one register. The two loops that the solver runs at every visit are written with
-/// it: their lists are short, and what compilers make of the plain form (gathers over columns, long
-/// shuffles) costs more than it saves.
-using Pair = double __attribute__((vector_size(16)));
-
-inline Pair load(const double* p) {
-  Pair a;
-  std::memcpy(&a, p, sizeof a);
-  return a;
-}
-
-/// v = Jc u: the sum of u[idx[e]] times column e. Even and odd columns have sums of their own.
+/// v = Jc u: the sum of u[idx[e]] times column e, four values of which are read. Even and odd
+/// columns have sums of their own.
 inline Vec3 multiply(const SparseJacobian& Jc, const double* u) {
-  Pair xy0{}, xy1{};
-  double z0 = 0.0, z1 = 0.0;
+  Lanes even{}, odd{};
   const double* column = Jc.v.v;
   const size_t* idx = Jc.idx.data();
   size_t e = 0;
   for (; e + 2 <= Jc.size; e += 2, column += 6) {
-    const double u0 = u[idx[e]], u1 = u[idx[e + 1]];
-    xy0 += load(column) * u0;
-    z0 += column[2] * u0;
-    xy1 += load(column + 3) * u1;
-    z1 += column[5] * u1;
+    even += loadLanes(column) * u[idx[e]];
+    odd += loadLanes(column + 3) * u[idx[e + 1]];
   }
-  if (e < Jc.size) {
-    const double rate = u[idx[e]];
-    xy0 += load(column) * rate;
-    z0 += column[2] * rate;
-  }
-  xy0 += xy1;
-  return {{xy0[0], xy0[1], z0 + z1}};
+  if (e < Jc.size) even += loadLanes(column) * u[idx[e]];
+  even += odd;
+  return {{even[0], even[1], even[2]}};
 }
 
-/// u[k] += response(:, k) . (x, y, z) for all k, two at a time.
-inline void addResponse(const double* response, double x, double y, double z, size_t dof,
-                        double* u) {
-  size_t k = 0;
-  for (; k + 2 <= dof; k += 2, response += 6) {
-    const Pair a = load(response), b = load(response + 2), c = load(response + 4);
-    const Pair rx = __builtin_shufflevector(a, b, 0, 3);
-    const Pair ry = __builtin_shufflevector(a, c, 1, 2);
-    const Pair rz = __builtin_shufflevector(b, c, 0, 3);
-    const Pair sum = load(u + k) + rx * x + ry * y + rz * z;
-    std::memcpy(u + k, &sum, sizeof sum);
-  }
-  if (k < dof) u[k] += response[0] * x + response[1] * y + response[2] * z;
+/// u += response^T (x, y, z) over rows of `stride` values.
+inline void addResponse(const double* response, size_t stride, const Vec3& p, double* u) {
+  const Lanes x = broadcast(p[0]), y = broadcast(p[1]), z = broadcast(p[2]);
+  for (size_t k = 0; k < stride; k += kLanes, response += kLanes)
+    storeLanes(u + k, loadLanes(u + k) + loadLanes(response) * x +
+                          loadLanes(response + stride) * y + loadLanes(response + 2 * stride) * z);
 }
 
 }  // namespace
@@ -130,10 +58,10 @@ inline void addResponse(const double* response, double x, double y, double z, si
 void ArticulatedSystem::preContactSolverUpdate1(const Mat<3, 1>& gravity, double /*dt*/) {
   const bool mayUseDefault = contactJacobians_.empty() || controlMode_ != PD_PLUS_FEED_FORWARD;
   integrationScheme_ = mayUseDefault ? defaultIntegrationScheme_ : TRAPEZOID;
-  computeMassMatrix(massMatrix_);
+  computeMassRows();
   computeGeneralizedMomentum();
   computeNonlinearities(gravity, nonlinearities_);
-  computeSparseInverse(massMatrix_, massInverse_);
+  factoriseMassMatrix();
   computeContactJacobians();
 }
 
@@ -144,16 +72,7 @@ void ArticulatedSystem::preContactSolverUpdate2(const Mat<3, 1>& gravity, double
 }
 
 void ArticulatedSystem::computeGeneralizedMomentum() {
-  // p = M u; M(i, j) differs from zero only where j is on the chain of i, or the reverse.
-  generalizedMomentum_.setZero();
-  for (size_t i = 0; i < dof_; ++i) {
-    double sum = massMatrix_(i, i) * gv_[i];
-    for (size_t j = dofParent_[i]; j != kNone; j = dofParent_[j]) {
-      sum += massMatrix_(i, j) * gv_[j];
-      generalizedMomentum_[j] += massMatrix_(i, j) * gv_[i];
-    }
-    generalizedMomentum_[i] += sum;
-  }
+  factor_.multiply(massRows_.v, gv_.v, generalizedMomentum_.v);
 }
 
 void ArticulatedSystem::computeContactJacobians() {
@@ -168,13 +87,16 @@ void ArticulatedSystem::computeContactJacobians() {
                                contactJacobians_[i]);
 }
 
-void ArticulatedSystem::growContactStorage() {
+/// One column more than there are velocities: the kernels read four values of each.
+void ArticulatedSystem::growContactStorage(size_t count) {
   const size_t old = contactFrameJacobians_.size();
-  if (old < numContacts_) contactFrameJacobians_.resize(numContacts_);
-  for (size_t i = old; i < numContacts_; ++i) contactFrameJacobians_[i].reserve(dof_);
-  const size_t oldResponses = contactResponses_.size();
-  if (oldResponses < numContacts_) contactResponses_.resize(numContacts_);
-  for (size_t i = oldResponses; i < numContacts_; ++i) contactResponses_[i].setZero(3, dof_);
+  if (old >= count) return;
+  contactFrameJacobians_.resize(count);
+  contactResponses_.resize(count);
+  for (size_t i = old; i < count; ++i) {
+    contactFrameJacobians_[i].reserve(dof_ + 1);
+    contactResponses_[i].setZero(3 * factor_.stride());
+  }
 }
 
 void ArticulatedSystem::getFullDelassusAndTauStar(double /*dt*/) {
@@ -184,17 +106,18 @@ void ArticulatedSystem::getFullDelassusAndTauStar(double /*dt*/) {
   if (numContacts_ == 0) return;
 
   mergeSelfCollisions();
-  growContactStorage();
-  std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  growContactStorage(numContacts_);
+  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   for (size_t i = 0; i < numContacts_; ++i) {
     contactFrameJacobians_[i].size = 0;  // stays so for the twin of a self-collision
-    if (!contacts[i].skip_) assembleContact(i);
+    if (!contacts[i].skip_) rotateJacobian(i);
   }
+  computeResponses();
   for (size_t i = 0; i < numContacts_; ++i)
     if (!contacts[i].skip_) computeImpactVelocity(i);
 }
 
-void ArticulatedSystem::assembleContact(size_t contactIdx) {
+void ArticulatedSystem::rotateJacobian(size_t contactIdx) {
   const contact::Contact& contact = perObjectContact_.contacts_[contactIdx];
   const SparseJacobian& J = contactJacobians_[contactIdx];
   SparseJacobian& Jc = contactFrameJacobians_[contactIdx];
@@ -204,10 +127,28 @@ void ArticulatedSystem::assembleContact(size_t contactIdx) {
   rotateColumns(contact.frame_, J.v.v, first, J.size, Jc.v.v);
   Jc.size = J.size;
   for (size_t e = 0; e < J.size; ++e) Jc.idx[e] = J.idx[e];
+}
 
-  double* response = contactResponses_[contactIdx].v;
-  computeResponse(Jc, massInverse_.v, dof_, response);
-  ownBlock(Jc, response, perObjectContact_.delassusAndTauStar_[contactIdx].blocks[0]);
+/// Responses M^-1 Jc^T and own blocks Jc M^-1 Jc^T.
+void ArticulatedSystem::computeResponses() {
+  TreeFactor::Request requests[TreeFactor::kBatch];
+  size_t count = 0;
+  for (size_t i = 0; i < numContacts_; ++i) {
+    if (perObjectContact_.contacts_[i].skip_) continue;
+    requests[count++] = {&contactFrameJacobians_[i], contactResponses_[i].v,
+                         perObjectContact_.delassusAndTauStar_[i].blocks.data()};
+    if (count < TreeFactor::kBatch) continue;
+    factor_.respond(requests, count);
+    count = 0;
+  }
+  factor_.respond(requests, count);
+}
+
+void ArticulatedSystem::getContactResponse(size_t contactIdx, MatDyn& response) const {
+  response.resize(3, dof_);
+  const double* rows = contactResponses_[contactIdx].v;
+  for (size_t k = 0; k < dof_; ++k)
+    for (size_t a = 0; a < 3; ++a) response(a, k) = rows[a * factor_.stride() + k];
 }
 
 void ArticulatedSystem::computeImpactVelocity(size_t contactIdx) {
@@ -236,8 +177,7 @@ void ArticulatedSystem::subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) {
 
 void ArticulatedSystem::updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) {
   if (contactFrameJacobians_[contactIdx].size == 0) return;
-  addResponse(contactResponses_[contactIdx].v, impulseChange[0], impulseChange[1], impulseChange[2],
-              dof_, gvTemp_.v);
+  addResponse(contactResponses_[contactIdx].v, factor_.stride(), impulseChange, gvTemp_.v);
 }
 
 }  // namespace zelvik

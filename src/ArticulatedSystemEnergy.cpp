@@ -13,9 +13,10 @@ double ArticulatedSystem::getPotentialEnergy(const Mat<3, 1>& gravity) const {
 
 double ArticulatedSystem::getKineticEnergy() const {
   // T = 1/2 u^T M u
+  const MatDyn& M = getMassMatrix();
   double energy = 0.0;
   for (size_t j = 0; j < dof_; ++j)
-    for (size_t i = 0; i < dof_; ++i) energy += gv_[i] * massMatrix_(i, j) * gv_[j];
+    for (size_t i = 0; i < dof_; ++i) energy += gv_[i] * M(i, j) * gv_[j];
   return 0.5 * energy;
 }
 
@@ -26,6 +27,7 @@ double ArticulatedSystem::getEnergy(const Mat<3, 1>& gravity) const {
 void ArticulatedSystem::getAngularMomentum(const Mat<3, 1>& referencePoint,
                                            Mat<3, 1>& angularMomentum) const {
   // L = sum I_i omega_i + m_i (c_i - p) x v_i, with v_i the velocity of the centre of mass
+  formCompositeBodies();
   Vec3 sum{};
   for (size_t i = 0; i < bodyCount_; ++i) {
     Vec3 comVelocity;

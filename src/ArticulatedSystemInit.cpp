@@ -5,6 +5,8 @@
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "TreeSweeps.hpp"
+
 namespace zelvik {
 namespace {
 
@@ -51,6 +53,7 @@ void ArticulatedSystem::init() {
   flattenTree();
   computeCompositeMass();
   buildDofParent();
+  sizeTreeMatrices();
   resolveFrames();
   placeFixedRoot();
 
@@ -94,33 +97,20 @@ void ArticulatedSystem::sizeArrays() {
   sizeStateVectors();
   jointLimits_.assign(dof_, JointLimit{});
   dofParent_.assign(dof_, kNone);
-  dofRunStart_.assign(dof_, 0);
 
   massMatrix_.setZero(dof_, dof_);
   massInverse_.setZero(dof_, dof_);
-  factor_.setZero(dof_, dof_);
-
-  contactFrameJacobians_.resize(kPreallocatedContacts);
-  for (SparseJacobian& jacobian : contactFrameJacobians_) {
-    jacobian.reserve(dof_);
-    jacobian.size = dof_;
-  }
   jacobianScratch_.reserve(dof_);
-  contactResponses_.resize(kPreallocatedContacts);
-  for (MatDyn& response : contactResponses_) response.setZero(3, dof_);
   jointLimitProblems_.reserve(kPreallocatedContacts);
 }
 
 void ArticulatedSystem::sizeBodyArrays() {
   for (std::vector<Mat<3, 3>>* array :
-       {&rotationW_, &jointRotation_, &parentJointRotationW_, &jointOrientationP_, &inertiaB_,
-        &inertiaW_, &compositeInertiaW_, &originInertiaW_})
+       {&rotationW_, &jointOrientationP_, &inertiaB_, &inertiaW_, &compositeInertiaW_})
     array->assign(bodyCount_, Mat<3, 3>{});
   for (std::vector<Mat<3, 1>>* array :
-       {&jointAxisW_, &positionW_, &comOffsetW_, &comW_, &compositeMassMoment_, &compositeComW_,
-        &linearVelocityW_, &angularVelocityW_, &jointAngularVelocityW_, &jointLinearVelocityW_,
-        &linearAccelerationW_, &angularAccelerationW_, &bodyForceW_, &bodyMomentW_, &leverScratch_,
-        &jointOffsetW_, &jointOffsetP_, &jointAxisB_, &comB_})
+       {&jointAxisW_, &positionW_, &comW_, &compositeMassMoment_, &compositeComW_,
+        &linearVelocityW_, &angularVelocityW_, &jointOffsetP_, &jointAxisB_, &comB_})
     array->assign(bodyCount_, Mat<3, 1>{});
   for (std::vector<size_t>* array :
        {&gcDimOfBody_, &dofOfBody_, &dofStart_, &gcStart_, &parent_, &depth_, &pathDof_, &pathGc_})
@@ -154,7 +144,6 @@ void ArticulatedSystem::sizeStateVectors() {
                          &dTarget_,
                          &dampedDiagonal_,
                          &dampedDiagonalRate_,
-                         &inverseDiagonal_,
                          &rkVel1_,
                          &rkVel2_,
                          &rkVel3_,
@@ -279,8 +268,15 @@ void ArticulatedSystem::buildDofParent() {
     dofParent_[dofStart_[i]] = dofOfBody_[p] == 0 ? kNone : dofStart_[p] + dofOfBody_[p] - 1;
     for (size_t k = dofStart_[i] + 1; k < dofStart_[i] + dofOfBody_[i]; ++k) dofParent_[k] = k - 1;
   }
-  for (size_t k = 0; k < dof_; ++k)
-    dofRunStart_[k] = k > 0 && dofParent_[k] == k - 1 ? dofRunStart_[k - 1] : k;
+}
+
+void ArticulatedSystem::sizeTreeMatrices() {
+  pattern_.build(dofParent_);
+  massRows_.setZero(pattern_.storage + TreeSweeps::kSpareValues);
+  factor_.setPattern(pattern_);
+  callerFactor_.setPattern(pattern_);
+  sweeps_ = std::make_unique<TreeSweeps>(*this);
+  growContactStorage(kPreallocatedContacts);
 }
 
 /// Frames name their body; of bodies of one name the last one stands.
@@ -296,8 +292,7 @@ void ArticulatedSystem::resolveFrames() {
 void ArticulatedSystem::placeFixedRoot() {
   if (jointType_[0] != Joint::FIXED) return;
   positionW_[0] = fixedBasePosition_;
-  comOffsetW_[0] = rotationW_[0] * comB_[0];
-  comW_[0] = positionW_[0] + comOffsetW_[0];
+  comW_[0] = positionW_[0] + rotationW_[0] * comB_[0];
 }
 
 /// Bodies without mass are passed over: they are links between joints that share a place.

@@ -134,13 +134,9 @@ void ArticulatedSystem::addOutsideForces() {
 }
 
 void ArticulatedSystem::solveForVelocity() {
-  // u+ = (M + D)^-1 rhs, column by column
-  gvTemp_.setZero();
-  for (size_t i = 0; i < dof_; ++i) {
-    const double* column = massInverse_.v + i * dof_;
-    const double weight = rhs_[i];
-    for (size_t k = 0; k < dof_; ++k) gvTemp_[k] += column[k] * weight;
-  }
+  // u+ = (M + D)^-1 rhs, by the factor
+  gvTemp_ = rhs_;
+  if (dof_ > 0) factor_.solve(gvTemp_.v);
 }
 
 // ---- new state ----

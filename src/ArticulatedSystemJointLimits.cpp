@@ -17,6 +17,7 @@ void ArticulatedSystem::appendJointLimits(contact::ContactProblemList& problems)
 
 Single3DContactProblem& ArticulatedSystem::appendLimitProblem(
     size_t bodyIdx, double depth, contact::ContactProblemList& problems) {
+  formMassInverse();
   problems.emplace_back();
   Single3DContactProblem& problem = problems.back();
   problem.rank_ = Single3DContactProblem::JOINT_LIMIT;

@@ -64,9 +64,9 @@ void ArticulatedSystem::rkIntegrate(const Mat<3, 1>& gravity, double dt) {
   // Without the momentum M u on the right side what is left in gvTemp_ is the change of velocity.
   generalizedMomentum_.setZero();
   updateKinematics();
-  computeMassMatrix(massMatrix_);
+  computeMassRows();
   computeNonlinearities(gravity, nonlinearities_);
-  computeSparseInverse(massMatrix_, massInverse_);
+  factoriseMassMatrix();
   integrateWithoutContact(gravity, dt);
 }
 

@@ -6,6 +6,8 @@
 #include <zelvik/urdf.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "TreeSweeps.hpp"
+
 namespace zelvik {
 namespace {
 

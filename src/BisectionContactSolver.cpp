@@ -119,8 +119,10 @@ void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
   if (p.rank_ != Single3DContactProblem::PLANE && p.rank_ != Single3DContactProblem::FULL) return;
 
   // M(i,j) = D(i,j) - D(i,2) D(2,j) / D(2,2).
-  for (int j = 0; j < 2; ++j)
-    for (int i = 0; i < 3; ++i) p.tangentMap_(i, j) = D(i, j) - D(i, 2) * D(2, j) / D(2, 2);
+  for (int j = 0; j < 2; ++j) {
+    const double share = D(2, j) * p.dzzInv_;
+    for (int i = 0; i < 3; ++i) p.tangentMap_(i, j) = D(i, j) - D(i, 2) * share;
+  }
   if (p.mu_ == 0.0) p.imp_[0] = p.imp_[1] = 0.0;
   if (p.rank_ == Single3DContactProblem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
 }
@@ -131,8 +133,8 @@ void BisectionContactSolver::prepare(ContactProblemList& problems) {
   if (historySize > errorHistory_.size()) errorHistory_.resize(historySize);
   for (Single3DContactProblem& p : problems) {
     p.checkRank();
-    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) prepareProblem(p);
     p.dzzInv_ = 1.0 / p.delassus_(2, 2);
+    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) prepareProblem(p);
   }
 }
 

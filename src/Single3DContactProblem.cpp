@@ -30,9 +30,8 @@ struct ColumnGeometry {
     norm0 = norm(c0);
     norm1 = norm(c1);
     norm2 = norm(c2);
-    const Vec3 u0 = {{c0[0] / norm0, c0[1] / norm0, c0[2] / norm0}};
-    const Vec3 u1 = {{c1[0] / norm1, c1[1] / norm1, c1[2] / norm1}};
-    u2 = {{c2[0] / norm2, c2[1] / norm2, c2[2] / norm2}};
+    const Vec3 u0 = (1.0 / norm0) * c0, u1 = (1.0 / norm1) * c1;
+    u2 = (1.0 / norm2) * c2;
     const double cos0 = dot(u0, u2), cos1 = dot(u1, u2);
     s0 = cos0 * cos0;
     s1 = cos1 * cos1;
@@ -118,11 +117,10 @@ void Single3DContactProblem::checkRank() {
   } else if (g.s0 > kParallel) {
     b1 = g.R1;
   } else {
-    const Vec3 d0 = (1.0 / norm(g.R0)) * g.R0, d1 = (1.0 / norm(g.R1)) * g.R1;
-    const double cosine = dot(d0, d1);
-    const bool parallel = cosine * cosine > kParallel;
+    const double product = dot(g.R0, g.R1);
+    const bool parallel = product * product > kParallel * (squaredNorm(g.R0) * squaredNorm(g.R1));
     if (!plane && !parallel) return;  // full rank
-    if (!plane) b1 = d0;
+    if (!plane) b1 = g.R0;
   }
   finishPlane(b1, g.u2);
 }

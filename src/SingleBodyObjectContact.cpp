@@ -3,6 +3,8 @@
 #include <utility>
 #include <zelvik/object/SingleBodyObject.hpp>
 
+#include "Lanes.hpp"
+
 // Response of one rigid body to its contacts. Notation, per contact: R is the contact's `frame_`
 // with rows t_c, p its position, a = comPos - p its arm, [a] the cross product matrix, J the world
 // inertia, v and w the velocities. The velocity of the contact point is v + w x (p - comPos) =
@@ -13,6 +15,27 @@ namespace {
 
 /// From this number on blocks for every pair cost more than queries of the velocity.
 constexpr size_t kMaxContactsWithBlocks = 4;
+
+// The two products that the solver asks for at every visit, in whole registers.
+
+/// G u. Columns of three values are read four at a time, the last one from one value before.
+inline Vec3 multiply(const Mat<3, 6>& G, const Mat<6, 1>& u) {
+  const double* g = G.v;
+  const Lanes last = __builtin_shufflevector(loadLanes(g + 14), loadLanes(g + 14), 1, 2, 3, 0);
+  const Lanes a = loadLanes(g) * u[0] + loadLanes(g + 9) * u[3];
+  const Lanes b = loadLanes(g + 3) * u[1] + loadLanes(g + 12) * u[4];
+  const Lanes v = (loadLanes(g + 6) * u[2] + last * u[5]) + (a + b);
+  return {{v[0], v[1], v[2]}};
+}
+
+/// u += B p.
+inline void addProduct(const Mat<6, 3>& B, const Vec3& p, Mat<6, 1>& u) {
+  const double* b = B.v;
+  storeLanes(u.v, loadLanes(u.v) + loadLanes(b) * p[0] + loadLanes(b + 6) * p[1] +
+                      loadLanes(b + 12) * p[2]);
+  storePair(u.v + 4, loadPair(u.v + 4) + loadPair(b + 4) * p[0] + loadPair(b + 10) * p[1] +
+                         loadPair(b + 16) * p[2]);
+}
 
 }  // namespace
 
@@ -132,19 +155,19 @@ void SingleBodyObject::computeContactMaps() {
 }
 
 void SingleBodyObject::getContactPointVel(size_t contactIdx, Mat<3, 1>& vel) const {
-  vel = contactJacobian_[contactIdx] * genVel_;
+  vel = multiply(contactJacobian_[contactIdx], genVel_);
 }
 
 void SingleBodyObject::addContactPointVel(size_t contactIdx, Mat<3, 1>& vel) {
-  vel += contactJacobian_[contactIdx] * genVel_;
+  vel += multiply(contactJacobian_[contactIdx], genVel_);
 }
 
 void SingleBodyObject::subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) {
-  vel -= contactJacobian_[contactIdx] * genVel_;
+  vel -= multiply(contactJacobian_[contactIdx], genVel_);
 }
 
 void SingleBodyObject::updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) {
-  genVel_ += contactImpulseMap_[contactIdx] * impulseChange;
+  addProduct(contactImpulseMap_[contactIdx], impulseChange, genVel_);
 }
 
 }  // namespace zelvik

@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <utility>
 #include <zelvik/World.hpp>
 
 // From the two views of a contact, one per object, to the one record of the solver. Every sign of
@@ -58,6 +59,28 @@ void World::contactProblemUpdate(Object* object) {
   }
 }
 
+/// Empties the list of problems and keeps the memory of their coupling lists.
+void World::clearContactProblems() {
+  for (Problem& p : contactProblems_)
+    if (p.otherBlocks_.capacity() > 0)
+      spareCouplingLists_.push_back({std::move(p.otherBlocks_), std::move(p.otherProblems_)});
+  contactProblems_.clear();
+}
+
+/// Makes room for `count` coupling blocks in the empty lists of p.
+void World::reserveCoupling(Problem& p, size_t count) {
+  if (p.otherBlocks_.capacity() == 0 && !spareCouplingLists_.empty()) {
+    CouplingLists& spare = spareCouplingLists_.back();
+    p.otherBlocks_ = std::move(spare.blocks);
+    p.otherProblems_ = std::move(spare.problems);
+    spareCouplingLists_.pop_back();
+    p.otherBlocks_.clear();
+    p.otherProblems_.clear();
+  }
+  p.otherBlocks_.reserve(count);
+  p.otherProblems_.reserve(count);
+}
+
 /// The other side is static or kinematic.
 void World::assembleSingleSided(Object& object, size_t i, Problem& p) {
   std::vector<Contact>& contacts = object.getContacts();
@@ -67,8 +90,7 @@ void World::assembleSingleSided(Object& object, size_t i, Problem& p) {
   p.delassus_ = ownBlock(object, i);
   if (object.usesFullDelassus()) {
     p.tauStar_ = e.tauStar;
-    p.otherBlocks_.reserve(contacts.size() - 1);
-    p.otherProblems_.reserve(contacts.size() - 1);
+    if (contacts.size() > 1) reserveCoupling(p, contacts.size() - 1);
     for (size_t j = 0; j < contacts.size(); ++j) {
       const Contact& cj = contacts[j];
       if (j == i || cj.skip_) continue;
@@ -110,10 +132,7 @@ void World::assembleTwoSided(Object& object, size_t i, Problem& p) {
     p.delassus_ += ownBlock(q, k);
   }
   const size_t bound = couplingCount(object) + couplingCount(q);
-  if (bound > 0) {
-    p.otherBlocks_.reserve(bound);
-    p.otherProblems_.reserve(bound);
-  }
+  if (bound > 0) reserveCoupling(p, bound);
   assembleSideA(object, i, q, p);
   if (!c.selfCollision_) assembleSideB(q, k, object, p);
 }

@@ -15,7 +15,7 @@ void World::integrate() {
 
 void World::integrate1() {
   ZELVIK_STAGES_BEGIN();
-  contactProblems_.clear();
+  clearContactProblems();
   for (Object* object : objectList_) object->clearPerObjectContact();
   for (Object* object : objectList_)
     if (object->getBodyType() == BodyType::DYNAMIC) object->updateTimeStepIfNecessary(timeStep_);

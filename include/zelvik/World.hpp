@@ -317,6 +317,8 @@ class ZELVIK_API World {
                      double depth, const MaterialPairProperties& material);
   void testRay(dGeomID geom);
 
+  void clearContactProblems();
+  void reserveCoupling(contact::Single3DContactProblem& p, size_t count);
   void assembleSingleSided(Object& object, size_t i, contact::Single3DContactProblem& p);
   void assembleTwoSided(Object& object, size_t i, contact::Single3DContactProblem& p);
   void assembleSideA(Object& object, size_t i, Object& q, contact::Single3DContactProblem& p);
@@ -329,6 +331,12 @@ class ZELVIK_API World {
   contact::BisectionContactSolver solver_;
   std::vector<Object*> objectList_;  ///< owned; `Object::getIndexInWorld` is the place here
   contact::ContactProblemList contactProblems_;
+  /// The memory of the coupling lists of past problems, which new ones take over.
+  struct CouplingLists {
+    std::vector<Mat<3, 3>> blocks;
+    std::vector<contact::Single3DContactProblem*> problems;
+  };
+  std::vector<CouplingLists> spareCouplingLists_;
   std::vector<size_t> objectPairFirst_;
   std::vector<size_t> objectPairSecond_;
   std::vector<std::unique_ptr<StiffLengthConstraint>> stiffWire_;

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <limits>
 #include <zelvik/math.hpp>
 
 namespace zelvik::detail {
@@ -13,6 +14,11 @@ inline double pinned(double value) {
   asm("" : "+x"(value));
 #endif
   return value;
+}
+
+/// 1 / pivot; NaN for a pivot that is not positive.
+inline double inversePivot(double pivot) {
+  return pivot > 0.0 ? 1.0 / pivot : std::numeric_limits<double>::quiet_NaN();
 }
 
 /// Copies the lower triangle to the upper one.
@@ -133,31 +139,28 @@ inline void solve33(const Mat<3, 3>& A, const Mat<3, 1>& b, Mat<3, 1>& x) {
   x[2] = scale * dot(a0, cross(a1, bCopy));
 }
 
-/// Inverse of a symmetric positive definite matrix by its Cholesky factor (G. H. Golub and
-/// C. F. Van Loan, Matrix Computations, section 4.2). Pivots are not tested: a matrix that is not
-/// positive definite gives NaN.
+/// Inverse of a symmetric positive definite matrix by its factors L D L^T, without square roots
+/// (G. H. Golub and C. F. Van Loan, Matrix Computations, section 4.1). A matrix that is not
+/// positive definite gives NaN. Reads the upper triangle.
 template <int n>
 inline void cholInv(const double* A, double* Ainv);
 
 template <>
 inline void cholInv<3>(const double* A, double* Ainv) {
-  const double a0 = A[0], a3 = A[3], a6 = A[6], a4 = A[4], a7 = A[7], a8 = A[8];
-  const double l00 = std::sqrt(a0), i00 = 1.0 / l00;
-  const double l10 = a3 * i00, l20 = a6 * i00;
-  const double l11 = std::sqrt(a4 - l10 * l10), i11 = 1.0 / l11;
-  const double l21 = (a7 - l20 * l10) * i11;
-  const double l22 = std::sqrt(a8 - l21 * l21 - l20 * l20), i22 = 1.0 / l22;
-  // Inverse of the factor.
-  const double i10 = -l10 * i00 * i11;
-  const double i20 = (-l20 * i00 - i10 * l21) * i22;
-  const double i21 = -l21 * i11 * i22;
-  // A^-1 = L^-T L^-1.
-  Ainv[0] = i00 * i00 + i10 * i10 + i20 * i20;
-  Ainv[1] = Ainv[3] = i10 * i11 + i20 * i21;
-  Ainv[2] = Ainv[6] = i20 * i22;
-  Ainv[4] = i11 * i11 + i21 * i21;
-  Ainv[5] = Ainv[7] = i21 * i22;
-  Ainv[8] = i22 * i22;
+  const double a3 = A[3], a6 = A[6];
+  const double i0 = detail::inversePivot(A[0]);
+  const double l10 = a3 * i0, l20 = a6 * i0;
+  const double i1 = detail::inversePivot(A[4] - l10 * a3);
+  const double w21 = A[7] - l20 * a3, l21 = w21 * i1;
+  const double i2 = detail::inversePivot(A[8] - l20 * a6 - l21 * w21);
+  // L^-1 has -l10, -l21 and m20; A^-1 = L^-T D^-1 L^-1.
+  const double m20 = l10 * l21 - l20, s20 = m20 * i2, s21 = -l21 * i2;
+  Ainv[0] = i0 + l10 * l10 * i1 + m20 * s20;
+  Ainv[1] = Ainv[3] = m20 * s21 - l10 * i1;
+  Ainv[2] = Ainv[6] = s20;
+  Ainv[4] = i1 - l21 * s21;
+  Ainv[5] = Ainv[7] = s21;
+  Ainv[8] = i2;
 }
 
 inline void cholInv(const Mat<3, 3>& A, Mat<3, 3>& Ainv) {

@@ -21,6 +21,9 @@ struct GeomRecord {
   size_t localBodyIdx = 0;   ///< body inside the owner; 0 for all but articulated systems
   std::string materialName;  ///< that the material table knows
   std::set<dGeomID> ignoredGeoms;  ///< geoms with which this one never collides
+  double* position = nullptr;      ///< ODE's own record of the pose, by the first `writeGeomPose`
+  double* rotation = nullptr;      ///< 3 rows of 4 values
+  bool enabled = true;             ///< whether `writeGeomPose` shows it to ODE
   /// Of a triangle mesh: where its vertices stand, three numbers each (m, frame of the geom). They
   /// belong to the owner.
   const float* vertices = nullptr;
@@ -61,29 +64,45 @@ inline bool isUsableShapeSize(double size) {
 /// Whether a pose may be shown to ODE: every number finite and the position within 1e8 m. ODE ends
 /// the process for NaN and for coordinates beyond 2.68e8 m.
 inline bool isUsablePose(const Mat<3, 1>& positionW, const Mat<3, 3>& rotationW) {
+  // Where the sums are small all numbers are, and so it is nearly always.
+  const Mat<3, 1>& p = positionW;
+  const Mat<3, 3>& R = rotationW;
+  const double sumP = std::fabs(p[0]) + std::fabs(p[1]) + std::fabs(p[2]);
+  const double sum0 = std::fabs(R[0]) + std::fabs(R[1]) + std::fabs(R[2]);
+  const double sum1 = std::fabs(R[3]) + std::fabs(R[4]) + std::fabs(R[5]);
+  const double sum2 = std::fabs(R[6]) + std::fabs(R[7]) + std::fabs(R[8]);
+  if ((sumP + sum0) + (sum1 + sum2) < 1e8) return true;
   for (int i = 0; i < 3; ++i)
-    if (!(std::fabs(positionW[i]) < 1e8)) return false;
+    if (!(std::fabs(p[i]) < 1e8)) return false;
   for (int i = 0; i < 9; ++i)
-    if (!(std::fabs(rotationW[i]) < 1e8)) return false;
+    if (!(std::fabs(R[i]) < 1e8)) return false;
   return true;
 }
 
 /// Writes a pose (world axes) straight into the geom's pose record and tells ODE once. A geom whose
 /// pose is not usable is disabled until it is good again, so that a NaN state passes in silence.
 inline void writeGeomPose(dGeomID geom, const Mat<3, 1>& positionW, const Mat<3, 3>& rotationW) {
+  GeomRecord& record = geomRecord(geom);
   if (!isUsablePose(positionW, rotationW)) {
+    record.enabled = false;
     dGeomDisable(geom);
     return;
   }
-  double* p = const_cast<double*>(dGeomGetPosition(geom));
-  double* R = const_cast<double*>(dGeomGetRotation(geom));
-  for (std::size_t i = 0; i < 3; ++i) {
-    p[i] = positionW[i];
+  if (record.position == nullptr) {
+    record.position = const_cast<double*>(dGeomGetPosition(geom));
+    record.rotation = const_cast<double*>(dGeomGetRotation(geom));
+  }
+  double* R = record.rotation;
+  for (int i = 0; i < 3; ++i) {
+    record.position[i] = positionW[i];
     R[4 * i] = rotationW(i, 0);
     R[4 * i + 1] = rotationW(i, 1);
     R[4 * i + 2] = rotationW(i, 2);
   }
-  if (!dGeomIsEnabled(geom)) dGeomEnable(geom);
+  if (!record.enabled) {
+    record.enabled = true;
+    dGeomEnable(geom);
+  }
   dGeomMoved(geom);
 }
 

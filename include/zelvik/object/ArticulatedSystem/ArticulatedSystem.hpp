@@ -5,12 +5,14 @@
 #include <cstdint>
 #include <fstream>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <vector>
 #include <zelvik/SparseJacobian.hpp>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
 #include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
+#include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 #include <zelvik/object/Object.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
@@ -19,6 +21,7 @@ namespace zelvik {
 namespace urdf {
 class LoadFromURDF2;
 }
+class TreeSweeps;
 
 /// Choices at construction.
 struct ArticulatedSystemOption {
@@ -335,9 +338,16 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void computeDampedMass(double dt);
 
   /// M, `getDOF()` square (kg, kg m, kg m^2), as of the last `World::integrate1`; without damping.
-  const MatDyn& getMassMatrix() const { return massMatrix_; }
-  /// Inverse of the mass matrix plus the implicit damping of the step.
-  const MatDyn& getInverseMassMatrix() const { return massInverse_; }
+  const MatDyn& getMassMatrix() const {
+    formMassMatrix();
+    return massMatrix_;
+  }
+  /// Inverse of the mass matrix plus the implicit damping of the step; formed at the first call
+  /// after a step.
+  const MatDyn& getInverseMassMatrix() const {
+    formMassInverse();
+    return massInverse_;
+  }
   /// h, per velocity (N or N m), as of the last `World::integrate1`.
   const VecDyn& getNonlinearities() const { return nonlinearities_; }
   /// M u as of the last `preContactSolverUpdate1`.
@@ -502,12 +512,21 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// Per body: mass of its subtree (kg).
   const std::vector<double>& getCompositeMass() const { return compositeMass_; }
   /// Per body: centre of mass of its subtree (m, world axes), as of the last `computeMassMatrix`.
-  const std::vector<Mat<3, 1>>& getCompositeCom() const { return compositeComW_; }
+  const std::vector<Mat<3, 1>>& getCompositeCom() const {
+    formCompositeBodies();
+    return compositeComW_;
+  }
   /// Per body: inertia of its subtree (kg m^2, world axes) about the subtree's centre of mass; of
   /// a floating root about its frame origin.
-  const std::vector<Mat<3, 3>>& getCompositeInertia() const { return compositeInertiaW_; }
+  const std::vector<Mat<3, 3>>& getCompositeInertia() const {
+    formCompositeBodies();
+    return compositeInertiaW_;
+  }
   /// Per body: inertia about the centre of mass (kg m^2, world axes).
-  const std::vector<Mat<3, 3>>& getWorldInertia() const { return inertiaW_; }
+  const std::vector<Mat<3, 3>>& getWorldInertia() const {
+    formCompositeBodies();
+    return inertiaW_;
+  }
   /// Per body: inertia about the centre of mass (kg m^2, body axes).
   const std::vector<Mat<3, 3>>& getBodyInertia() const { return inertiaB_; }
   /// Per body: centre of mass (m, body axes).
@@ -522,8 +541,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
   const std::vector<SparseJacobian>& getContactFrameJacobians() const {
     return contactFrameJacobians_;
   }
-  /// Per contact, 3 x `getDOF()`: change of each velocity per unit impulse (contact frame).
-  const std::vector<MatDyn>& getContactResponses() const { return contactResponses_; }
+  /// Fills `response`, 3 x `getDOF()`: change of each velocity per unit impulse at a contact of the
+  /// step (contact frame).
+  void getContactResponse(size_t contactIdx, MatDyn& response) const;
 
   // ---- shapes ---------------------------------------------------------------------------------
 
@@ -555,6 +575,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
 
  private:
   friend class urdf::LoadFromURDF2;
+  friend class TreeSweeps;
 
   bool prepareModelFile(const std::string& argument, const std::string& resDir);
   void init();
@@ -568,24 +589,19 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void flattenJoint(const Child& node);
   void computeCompositeMass();
   void buildDofParent();
+  void sizeTreeMatrices();
   void resolveFrames();
   void placeFixedRoot();
   void excludeParentCollisions();
 
-  void mergeComposite(size_t i);
-  void writeMassRows(size_t i, MatDyn& M);
-  void writeScalarJointRows(size_t i, const Mat<3, 1>& f, const Mat<3, 1>& n, MatDyn& M);
-  void writeSphericalJointRows(size_t i, const Mat<3, 1>& h, MatDyn& M);
-  void writeRootBlock(MatDyn& M);
-  void mirrorMassMatrix(MatDyn& M) const;
-
-  void propagateVelocities(const Mat<3, 1>& gravity);
-  void computeBodyWrenches();
-  void projectWrenches(VecDyn& h);
+  void computeMassRows();
+  void formCompositeBodies() const;
+  void formMassMatrix() const;
 
   bool checkSquare(const MatDyn& matrix, const char* where) const;
-  void factorise();
-  void buildInverse(MatDyn& Minv) const;
+  const VecDyn& implicitDiagonal() const;
+  void factoriseMassMatrix();
+  void formMassInverse() const;
 
   bool checkBodyIndex(size_t bodyIdx, const char* where) const;
   bool checkFrameIndex(size_t frameIdx, const char* where) const;
@@ -594,8 +610,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void computeGeneralizedMomentum();
   void computeContactJacobians();
   void mergeSelfCollisions();
-  void growContactStorage();
-  void assembleContact(size_t contactIdx);
+  void growContactStorage(size_t count);
+  void rotateJacobian(size_t contactIdx);
+  void computeResponses();
   void computeImpactVelocity(size_t contactIdx);
 
   void addControllerForces();
@@ -643,8 +660,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
   std::vector<size_t> leaves_;                 ///< ascending
   std::vector<size_t> depth_;                  ///< per body, 1 at the root
   std::vector<size_t> pathDof_, pathGc_;       ///< per body, this joint included
-  std::vector<size_t> dofRunStart_;  ///< per velocity: start of the run of indices that it ends
-  std::vector<size_t> dofParent_;    ///< per velocity: the next towards the root, or `kNone`
+  std::vector<size_t> dofParent_;       ///< per velocity: the next towards the root, or `kNone`
+  TreePattern pattern_;                 ///< of the mass matrix, from `dofParent_`
+  std::unique_ptr<TreeSweeps> sweeps_;  ///< the recursions over bodies, with arrays of their own
 
   // ---- names and model ------------------------------------------------------------------------
   std::vector<Child> rootChild_;  ///< the root, between construction and the end of `init`
@@ -665,46 +683,37 @@ class ZELVIK_API ArticulatedSystem : public Object {
   VecDyn gv_;  ///< velocities; setters and `integrate`
 
   // ---- kinematics, per body: rewritten by `updateKinematics` -----------------------------------
-  std::vector<Mat<3, 3>> rotationW_;             ///< body to world
-  std::vector<Mat<3, 3>> jointRotation_;         ///< by the coordinate alone
-  std::vector<Mat<3, 3>> parentJointRotationW_;  ///< joint frame at coordinate zero to world
-  std::vector<Mat<3, 1>> jointAxisW_;            ///< (unit)
-  std::vector<Mat<3, 1>>
-      jointOffsetW_;                   ///< parent origin to origin, prismatic displacement too (m)
+  std::vector<Mat<3, 3>> rotationW_;   ///< body to world
+  std::vector<Mat<3, 1>> jointAxisW_;  ///< (unit)
   std::vector<Mat<3, 1>> positionW_;   ///< origin of the body frame, which is the joint (m)
-  std::vector<Mat<3, 1>> comOffsetW_;  ///< centre of mass minus origin (m)
   std::vector<Mat<3, 1>> comW_;        ///< centre of mass (m)
 
   // ---- mass matrix: rewritten by `computeMassMatrix` -------------------------------------------
-  std::vector<Mat<3, 3>> inertiaW_;           ///< of the body about its centre of mass (kg m^2)
-  std::vector<Mat<3, 3>> compositeInertiaW_;  ///< of the subtree about its centre of mass (kg m^2);
-                                              ///< entry 0 of a floating root about its origin
-  std::vector<Mat<3, 1>> compositeMassMoment_;  ///< sum of mass times centre of mass (kg m)
-  std::vector<Mat<3, 1>> compositeComW_;        ///< centre of mass of the subtree (m)
-  std::vector<Mat<3, 1>> leverScratch_;  ///< per child: its subtree's centre minus the parent's
-  MatDyn massMatrix_;                    ///< dof x dof, without damping
+  VecDyn massRows_;  ///< M in packed rows of `pattern_`, without damping, and spare values
+  mutable MatDyn massMatrix_;                ///< dof x dof; `formMassMatrix`
+  mutable bool massMatrixFormed_ = true;     ///< whether `massMatrix_` shows `massRows_`
+  mutable std::vector<Mat<3, 3>> inertiaW_;  ///< about the centre of mass (kg m^2)
+  mutable std::vector<Mat<3, 3>>
+      compositeInertiaW_;  ///< of the subtree about its centre of mass (kg m^2); entry 0 of a
+                           ///< floating root about its origin
+  mutable std::vector<Mat<3, 1>> compositeMassMoment_;  ///< mass times centre of mass (kg m)
+  mutable std::vector<Mat<3, 1>> compositeComW_;        ///< centre of mass of the subtree (m)
+  mutable bool compositeBodiesFormed_ = true;  ///< whether the four show the last mass matrix
 
   // ---- nonlinear terms, per body: rewritten by `computeNonlinearities` --------------------------
   std::vector<Mat<3, 1>> linearVelocityW_;   ///< of the frame origin (m/s)
   std::vector<Mat<3, 1>> angularVelocityW_;  ///< (rad/s)
-  std::vector<Mat<3, 1>>
-      jointAngularVelocityW_;                    ///< added by a revolute or spherical joint (rad/s)
-  std::vector<Mat<3, 1>> jointLinearVelocityW_;  ///< added by a prismatic joint (m/s)
-  std::vector<Mat<3, 1>> linearAccelerationW_;   ///< bias of the origin (m/s^2); 0: minus gravity
-  std::vector<Mat<3, 1>> angularAccelerationW_;  ///< bias (rad/s^2); entry 0 stays zero
-  std::vector<Mat<3, 1>> bodyForceW_;            ///< of the backward pass (N)
-  std::vector<Mat<3, 1>> bodyMomentW_;           ///< of the backward pass about the origin (N m)
-  std::vector<Mat<3, 3>> originInertiaW_;        ///< of the body about its frame origin (kg m^2)
-  VecDyn nonlinearities_;                        ///< h (N or N m)
+  VecDyn nonlinearities_;                    ///< h (N or N m)
 
-  // ---- factorisation: rewritten by `computeSparseInverse` and `computeDampedMass` ---------------
-  MatDyn factor_;                  ///< L of M + D = L^T L; row a is contiguous from element a dof
-  VecDyn inverseDiagonal_;         ///< 1 / L(k, k)
-  MatDyn massInverse_;             ///< (M + D)^-1
-  VecDyn dampedDiagonal_;          ///< D; `computeDampedMass`
-  VecDyn dampedDiagonalRate_;      ///< D / dt; `computeDampedMass`
-  double timeStep_ = 0.001;        ///< (s); `updateTimeStep`
-  double dampedTimeStep_ = 0.0;    ///< step for which `dampedDiagonal_` was computed (s)
+  // ---- factorisation: rewritten by `factoriseMassMatrix` and `computeDampedMass` ----------------
+  TreeFactor factor_;           ///< of M + D
+  TreeFactor callerFactor_;     ///< of the matrices that callers hand to `computeSparseInverse`
+  mutable MatDyn massInverse_;  ///< (M + D)^-1; `formMassInverse`
+  mutable bool massInverseFormed_ = true;  ///< whether `massInverse_` belongs to `factor_`
+  VecDyn dampedDiagonal_;                  ///< D; `computeDampedMass`
+  VecDyn dampedDiagonalRate_;              ///< D / dt; `computeDampedMass`
+  double timeStep_ = 0.001;                ///< (s); `updateTimeStep`
+  double dampedTimeStep_ = 0.0;            ///< step for which `dampedDiagonal_` was computed (s)
   bool timeStepUpToDate_ = false;  ///< cleared by the setters of what `computeDampedMass` reads
 
   // ---- control: written by setters ------------------------------------------------------------
@@ -716,7 +725,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   // ---- contact: rewritten by `preContactSolverUpdate1` and `2`; lists only grow -----------------
   std::vector<SparseJacobian> contactJacobians_;       ///< world axes, base columns implicit
   std::vector<SparseJacobian> contactFrameJacobians_;  ///< contact frame
-  std::vector<MatDyn> contactResponses_;  ///< 3 x dof: columns of M^-1 Jc^T by velocity
+  std::vector<VecDyn> contactResponses_;  ///< M^-1 Jc^T, three rows of `factor_.stride()` values
   VecDyn generalizedMomentum_;            ///< M u
   VecDyn gvTemp_;                         ///< velocity during the solve
   VecDyn gvFree_;                         ///< `gvTemp_` before the solve

@@ -1,0 +1,168 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <limits>
+#include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
+
+#include "Lanes.hpp"
+#include "TreeSegments.hpp"
+
+// Packed rows are filled up to multiples of four, and loops run over whole lanes: values behind the
+// diagonal are computed along and never read as values.
+
+namespace zelvik {
+
+using Segment = TreePattern::Segment;
+
+void TreeFactor::setPattern(const TreePattern& pattern) {
+  pattern_ = &pattern;
+  stride_ = laneCount(pattern.size) * kLanes;
+  rows_.setZero(pattern.storage);
+  factor_.setZero(pattern.storage);
+  inversePivot_.setZero(pattern.size);
+  chainRows_.assign(pattern.size, nullptr);
+  packed_.setZero(stride_ + kLanes);
+  z_.setZero(kLanes * stride_);
+  x_.setZero(kBatch * kLanes * stride_);
+}
+
+void TreeFactor::addDiagonal(const double* diagonal) {
+  for (size_t k = 0; k < pattern_->size; ++k)
+    rows_[pattern_->rowStart[k] + pattern_->position[k]] += diagonal[k];
+}
+
+/// Eliminates w rows from the rows of the chain above them.
+template <size_t w>
+void TreeFactor::eliminate(const Segment& s) {
+  double *P[w], *L[w];
+  for (size_t r = 0; r < w; ++r) {
+    P[r] = rows_.v + pattern_->rowStart[s.first + r];
+    L[r] = factor_.v + pattern_->rowStart[s.first + r];
+  }
+  for (size_t r = w; r-- > 0;) {
+    const size_t at = s.depth + r;
+    const double pivot = P[r][at];
+    const double inverse = pivot > 0.0 ? 1.0 / pivot : std::numeric_limits<double>::quiet_NaN();
+    inversePivot_[s.first + r] = inverse;
+    for (size_t b = 0; b <= at; b += kLanes) storeLanes(L[r] + b, loadLanes(P[r] + b) * inverse);
+    for (size_t q = 0; q < r; ++q) {
+      const double f = P[r][s.depth + q];
+      for (size_t b = 0; b <= s.depth + q; b += kLanes)
+        storeLanes(P[q] + b, loadLanes(P[q] + b) - f * loadLanes(L[r] + b));
+    }
+  }
+  for (size_t i = s.runBegin; i < s.runEnd; ++i) {
+    const TreePattern::Run& run = pattern_->runs[i];
+    for (size_t t = 0; t < run.count; ++t) {
+      const size_t at = run.position + t;
+      double* row = rows_.v + pattern_->rowStart[run.first + t];
+      for (size_t b = 0; b <= at; b += kLanes) {
+        Lanes sum = loadLanes(row + b);
+        for (size_t r = 0; r < w; ++r) sum -= P[r][at] * loadLanes(L[r] + b);
+        storeLanes(row + b, sum);
+      }
+    }
+  }
+}
+
+void TreeFactor::factorise() {
+  for (size_t i = pattern_->segments.size(); i-- > 0;)
+    withWidth(pattern_->segments[i],
+              [&](auto w, const Segment& s) { eliminate<decltype(w)::value>(s); });
+}
+
+/// Rows and mirrored columns of w neighbouring velocities.
+template <size_t w>
+void TreeFactor::multiplySegment(const Segment& s, const double* rows, const double* x,
+                                 double* product) {
+  const SegmentRows<w> A(*pattern_, s, rows);
+  double u[w], sum[w];
+  for (size_t r = 0; r < w; ++r) u[r] = x[s.first + r];
+  double* chain = pattern_->gatherChain(s, x, packed_.v);
+  A.clearBehind(chain);
+  A.dotChain(chain, sum);
+  A.combineChain(u, chain);
+  for (size_t r = 0; r < w; ++r)
+    for (size_t q = 0; q < w; ++q) sum[r] += A.own(r > q ? r : q, r > q ? q : r) * u[q];
+  for (size_t r = 0; r < w; ++r) product[s.first + r] = sum[r];
+  pattern_->scatterChain(s, chain, 1.0, product);
+}
+
+void TreeFactor::multiply(const double* rows, const double* x, double* product) {
+  for (const Segment& segment : pattern_->segments)
+    withWidth(segment, [&](auto w, const Segment& s) {
+      multiplySegment<decltype(w)::value>(s, rows, x, product);
+    });
+}
+
+/// L^T y = x for the rows of a segment, and their part taken out of the chain above.
+template <size_t w>
+void TreeFactor::solveSegmentUpwards(const Segment& s, double* x) {
+  const SegmentRows<w> L(*pattern_, s, factor_.v);
+  double y[w];
+  for (size_t r = 0; r < w; ++r) y[r] = x[s.first + r];
+  for (size_t r = w; r-- > 1;)
+    for (size_t q = 0; q < r; ++q) y[q] -= L.own(r, q) * y[r];
+  for (size_t r = 0; r < w; ++r) x[s.first + r] = y[r];
+  L.combineChain(y, packed_.v);
+  pattern_->scatterChain(s, packed_.v, -1.0, x);
+}
+
+/// L x = D^-1 y for the rows of a segment, with x known above.
+template <size_t w>
+void TreeFactor::solveSegmentDownwards(const Segment& s, double* x) {
+  const SegmentRows<w> L(*pattern_, s, factor_.v);
+  double sum[w];
+  const double* chain = pattern_->gatherChain(s, x, packed_.v);
+  L.clearBehind(packed_.v);
+  L.dotChain(chain, sum);
+  for (size_t r = 0; r < w; ++r) {
+    double value = x[s.first + r] * inversePivot_[s.first + r] - sum[r];
+    for (size_t q = 0; q < r; ++q) value -= L.own(r, q) * x[s.first + q];
+    x[s.first + r] = value;
+  }
+}
+
+void TreeFactor::solve(double* x) {
+  for (size_t i = pattern_->segments.size(); i-- > 0;)
+    withWidth(pattern_->segments[i],
+              [&](auto w, const Segment& s) { solveSegmentUpwards<decltype(w)::value>(s, x); });
+  for (const Segment& segment : pattern_->segments)
+    withWidth(segment,
+              [&](auto w, const Segment& s) { solveSegmentDownwards<decltype(w)::value>(s, x); });
+}
+
+/// From A^-1 = L^-1 D^-1 L^-T, row by row: X(k, c) = -sum_j L(k, j) X(j, c) for c < k, and
+/// X(k, k) = 1 / D(k) - sum_j L(k, j) X(k, j), over the chain of k. X is symmetric.
+void TreeFactor::invert(double* X) const {
+  const TreePattern& p = *pattern_;
+  const size_t n = p.size;
+  for (const Segment& s : p.segments)
+    for (size_t k = s.first; k < s.first + s.count; ++k) {
+      const double* row = factor_.v + p.rowStart[k];
+      double* Xk = X + k * n;
+      const auto forChain = [&](auto&& visit) {
+        for (size_t r = s.runBegin; r < s.runEnd; ++r)
+          for (size_t t = 0; t < p.runs[r].count; ++t)
+            visit(row[p.runs[r].position + t], p.runs[r].first + t);
+        for (size_t j = s.first; j < k; ++j) visit(row[s.depth + j - s.first], j);
+      };
+      // The last lanes overlap those before them where four does not divide k.
+      for (size_t c = 0; k >= kLanes && c < k; c += kLanes) {
+        const size_t at = c + kLanes <= k ? c : k - kLanes;
+        Lanes sum{};
+        forChain([&](double l, size_t j) { sum -= l * loadLanes(X + j * n + at); });
+        storeLanes(Xk + at, sum);
+      }
+      for (size_t c = 0; k < kLanes && c < k; ++c) {
+        double sum = 0.0;
+        forChain([&](double l, size_t j) { sum -= l * X[j * n + c]; });
+        Xk[c] = sum;
+      }
+      double diagonal = inversePivot_[k];
+      forChain([&](double l, size_t j) { diagonal -= l * Xk[j]; });
+      Xk[k] = diagonal;
+      for (size_t c = 0; c < k; ++c) X[c * n + k] = Xk[c];
+    }
+}
+
+}  // namespace zelvik

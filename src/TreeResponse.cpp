@@ -1,0 +1,146 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
+
+#include "Lanes.hpp"
+#include "TreeSegments.hpp"
+
+// Responses A^-1 J^T = L^-1 D^-1 L^-T J^T of contacts. A contact's three right sides lie in the
+// lanes of one register, the fourth lane runs along. L^-T touches only the chain of the contact's
+// body.
+
+namespace zelvik {
+namespace {
+
+/// J A^-1 J^T from the columns z of L^-T J^T; one triangle is summed.
+class BlockSum {
+ public:
+  void add(const double* z, const Lanes& scaled) {
+    c0_ += scaled * z[0];
+    c1_ += scaled * z[1];
+    c2_ += scaled * z[2];
+  }
+  Mat33 get() const {
+    return {{c0_[0], c0_[1], c0_[2], c0_[1], c1_[1], c1_[2], c0_[2], c1_[2], c2_[2]}};
+  }
+
+ private:
+  Lanes c0_{}, c1_{}, c2_{};
+};
+
+/// Whether the columns are a velocity and all above it: those of a contact are, those of a
+/// self-collision need not be.
+inline bool isWholeChain(const SparseJacobian& J, const TreePattern& pattern) {
+  size_t above = kNone;
+  for (size_t e = 0; e < J.size; ++e) {
+    if (pattern.parent[J.idx[e]] != above) return false;
+    above = J.idx[e];
+  }
+  return true;
+}
+
+}  // namespace
+
+/// z = L^-T J^T for columns that are a whole chain, four values per column: the packed position of
+/// a velocity is the place of its column.
+void TreeFactor::solveChainUpwards(const SparseJacobian& J) {
+  for (size_t e = 0; e < J.size; ++e) chainRows_[e] = factor_.v + pattern_->rowStart[J.idx[e]];
+  for (size_t t = J.size; t-- > 0;) {
+    Lanes sum = loadLanes(J.v.v + 3 * t);
+    const double* z = z_.v + kLanes * (J.size - 1);
+    for (size_t e = J.size - 1; e > t; --e, z -= kLanes) sum -= chainRows_[e][t] * loadLanes(z);
+    storeLanes(z_.v + kLanes * t, sum);
+  }
+}
+
+/// z = L^-T J^T for any columns, four values per velocity.
+void TreeFactor::solveTreeUpwards(const SparseJacobian& J) {
+  const TreePattern& p = *pattern_;
+  double* z = z_.v;
+  for (size_t k = 0; k < p.size; ++k) storeLanes(z + kLanes * k, Lanes{});
+  for (size_t e = 0; e < J.size; ++e) storeLanes(z + kLanes * J.idx[e], loadLanes(J.v.v + 3 * e));
+  for (size_t k = p.size; k-- > 0;) {
+    const double* row = factor_.v + p.rowStart[k];
+    const Lanes zk = loadLanes(z + kLanes * k);
+    for (size_t j = p.parent[k]; j != kNone; j = p.parent[j])
+      storeLanes(z + kLanes * j, loadLanes(z + kLanes * j) - row[p.position[j]] * zk);
+  }
+}
+
+/// Writes D^-1 z of one contact into its lanes of x; returns J A^-1 J^T.
+template <size_t width>
+Mat33 TreeFactor::scaleRequest(const SparseJacobian& J, size_t lane) {
+  const bool isChain = isWholeChain(J, *pattern_);
+  if (isChain)
+    solveChainUpwards(J);
+  else
+    solveTreeUpwards(J);
+  BlockSum block;
+  const size_t count = isChain ? J.size : pattern_->size;
+  for (size_t e = 0; e < count; ++e) {
+    const size_t k = isChain ? J.idx[e] : e;
+    const Lanes scaled = loadLanes(z_.v + kLanes * e) * inversePivot_[k];
+    block.add(z_.v + kLanes * e, scaled);
+    storeLanes(x_.v + width * k + lane, scaled);
+  }
+  return block.get();
+}
+
+/// x = L^-1 x for the rows of a segment, `count` times four values per velocity.
+template <size_t w, size_t count>
+void TreeFactor::respondSegment(const TreePattern::Segment& s) {
+  constexpr size_t width = count * kLanes;
+  const double* L[w];
+  Lanes sum[w][count];
+  double* own = x_.v + width * s.first;
+  for (size_t r = 0; r < w; ++r) {
+    L[r] = factor_.v + pattern_->rowStart[s.first + r];
+    for (size_t c = 0; c < count; ++c) sum[r][c] = loadLanes(own + width * r + kLanes * c);
+  }
+  for (size_t i = s.runBegin; i < s.runEnd; ++i) {
+    const TreePattern::Run& run = pattern_->runs[i];
+    const double* x = x_.v + width * run.first;
+    for (size_t t = run.position; t < run.position + run.count; ++t, x += width)
+      for (size_t c = 0; c < count; ++c) {
+        const Lanes xc = loadLanes(x + kLanes * c);
+        for (size_t r = 0; r < w; ++r) sum[r][c] -= L[r][t] * xc;
+      }
+  }
+  for (size_t r = 0; r < w; ++r)
+    for (size_t c = 0; c < count; ++c) {
+      for (size_t q = 0; q < r; ++q) sum[r][c] -= L[r][s.depth + q] * sum[q][c];
+      storeLanes(own + width * r + kLanes * c, sum[r][c]);
+    }
+}
+
+template <size_t count>
+void TreeFactor::respondBatch(const Request* requests) {
+  constexpr size_t width = count * kLanes;
+  for (size_t k = 0; k < width * stride_; k += kLanes) storeLanes(x_.v + k, Lanes{});
+  for (size_t c = 0; c < count; ++c)
+    *requests[c].block = scaleRequest<width>(*requests[c].J, kLanes * c);
+  for (const TreePattern::Segment& segment : pattern_->segments)
+    withWidth(segment, [&](auto w, const TreePattern::Segment& s) {
+      respondSegment<decltype(w)::value, count>(s);
+    });
+  for (size_t c = 0; c < count; ++c) {
+    double* out = requests[c].response;
+    for (size_t k = 0; k < stride_; k += kLanes, out += kLanes) {
+      const double* x = x_.v + width * k + kLanes * c;
+      Lanes a = loadLanes(x), b = loadLanes(x + width), d = loadLanes(x + 2 * width),
+            e = loadLanes(x + 3 * width);
+      transposeLanes(a, b, d, e);
+      storeLanes(out, a);
+      storeLanes(out + stride_, b);
+      storeLanes(out + 2 * stride_, d);
+    }
+  }
+}
+
+void TreeFactor::respond(const Request* requests, size_t count) {
+  static_assert(kBatch == 2);
+  if (count == 1) respondBatch<1>(requests);
+  if (count == 2) respondBatch<2>(requests);
+}
+
+}  // namespace zelvik

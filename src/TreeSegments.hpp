@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <type_traits>
+#include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
+
+#include "Lanes.hpp"
+
+namespace zelvik {
+
+/// Calls `kernel` with the width of a segment as a constant.
+template <typename Kernel>
+inline void withWidth(const TreePattern::Segment& s, Kernel&& kernel) {
+  switch (s.count) {
+    case 1:
+      return kernel(std::integral_constant<size_t, 1>{}, s);
+    case 2:
+      return kernel(std::integral_constant<size_t, 2>{}, s);
+    case 3:
+      return kernel(std::integral_constant<size_t, 3>{}, s);
+    default:
+      return kernel(std::integral_constant<size_t, 4>{}, s);
+  }
+}
+
+/// The packed rows of a segment of w velocities.
+template <size_t w>
+class SegmentRows {
+ public:
+  SegmentRows(const TreePattern& pattern, const TreePattern::Segment& s, const double* rows)
+      : depth_(s.depth) {
+    for (size_t r = 0; r < w; ++r) row_[r] = rows + pattern.rowStart[s.first + r];
+  }
+
+  /// Entry of two velocities of the segment, q <= r.
+  double own(size_t r, size_t q) const { return row_[r][depth_ + q]; }
+
+  /// Fills a packed chain up with zeros, so that whole lanes of it can be multiplied.
+  void clearBehind(double* chain) const { storeLanes(chain + depth_, Lanes{}); }
+
+  /// sum[r] = row r . chain, above the segment.
+  void dotChain(const double* chain, double (&sum)[w]) const {
+    Lanes lanes[w] = {};
+    for (size_t b = 0; b < depth_; b += kLanes) {
+      const Lanes x = loadLanes(chain + b);
+      for (size_t r = 0; r < w; ++r) lanes[r] += loadLanes(row_[r] + b) * x;
+    }
+    for (size_t r = 0; r < w; ++r) sum[r] = sumOfLanes(lanes[r]);
+  }
+
+  /// chain = sum of u[r] times row r.
+  void combineChain(const double (&u)[w], double* chain) const {
+    for (size_t b = 0; b < depth_; b += kLanes) {
+      Lanes sum = u[0] * loadLanes(row_[0] + b);
+      for (size_t r = 1; r < w; ++r) sum += u[r] * loadLanes(row_[r] + b);
+      storeLanes(chain + b, sum);
+    }
+  }
+
+ private:
+  const double* row_[w];
+  size_t depth_;
+};
+
+}  // namespace zelvik

@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "TreeSweeps.hpp"
+
+namespace zelvik {
+
+/// A vector of each of four bodies, which `get` reads from `Bodies`.
+template <typename Get>
+inline Lanes3 TreeSweeps::gather(const Places& places, Get&& get) const {
+  if (places.lanesMatch) return get(bodies_[places.batch[0]]);
+  Lanes3 value;
+  for (size_t l = 0; l < kLanes; ++l)
+    setLane(value, l, getLane(get(bodies_[places.batch[l]]), places.lane[l]));
+  return value;
+}
+
+namespace detail {
+
+inline void addLane(Lanes3& to, size_t lane, const Lanes3& from, size_t l) {
+  setLane(to, lane, getLane(to, lane) + getLane(from, l));
+}
+inline void addLane(LanesSymmetric& to, size_t lane, const LanesSymmetric& from, size_t l) {
+  setLane(to, lane, getLane(to, lane) + getLane(from, l));
+}
+
+}  // namespace detail
+
+/// Adds a value of each body of a batch to that of its parent.
+template <typename Value>
+inline void TreeSweeps::addToParents(const Batch& batch, const Value& value, Value Bodies::*field) {
+  const Places& parents = batch.parents;
+  if (parents.batch[0] == 0)
+    bodies_[0].*field += broadcastSum(value);
+  else if (parents.lanesMatch)
+    bodies_[parents.batch[0]].*field += value;
+  else
+    for (size_t l = 0; l < batch.count; ++l)
+      detail::addLane(bodies_[parents.batch[l]].*field, parents.lane[l], value, l);
+}
+
+}  // namespace zelvik

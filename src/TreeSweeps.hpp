@@ -1,0 +1,126 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstdint>
+#include <vector>
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+
+#include "LaneAlgebra.hpp"
+
+namespace zelvik {
+
+/// The sweeps over the bodies of an articulated system, four bodies at a time.
+///
+/// Bodies of equal depth do not depend on each other. They are taken in batches of up to four, one
+/// body to a lane, so that the four legs of a robot cost as much as one; batches are sorted by
+/// depth, and a recursion over bodies is a loop over batches. Lanes without a body repeat the first
+/// one without its mass: they add nothing to any sum. Batch 0 is the root, the same in all lanes.
+///
+/// A joint is what its velocities do to its body: velocity k turns it about an axis through the
+/// joint, `turn[k]`, or slides it along one, `slide`. So all types of joints share one formula.
+class TreeSweeps {
+ public:
+  static constexpr size_t kSpareValues = 2 * kLanes;
+
+  explicit TreeSweeps(ArticulatedSystem& system);
+
+  /// Copies the masses of the bodies; after every change of them.
+  void loadMasses();
+  void updateKinematics();
+  /// Packed rows of the mass matrix, without rotor inertia, and `kSpareValues` behind them that
+  /// take what belongs to no body.
+  void computeMassRows(double* rows);
+  void computeNonlinearities(const Vec3& gravity, VecDyn& h);
+  /// Inertias and composite bodies of the last `computeMassRows` to the arrays of the system.
+  void writeCompositeBodies(std::vector<Mat33>& inertia, std::vector<Mat33>& compositeInertia,
+                            std::vector<Vec3>& moment, std::vector<Vec3>& com) const;
+
+ private:
+  /// Numbers of up to four bodies. Axes are those of the world where nothing else is said.
+  struct Bodies {
+    // Constant.
+    Lanes33 fixedPart, cosinePart, sinePart;  ///< body to parent: fixed + cos q cosine + sin q sine
+    Lanes3 offsetP, axisP;                    ///< joint position and axis, parent axes
+    Lanes turns, slides, balls;               ///< 1 for the type of the joint, otherwise 0
+    Lanes3 comB;
+    LanesSymmetric inertiaB;
+    Lanes mass, compositeMass;
+    Lanes divisor;  ///< `compositeMass`, 1 without a body
+    // Kinematics.
+    Lanes33 R;
+    Lanes3 position, comOffset, com;
+    Lanes3 offset;   ///< from the parent's origin
+    Lanes3 turn[3];  ///< per velocity of the joint; zero where it has none
+    Lanes3 slide;
+    // Mass matrix.
+    LanesSymmetric inertia, compositeInertia;
+    Lanes3 moment, compositeCom;
+    // Nonlinear terms.
+    Lanes3 v, omega, a, alpha, force, torque;
+  };
+
+  /// Where four bodies stand: batch and lane of each.
+  struct Places {
+    bool lanesMatch;  ///< each in its own lane of `batch[0]`
+    size_t batch[kLanes], lane[kLanes];
+  };
+
+  struct Batch {
+    size_t count;              ///< bodies
+    size_t body[kLanes];       ///< lanes without a body repeat the first
+    size_t width;              ///< most velocities of a joint
+    bool hasSlides, hasBalls;  ///< whether a joint is prismatic, spherical
+    Places parents;
+    size_t gc[kLanes];          ///< first coordinates
+    size_t gv[3][kLanes];       ///< velocities; the first again where a joint has no more
+    size_t row[3][kLanes];      ///< starts of their packed rows
+    size_t stepBegin, stepEnd;  ///< in `steps_`
+    size_t targetCount;         ///< of `targets_`, four to an entry of M
+  };
+
+  /// The joints at one height on the way from the joints of a batch to the root, their own first.
+  struct Step {
+    Places joints;
+    size_t width;
+  };
+
+  void sortIntoBatches();
+  Batch makeBatch(const size_t* bodies, size_t count);
+  Places placesOf(const size_t* bodies, size_t count) const;
+  void setJoint(size_t body, size_t lane, Bodies& bodies) const;
+  void buildSteps(Batch& batch);
+  size_t target(size_t bodyI, size_t k, size_t bodyJ, size_t l) const;
+
+  template <typename Get>
+  Lanes3 gather(const Places& places, Get&& get) const;
+  template <typename Value>
+  void addToParents(const Batch& batch, const Value& value, Value Bodies::*field);
+
+  void placeRoot();
+  void placeBatch(const Batch& batch, Bodies& bodies);
+  void setBallRotations(const Batch& batch, Lanes33& local) const;
+  void gatherMoments();
+  void gatherInertia(const Batch& batch, Bodies& bodies);
+  const std::uint32_t* writeRows(const Batch& batch, const Bodies& bodies,
+                                 const std::uint32_t* target, double* rows) const;
+  void writeRowOfOne(const Batch& batch, const Bodies& bodies, const Lanes3& force,
+                     const Lanes3& moment, const std::uint32_t* target, double* rows) const;
+  void writeBaseColumns(const Batch& batch, size_t k, const Lanes3& force, const Lanes3& moment,
+                        double* rows) const;
+  void writeRootRows(double* rows);
+  void startRoot(const Vec3& gravity);
+  void propagateVelocities(const Batch& batch, Bodies& bodies);
+  static void computeWrench(Bodies& bodies);
+  void projectWrenches(VecDyn& h) const;
+
+  ArticulatedSystem& s_;
+  AlignedVector<Bodies> bodies_;
+  std::vector<Batch> batches_;
+  std::vector<Step> steps_;
+  std::vector<std::uint32_t> targets_;  ///< places of the entries of M in the order of `writeRows`
+  std::vector<size_t> batchOf_, laneOf_;  ///< per body
+  bool hasSlides_ = false;                ///< whether any joint is prismatic
+};
+
+}  // namespace zelvik

@@ -1,0 +1,157 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include "TreeSweepTools.hpp"
+
+// Composite bodies (R. Featherstone, Rigid Body Dynamics Algorithms, section 6.2) without spatial
+// vectors: a subtree is its mass m, its centre of mass c and its inertia I about c in world axes.
+// A joint velocity that turns about the axis a through p and slides along the axis t, with unit
+// rate, takes at c the force f = m (a x (c - p) + t) and the moment n = I a. With d = c - p_j these
+// do the work a_j . (n + d x f) + t_j . f on a velocity above.
+
+namespace zelvik {
+namespace {
+
+/// One vector to a lane.
+inline Lanes3 lanesOf(const Vec3* const (&v)[kLanes]) {
+  const auto lanes = [&](size_t i) {
+    return Lanes{(*v[0])[i], (*v[1])[i], (*v[2])[i], (*v[3])[i]};
+  };
+  return {lanes(0), lanes(1), lanes(2)};
+}
+
+}  // namespace
+
+void TreeSweeps::computeMassRows(double* rows) {
+  gatherMoments();
+  const std::uint32_t* targets = targets_.data() + targets_.size();
+  for (size_t b = batches_.size(); b-- > 1;) {
+    const Batch& batch = batches_[b];
+    gatherInertia(batch, bodies_[b]);
+    targets = writeRows(batch, bodies_[b], targets, rows);
+  }
+  if (s_.jointType_[0] == Joint::FLOATING) writeRootRows(rows);
+}
+
+/// Inertias in world axes, and the mass moments and centres of mass of the subtrees.
+void TreeSweeps::gatherMoments() {
+  for (Bodies& B : bodies_) {
+    B.inertia = B.compositeInertia = similarity(B.R, B.inertiaB);
+    B.moment = B.mass * B.com;
+  }
+  for (size_t b = batches_.size(); b-- > 1;) {
+    Bodies& B = bodies_[b];
+    const Lanes inverse = 1.0 / B.divisor;
+    B.compositeCom = inverse * B.moment;
+    const bool aboveIsFixed =
+        batches_[b].parents.batch[0] == 0 && s_.jointType_[0] != Joint::FLOATING;
+    if (!aboveIsFixed) addToParents(batches_[b], B.moment, &Bodies::moment);
+  }
+}
+
+/// Inertia of the subtrees of a batch about their centres of mass, all of their children being
+/// done, and its share in that of the parents. That of a floating root is about its frame origin.
+void TreeSweeps::gatherInertia(const Batch& batch, Bodies& B) {
+  addInertia(B.mass, B.com - B.compositeCom, B.compositeInertia);
+  const bool isBelowRoot = batch.parents.batch[0] == 0;
+  if (isBelowRoot && s_.jointType_[0] != Joint::FLOATING) return;
+  const Lanes3 origin = isBelowRoot
+                            ? bodies_[0].position
+                            : gather(batch.parents, [](const Bodies& p) { return p.compositeCom; });
+  LanesSymmetric share = B.compositeInertia;
+  addInertia(B.compositeMass, B.compositeCom - origin, share);
+  addToParents(batch, share, &Bodies::compositeInertia);
+}
+
+/// Rows of the velocities of a batch. `target` stands behind the places of its entries; returns
+/// their begin.
+const std::uint32_t* TreeSweeps::writeRows(const Batch& batch, const Bodies& B,
+                                           const std::uint32_t* target, double* rows) const {
+  const bool floating = s_.jointType_[0] == Joint::FLOATING;
+  const Lanes3 r = B.compositeCom - B.position;
+  target -= batch.targetCount;
+  const std::uint32_t* const begin = target;
+  for (size_t k = 0; k < batch.width; ++k) {
+    Lanes3 velocity = cross(B.turn[k], r);
+    if (batch.hasSlides && k == 0) velocity += B.slide;
+    const Lanes3 f = B.compositeMass * velocity, n = B.compositeInertia * B.turn[k];
+    if (floating)
+      writeBaseColumns(batch, k, f, n + cross(B.compositeCom - bodies_[0].position, f), rows);
+    if (batch.count == 1 && batch.targetCount == kLanes * (batch.stepEnd - batch.stepBegin)) {
+      writeRowOfOne(batch, B, f, n, target, rows);
+      break;
+    }
+    for (size_t i = batch.stepBegin; i < batch.stepEnd; ++i) {
+      const Step& step = steps_[i];
+      const Lanes3 p = gather(step.joints, [](const Bodies& j) { return j.position; });
+      const Lanes3 moment = n + cross(B.compositeCom - p, f);
+      const size_t end = i == batch.stepBegin ? k + 1 : step.width;
+      for (size_t l = 0; l < end; ++l, target += kLanes) {
+        Lanes entry = dot(gather(step.joints, [l](const Bodies& j) { return j.turn[l]; }), moment);
+        if (l == 0 && hasSlides_)
+          entry += dot(gather(step.joints, [](const Bodies& j) { return j.slide; }), f);
+        for (size_t lane = 0; lane < kLanes; ++lane) rows[target[lane]] = entry[lane];
+      }
+    }
+  }
+  return begin;
+}
+
+/// The row of a batch of one body, without spherical joints: four joints above it at a time, so
+/// that a chain fills the lanes too.
+void TreeSweeps::writeRowOfOne(const Batch& batch, const Bodies& B, const Lanes3& force,
+                               const Lanes3& moment, const std::uint32_t* target,
+                               double* rows) const {
+  const Lanes3 c = broadcast(getLane(B.compositeCom, 0)), f = broadcast(getLane(force, 0)),
+               n = broadcast(getLane(moment, 0));
+  for (size_t j = batch.body[0]; j != 0;) {
+    // From the arrays over bodies, which lie closer together than `bodies_`.
+    const Vec3 *P[kLanes], *A[kLanes];
+    Lanes slides{};
+    size_t count = 0;
+    for (; count < kLanes && j != 0; ++count, j = s_.parent_[j]) {
+      P[count] = &s_.positionW_[j];
+      A[count] = &s_.jointAxisW_[j];
+      if (hasSlides_ && s_.jointType_[j] == Joint::PRISMATIC) slides[count] = 1.0;
+    }
+    for (size_t l = count; l < kLanes; ++l) {
+      P[l] = P[0];
+      A[l] = A[0];
+    }
+    const Lanes3 axis = lanesOf(A), moments = n + cross(c - lanesOf(P), f);
+    Lanes entries = dot(axis, moments);
+    if (hasSlides_) entries += slides * (dot(axis, f) - entries);
+    for (size_t l = 0; l < count; ++l, target += kLanes) rows[*target] = entries[l];
+  }
+}
+
+/// The first six values of rows below a floating root, and two zeros, which are written over where
+/// the rows go on.
+void TreeSweeps::writeBaseColumns(const Batch& batch, size_t k, const Lanes3& f, const Lanes3& n,
+                                  double* rows) const {
+  Lanes a[kLanes] = {f.x, f.y, f.z, n.x}, b[kLanes] = {n.y, n.z, Lanes{}, Lanes{}};
+  transposeLanes(a[0], a[1], a[2], a[3]);
+  transposeLanes(b[0], b[1], b[2], b[3]);
+  for (size_t l = 0; l < batch.count; ++l) {
+    storeLanes(rows + batch.row[k][l], a[l]);
+    storeLanes(rows + batch.row[k][l] + kLanes, b[l]);
+  }
+}
+
+/// The six velocities of a floating root: m, m [c - p] and the inertia about p.
+void TreeSweeps::writeRootRows(double* rows) {
+  Bodies& root = bodies_[0];
+  root.compositeCom = (1.0 / root.divisor) * root.moment;
+  addInertia(root.mass, root.com - root.position, root.compositeInertia);
+  const double m = root.compositeMass[0];
+  const Mat33 coupling = m * skew(getLane(root.compositeCom - root.position, 0));
+  const Mat33 I = getLane(root.compositeInertia, 0);
+  for (size_t i = 0; i < 3; ++i) {
+    double* linear = rows + s_.pattern_.rowStart[i];
+    double* angular = rows + s_.pattern_.rowStart[3 + i];
+    linear[i] = m;
+    for (size_t j = 0; j < 3; ++j) angular[j] = coupling(i, j);
+    for (size_t j = 0; j <= i; ++j) angular[3 + j] = I(i, j);
+  }
+}
+
+}  // namespace zelvik

@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include "TreeSweepTools.hpp"
+
+// Recursive Newton-Euler (R. Featherstone, Rigid Body Dynamics Algorithms, section 5.3) with zero
+// joint accelerations, in world axes, wrenches about frame origins. Gravity enters as an
+// acceleration of the root.
+
+namespace zelvik {
+
+void TreeSweeps::computeNonlinearities(const Vec3& gravity, VecDyn& h) {
+  startRoot(gravity);
+  for (size_t b = 1; b < batches_.size(); ++b) propagateVelocities(batches_[b], bodies_[b]);
+  // f_p += f_i, n_p += r_i x f_i + n_i.
+  for (size_t b = batches_.size(); b-- > 1;) {
+    const Bodies& B = bodies_[b];
+    addToParents(batches_[b], B.force, &Bodies::force);
+    addToParents(batches_[b], B.torque + cross(B.offset, B.force), &Bodies::torque);
+  }
+  projectWrenches(h);
+}
+
+void TreeSweeps::startRoot(const Vec3& gravity) {
+  Bodies& root = bodies_[0];
+  if (s_.jointType_[0] == Joint::FLOATING) {
+    s_.linearVelocityW_[0] = {{s_.gv_[0], s_.gv_[1], s_.gv_[2]}};
+    s_.angularVelocityW_[0] = {{s_.gv_[3], s_.gv_[4], s_.gv_[5]}};
+  }
+  root.v = broadcast(s_.linearVelocityW_[0]);
+  root.omega = broadcast(s_.angularVelocityW_[0]);
+  root.a = broadcast(-gravity);
+  root.alpha = Lanes3{};
+  computeWrench(root);
+}
+
+/// Velocities and bias accelerations, from those of the parents.
+void TreeSweeps::propagateVelocities(const Batch& batch, Bodies& B) {
+  const Lanes3 omega = gather(batch.parents, [](const Bodies& p) { return p.omega; });
+  const Lanes3 alpha = gather(batch.parents, [](const Bodies& p) { return p.alpha; });
+  const Lanes3 omegaXr = cross(omega, B.offset);
+  B.v = gather(batch.parents, [](const Bodies& p) { return p.v; }) + omegaXr;
+  B.a = gather(batch.parents, [](const Bodies& p) { return p.a; }) + cross(omega, omegaXr) +
+        cross(alpha, B.offset);
+
+  Lanes3 w{};
+  for (size_t k = 0; k < batch.width; ++k) {
+    Lanes rate;
+    for (size_t l = 0; l < kLanes; ++l) rate[l] = s_.gv_[batch.gv[k][l]];
+    w += rate * B.turn[k];
+    if (k > 0 || !batch.hasSlides) continue;
+    // The Coriolis term of the sliding origin.
+    const Lanes3 u = rate * B.slide, omegaXu = cross(omega, u);
+    B.v += u;
+    B.a += omegaXu + omegaXu;
+  }
+  B.omega = omega + w;
+  B.alpha = alpha + cross(omega, w);
+  computeWrench(B);
+
+  Vec3 *velocities[kLanes], *rates[kLanes];
+  for (size_t l = 0; l < kLanes; ++l) {
+    velocities[l] = &s_.linearVelocityW_[batch.body[l]];
+    rates[l] = &s_.angularVelocityW_[batch.body[l]];
+  }
+  scatter(B.v, batch.count, velocities);
+  scatter(B.omega, batch.count, rates);
+}
+
+/// Force and moment about the frame origin that each body alone takes for its bias acceleration:
+/// f = m (a + alpha x c + omega x (omega x c)), n = J alpha + m c x a + omega x (J omega) with J
+/// about the origin. Of a fixed root they are not used.
+void TreeSweeps::computeWrench(Bodies& B) {
+  const Lanes3& c = B.comOffset;
+  LanesSymmetric J = B.inertia;
+  addInertia(B.mass, c, J);
+  B.force = B.mass * (B.a + cross(B.alpha, c) + cross(B.omega, cross(B.omega, c)));
+  B.torque = J * B.alpha + B.mass * cross(c, B.a) + cross(B.omega, J * B.omega);
+}
+
+/// The share of each wrench that its joint has to give.
+void TreeSweeps::projectWrenches(VecDyn& h) const {
+  if (s_.jointType_[0] == Joint::FLOATING)
+    for (size_t k = 0; k < 3; ++k) {
+      h[k] = getLane(bodies_[0].force, 0)[k];
+      h[3 + k] = getLane(bodies_[0].torque, 0)[k];
+    }
+  for (size_t b = 1; b < batches_.size(); ++b) {
+    const Batch& batch = batches_[b];
+    const Bodies& B = bodies_[b];
+    for (size_t k = 0; k < batch.width; ++k) {
+      Lanes share = dot(B.turn[k], B.torque);
+      if (batch.hasSlides && k == 0) share += dot(B.slide, B.force);
+      for (size_t l = 0; l < batch.count; ++l)
+        if (k < s_.dofOfBody_[batch.body[l]]) h[batch.gv[k][l]] = share[l];
+    }
+  }
+}
+
+void ArticulatedSystem::computeNonlinearities(const Mat<3, 1>& gravity, VecDyn& h) {
+  if (h.n != dof_) {
+    MSG_FATAL("computeNonlinearities: the vector has " << h.n << " entries, the system has " << dof_
+                                                       << " velocities");
+    return;
+  }
+  sweeps_->computeNonlinearities(gravity, h);
+}
+
+}  // namespace zelvik
