@@ -76,6 +76,22 @@ TEST(Rasterizer, PlanesAndTrianglesThatReachBehindTheEye) {
   EXPECT_NEAR(rasterizer.getDepth(60, 45), 0.75 * std::sqrt(20.0), 0.03);
 }
 
+TEST(Rasterizer, MeshesAndColoursThatAreNotWhole) {
+  TriangleMesh mesh = square();
+  mesh.normals.clear();
+  mesh.indices.insert(mesh.indices.end(), {0, 1, 1000000});
+  Rasterizer rasterizer(100, 80, viewAlongX());
+  Surface surface = painted(std::nanf(""), 1, 0);
+  surface.isLit = true;
+  rasterizer.addMesh(mesh, {}, Mat33::identity(), {{1, 1, 1}}, surface);
+  EXPECT_TRUE(std::isinf(rasterizer.getDepth(50, 40))) << "not drawn yet";
+  const Image image = rasterizer.render();
+  EXPECT_EQ(image.pixel(50, 40)[0], 0);
+  EXPECT_GT(image.pixel(50, 40)[1], 50);
+  EXPECT_TRUE(std::isinf(rasterizer.getDepth(100, 40)));
+  EXPECT_EQ(Rasterizer(-3, 0, viewAlongX()).render().rgb.size(), 3u);
+}
+
 /// A sphere of radius r at distance d is seen as a disc (on the axis) of tan(asin(r / d)).
 TEST(Rasterizer, SilhouetteOfASphere) {
   World world;

@@ -20,7 +20,6 @@ namespace {
 
 constexpr double kMargin = 1.12;        // round what the camera has to see
 constexpr double kGridLines = 14.0;     // about as many across the picture
-constexpr double kFarthest = 1e6;       // (m) bodies beyond are not drawn
 constexpr double kArrowShare = 0.3;     // longest arrow, of the picture's height at the target
 constexpr double kShaftShare = 0.0055;  // radius of arrows, likewise
 constexpr double kWireShare = 0.0035;   // radius of wires, likewise
@@ -275,7 +274,7 @@ void addWires(const Recording& recording, std::size_t frame, const View& view,
 // ---- labels ------------------------------------------------------------------------------------
 
 std::string number(const char* format, double value) {
-  char text[64];
+  char text[64] = {};
   std::snprintf(text, sizeof(text), format, value);
   std::replace(text, text + sizeof(text), ',', '.');  // of the host's locale
   return text;

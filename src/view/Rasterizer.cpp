@@ -24,10 +24,10 @@ Vector3f toFloat(const Vec3& v) {
 }  // namespace
 
 Rasterizer::Rasterizer(int width, int height, const View& view, const Scenery& scenery)
-    : width_(width),
-      height_(height),
-      sampleColumns_(2 * width),
-      sampleRows_(2 * height),
+    : width_(std::max(width, 1)),
+      height_(std::max(height, 1)),
+      sampleColumns_(2 * width_),
+      sampleRows_(2 * height_),
       scenery_(scenery),
       eyeW_(view.eyeW) {
   const Vector3f sight = toFloat(view.targetW - view.eyeW);
@@ -49,11 +49,14 @@ void Rasterizer::addMesh(const TriangleMesh& mesh, const Vec3& positionW, const 
   const Vector3f origin = toFloat(positionW - eyeW_), size = toFloat(scale);
   for (const Vector3f& v : mesh.vertices) vertices_.push_back(origin + R * v.cwiseProduct(size));
   for (const Vector3f& n : mesh.normals) normals_.push_back(R * n.cwiseQuotient(size));
+  normals_.resize(vertices_.size(), Vector3f::Zero());  // a face without normals is flat
+  const auto isDrawable = [&](std::uint32_t vertex) {
+    return vertex < mesh.vertices.size() && vertices_[first + vertex].allFinite();
+  };
   for (std::size_t i = 0; i + 2 < mesh.indices.size(); i += 3) {
-    const Triangle triangle{
-        {first + mesh.indices[i], first + mesh.indices[i + 1], first + mesh.indices[i + 2]}, index};
-    const auto isFinite = [&](std::uint32_t vertex) { return vertices_[vertex].allFinite(); };
-    if (std::all_of(triangle.vertex, triangle.vertex + 3, isFinite)) triangles_.push_back(triangle);
+    const std::uint32_t* v = &mesh.indices[i];
+    if (std::all_of(v, v + 3, isDrawable))
+      triangles_.push_back({{first + v[0], first + v[1], first + v[2]}, index});
   }
 }
 
@@ -178,6 +181,8 @@ Image Rasterizer::render() {
 }
 
 double Rasterizer::getDepth(int x, int y) const {
+  if (x < 0 || y < 0 || x >= width_ || y >= height_ || inverseDepth_.empty())
+    return std::numeric_limits<double>::infinity();
   const auto columns = static_cast<std::size_t>(sampleColumns_);
   const std::size_t i = 2 * (static_cast<std::size_t>(y) * columns + static_cast<std::size_t>(x));
   const float inverse = 0.25f * (inverseDepth_[i] + inverseDepth_[i + 1] +

@@ -51,8 +51,10 @@ class Shader {
 class SrgbCurve {
  public:
   SrgbCurve();
+  /// Black for what is no number.
   std::uint8_t operator()(float linear) const {
-    const float place = std::clamp(linear, 0.0f, 1.0f) * static_cast<float>(bytes_.size() - 1);
+    const float share = linear > 0.0f ? std::min(linear, 1.0f) : 0.0f;
+    const float place = share * static_cast<float>(bytes_.size() - 1);
     return bytes_[static_cast<std::size_t>(place + 0.5f)];
   }
 

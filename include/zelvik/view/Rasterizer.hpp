@@ -47,11 +47,11 @@ struct Scenery {
 /// filtered as in W. Reeves, D. Salesin, R. Cook, Rendering antialiased shadows with depth maps,
 /// SIGGRAPH 1987), light from sky and ground, horizontal planes without end.
 ///
-/// Triangles with a vertex that is not finite are left out. Nothing fails; memory grows with the
-/// triangles and with 32 bytes a pixel.
+/// Triangles with a vertex that is missing or not finite are left out. Nothing fails; memory grows
+/// with the triangles and with 32 bytes a pixel.
 class ZELVIK_API Rasterizer {
  public:
-  /// An empty picture of the given size (pixels).
+  /// An empty picture of the given size (pixels), at least 1 x 1.
   Rasterizer(int width, int height, const View& view, const Scenery& scenery = {});
 
   /// Places a mesh: vertices are scaled, turned (mesh to world) and moved.
@@ -63,7 +63,7 @@ class ZELVIK_API Rasterizer {
   /// Draws everything that was added.
   Image render();
   /// Distance of what is seen in the middle of a pixel from the eye, along the view axis (m),
-  /// after `render`; infinite where nothing is.
+  /// after `render`; infinite where nothing is, and outside of the picture.
   double getDepth(int x, int y) const;
 
  private:
