@@ -195,15 +195,20 @@ TEST(Recorder, NumbersThatAreNotFiniteAndTurnsOfMoreThanOneCircle) {
   spinner->setVelocity(0, 0, 0, 0, 0, 20.0);
   Sphere* lost = world.addSphere(0.1, 1.0);
   lost->setPosition(5, 0, 0);
+  Sphere* thrown = world.addSphere(0.1, 1.0);
+  thrown->setPosition(1.00001, 4.0, 0);
   Recorder recorder(world);
   for (int i = 0; i < 200; ++i) {
     if (i == 100) lost->setPosition(std::nan(""), 0, 0);
+    if (i == 100) thrown->setPosition(1e30, 4.0, 0);
     world.integrate();
     recorder.capture();
   }
   const Replay replay(recorder.encodeReplay());
   EXPECT_TRUE(std::isnan(replay.pose(1, 150)[0]));
   EXPECT_DOUBLE_EQ(replay.pose(1, 99)[0], 5.0);
+  EXPECT_TRUE(std::isnan(replay.pose(2, 150)[0]));
+  EXPECT_NEAR(replay.pose(2, 99)[0], 1.00001, 1e-6) << "an explosion spoils what came before";
   std::array<double, 7> before = replay.pose(0, 0);
   for (std::size_t frame = 1; frame < 200; ++frame) {
     const std::array<double, 7> now = replay.pose(0, frame);
@@ -248,19 +253,29 @@ TEST(Recorder, MeshesAndLayers) {
   directory.write("robot.urdf",
                   "<robot name='r'><link name='base'><inertial><mass value='1'/><inertia ixx='1' "
                   "iyy='1' izz='1' ixy='0' ixz='0' iyz='0'/></inertial><visual><geometry><mesh "
-                  "filename='missing.obj'/></geometry></visual><visual><geometry><sphere "
+                  "filename='missing.obj'/></geometry></visual><visual><geometry><mesh "
+                  "filename='broken.obj'/></geometry></visual><visual><geometry><mesh "
+                  "filename='pentagon.obj'/></geometry></visual><visual><geometry><sphere "
                   "radius='0.2'/></geometry></visual><collision><geometry><box size='1 2 3'/>"
                   "</geometry></collision></link></robot>");
+  directory.write("broken.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 4\n");
+  directory.write("pentagon.obj",
+                  "v 0 0 0\nv 2 0 0\nv\t3  1 0\r\nv 1 2 +1e-60\nv -1 1 0\nf 1/1 2//3 -3 -2 5\n");
   World world;
   world.addHeightMap(3, 2, 2.0, 1.0, 5.0, 6.0, {0, 0, 0, 0, 1, 2});
   world.addArticulatedSystem(directory.path + "robot.urdf");
   Recorder recorder(world);
-  messages::expect("missing.obj is not shown: there is no such file", [&] { recorder.capture(); });
+  // Meshes for the eye alone are no reason to end a simulation.
+  const std::string output = messages::of([&] { recorder.capture(); });
+  EXPECT_NE(output.find("missing.obj is not shown: there is no such file"), std::string::npos);
+  EXPECT_NE(output.find("broken.obj is not shown: a face names a vertex"), std::string::npos);
   const Replay replay(recorder.encodeReplay());
   const nlohmann::json& shapes = replay.header["bodies"][1]["shapes"];
-  ASSERT_EQ(shapes.size(), 2u);
+  ASSERT_EQ(shapes.size(), 3u);
   EXPECT_EQ(shapes[0]["layer"], "visual");
-  EXPECT_EQ(shapes[1]["kind"], "box");
+  EXPECT_EQ(shapes[2]["kind"], "box");
+  const nlohmann::json& pentagon = replay.header["meshes"][shapes[0]["mesh"].get<std::size_t>()];
+  EXPECT_EQ(replay.header["blocks"][pentagon["indices"].get<std::size_t>()]["count"], 9);
   const std::size_t positions = replay.header["meshes"][0]["positions"];
   EXPECT_EQ(replay.header["blocks"][positions]["count"], 18);
   EXPECT_EQ(replay.pose(0, 0)[0], 5.0);
@@ -310,6 +325,9 @@ TEST(Recorder, PageHoldsTheReplayAndItsGhost) {
     recorder.capture();
     if (i < 4) ghost.capture();
   }
+  Recorder moved(std::move(ghost));
+  messages::expect("nothing has been captured", [&] { ghost.writeReplay(file); });
+  ghost = std::move(moved);
   if (!Recorder::hasHtmlViewer()) {
     messages::expect("the HTML viewer is not built in", [&] { recorder.writeHtml(file); });
     GTEST_SKIP() << "built without Node.js";

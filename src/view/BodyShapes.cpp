@@ -4,13 +4,12 @@
 #include <cmath>
 #include <filesystem>
 #include <sstream>
-#include <stdexcept>
 #include <zelvik/World.hpp>
 #include <zelvik/object/Cone.hpp>
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "Recording.hpp"
+#include "MeshFile.hpp"
 
 // What an object looks like: its bodies, their shapes and colours.
 
@@ -83,10 +82,16 @@ Shape makeShape(ShapeKind kind, std::vector<double> size) {
 
 // ---- meshes ------------------------------------------------------------------------------------
 
-std::size_t addMesh(MeshData mesh, const std::string& file, Recording& recording) {
-  recording.meshes.push_back(std::move(mesh));
-  recording.meshFiles.push_back(file);
-  return recording.meshes.size() - 1;
+/// Index of triangles that are stored once, wherever they come from.
+std::size_t addMesh(MeshData mesh, Recording& recording) {
+  std::vector<MeshData>& all = recording.meshes;
+  const auto isSame = [&](const MeshData& other) {
+    return other.positions == mesh.positions && other.indices == mesh.indices;
+  };
+  const auto found = std::find_if(all.begin(), all.end(), isSame);
+  const auto index = static_cast<std::size_t>(found - all.begin());
+  if (found == all.end()) all.push_back(std::move(mesh));
+  return index;
 }
 
 /// To the next 1/8192 m: the zeros at the end of the number compress.
@@ -115,30 +120,18 @@ MeshData meshOf(const HeightMap& map) {
   return mesh;
 }
 
-/// Whether a file can be shown; a collision mesh that cannot has already been refused.
-bool isReadableMesh(const std::string& file) {
-  const bool isObj = file.size() > 4 && file.compare(file.size() - 4, 4, ".obj") == 0;
-  if (isObj && std::filesystem::is_regular_file(file)) return true;
-  MSG_WARN("the mesh " << file << " is not shown: "
-                       << (isObj ? "there is no such file" : "only obj files are read"));
-  return false;
-}
-
-/// Index of a mesh file, which is read once; none after a message.
-std::size_t meshFromFile(const std::string& file, Recording& recording) {
-  const auto found = std::find(recording.meshFiles.begin(), recording.meshFiles.end(), file);
-  if (found != recording.meshFiles.end())
-    return static_cast<std::size_t>(found - recording.meshFiles.begin());
-  if (!isReadableMesh(file)) return kNone;
+/// Index of a mesh file, which is read once for each layer; none after a message.
+std::size_t meshFromFile(const std::string& file, bool visual, Recording& recording) {
+  const auto [entry, isNew] = recording.meshFiles.try_emplace({file, visual}, kNone);
+  if (!isNew) return entry->second;
+  constexpr std::size_t collisionCorners = 4, allCorners = static_cast<std::size_t>(-1);
   MeshData mesh;
-  try {
-    if (!Mesh::loadObj(file, mesh.positions, mesh.indices, 1.0)) return kNone;
-  } catch (const std::logic_error& error) {
-    MSG_WARN("the mesh " << file << " is not shown: a number cannot be read (" << error.what()
-                         << ")");
-    return kNone;
-  }
-  return addMesh(std::move(mesh), file, recording);
+  const std::string problem = readObj(file, visual ? allCorners : collisionCorners, mesh);
+  if (problem.empty())
+    entry->second = addMesh(std::move(mesh), recording);
+  else
+    MSG_WARN("the mesh " << file << " is not shown: " << problem);
+  return entry->second;
 }
 
 // ---- single bodies -----------------------------------------------------------------------------
@@ -176,19 +169,13 @@ Shape coneShape(const Cone& cone) {
 
 std::vector<Shape> meshShapes(const Mesh& mesh, Recording& recording) {
   if (mesh.getIndices().empty()) return {};
-  // Bodies made from one file share the triangles; they are scaled already.
-  std::string key = mesh.getFileName();
-  if (!key.empty()) key += " times " + std::to_string(mesh.getScale());
-  const auto found = std::find(recording.meshFiles.begin(), recording.meshFiles.end(), key);
-  if (!key.empty() && found != recording.meshFiles.end())
-    return {meshShape(static_cast<std::size_t>(found - recording.meshFiles.begin()))};
-  return {meshShape(addMesh({mesh.getVertices(), mesh.getIndices()}, key, recording))};
+  return {meshShape(addMesh({mesh.getVertices(), mesh.getIndices()}, recording))};
 }
 
 std::vector<Shape> heightMapShapes(const HeightMap& map, Recording& recording) {
   if (map.getHeightMap().size() != map.getXSamples() * map.getYSamples() || map.getXSamples() < 2)
     return {};  // a map that was refused
-  return {meshShape(addMesh(meshOf(map), "", recording))};
+  return {meshShape(addMesh(meshOf(map), recording))};
 }
 
 std::vector<Shape> singleBodyShapes(const SingleBodyObject& object, Recording& recording) {
@@ -262,7 +249,7 @@ void appendShapes(const std::vector<VisObject>& list, bool visual, const std::st
     if (vis.shape < zelvik::Shape::BOX || vis.shape > zelvik::Shape::CAPSULE) continue;
     Shape shape = shapeOf(vis, visual);
     if (shape.kind == ShapeKind::MESH) {
-      shape.mesh = meshFromFile(directory + "/" + vis.meshFileName, recording);
+      shape.mesh = meshFromFile(directory + "/" + vis.meshFileName, visual, recording);
       if (shape.mesh == kNone) continue;
     }
     if (shape.size.size() < sizeCount(shape.kind)) continue;

@@ -40,6 +40,11 @@ double largestOf(const std::vector<double>& values) {
   return largest;
 }
 
+/// A coordinate of a place (m), or no number if it is too far out to share a unit with others.
+double inReach(double coordinate) {
+  return std::fabs(coordinate) < kFarthest ? coordinate : std::nan("");
+}
+
 /// A block of quantised values and the unit that it took.
 Json addColumn(const std::vector<double>& values, std::size_t channels, double unit,
                Blocks& blocks) {
@@ -67,7 +72,8 @@ Json addTrack(const Body& body, Blocks& blocks) {
   Vec4 q{{1.0, 0.0, 0.0, 0.0}};
   for (std::size_t k = 0; k < count; ++k) {
     q = continued(body.poses[k], q);
-    for (std::size_t i = 0; i < 3; ++i) positions[i * count + k] = body.poses[k].position[i];
+    for (std::size_t i = 0; i < 3; ++i)
+      positions[i * count + k] = inReach(body.poses[k].position[i]);
     for (std::size_t i = 0; i < 4; ++i) quaternions[i * count + k] = q[i];
   }
   const double unit = fittingUnit(largestOf(positions), kLengthUnit);
@@ -143,7 +149,7 @@ Json describe(const Table<ContactRow>& table, Blocks& blocks) {
   };
   Json json = openTable(table, blocks);
   json["position"] =
-      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.position[i]; });
+      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.position[i]); });
   json["normal"] = column(3, kNormalUnit, [](const Row& r, std::size_t i) { return r.normal[i]; });
   json["impulse"] = column(3, 0.0, [](const Row& r, std::size_t i) { return r.impulse[i]; });
   json["state"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.state; });
@@ -160,8 +166,10 @@ Json describe(const Table<WireRow>& table, const std::vector<std::string>& names
   };
   Json json = openTable(table, blocks);
   json["names"] = names;
-  json["start"] = column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.start[i]; });
-  json["end"] = column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.end[i]; });
+  json["start"] =
+      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.start[i]); });
+  json["end"] =
+      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.end[i]); });
   json["state"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.state; });
   json["id"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.id; });
   return json;
@@ -174,7 +182,7 @@ Json describe(const Table<ForceRow>& table, Blocks& blocks) {
   };
   Json json = openTable(table, blocks);
   json["position"] =
-      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return r.position[i]; });
+      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.position[i]); });
   json["vector"] = column(3, 0.0, [](const Row& r, std::size_t i) { return r.vector[i]; });
   json["body"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.body; });
   return json;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 #include <zelvik/World.hpp>
 #include <zelvik/rotation.hpp>
 
@@ -215,8 +216,19 @@ Recorder::Recorder(const World& world, const RecorderOptions& options)
 }
 
 Recorder::~Recorder() = default;
-Recorder::Recorder(Recorder&& other) noexcept = default;
-Recorder& Recorder::operator=(Recorder&& other) noexcept = default;
+
+Recorder::Recorder(Recorder&& other) noexcept
+    : world_(other.world_),
+      recording_(std::exchange(other.recording_, std::make_unique<Recording>())) {
+  other.recording_->options = recording_->options;
+}
+
+Recorder& Recorder::operator=(Recorder&& other) noexcept {
+  Recorder taken(std::move(other));
+  std::swap(world_, taken.world_);
+  std::swap(recording_, taken.recording_);
+  return *this;
+}
 
 void Recorder::capture() {
   Recording& recording = *recording_;

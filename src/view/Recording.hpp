@@ -4,7 +4,9 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 #include <zelvik/object/LengthConstraint.hpp>
 #include <zelvik/object/Object.hpp>
@@ -13,6 +15,9 @@
 // What a recorder holds. Everything here is a copy: nothing leads back into the world.
 
 namespace zelvik::view {
+
+/// Places farther out are not shown (m): a run that blows up must not spoil the frames before it.
+constexpr double kFarthest = 1e6;
 
 /// Triangles that shapes share: a file, an array or a height map.
 struct MeshData {
@@ -113,7 +118,9 @@ struct Recording {
   double timeStep = 0.0;      ///< of the world (s)
   std::vector<double> times;  ///< (s) one per frame
   std::vector<MeshData> meshes;
-  std::vector<std::string> meshFiles;  ///< per mesh: where it was read, empty for others
+  /// Mesh files that robots name, as visual meshes or not: index into `meshes`, `kNone` for those
+  /// that cannot be shown.
+  std::map<std::pair<std::string, bool>, std::size_t> meshFiles;
   std::vector<Body> bodies;
   std::vector<std::string> wireNames;
   Table<ContactRow> contacts;

@@ -21,7 +21,7 @@ export function mainBody(replay: Replay): Body | null {
   );
 }
 
-/** The same body in another recording: by its names, else by its place in the list. */
+/** The same body in another recording: by its names, and its place among objects of the same ones. */
 export function counterpart(body: Body, other: Replay): Body | null {
   const same = (b: Body) => b.name === body.name && b.object === body.object;
   return (

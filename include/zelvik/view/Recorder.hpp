@@ -45,8 +45,8 @@ struct HtmlOptions {
 ///
 /// The recorder only reads, and only in `capture`: objects may be added and removed between two
 /// captures, and the world may be gone when the files are written. A pose takes 28 bytes a body and
-/// frame; a body that has not moved takes them once. Poses that are not finite are kept as such and
-/// not drawn.
+/// frame; a body that has not moved takes them once. Poses that are not finite or
+/// 1e6 m away are not drawn.
 ///
 /// Name, mass and shapes of a body are those of the first capture that sees it.
 class ZELVIK_API Recorder {
@@ -54,14 +54,14 @@ class ZELVIK_API Recorder {
   /// Keeps a reference to the world, which has to live while frames are captured.
   explicit Recorder(const World& world, const RecorderOptions& options = {});
   ~Recorder();
-  /// Takes the frames of `other`, which is empty afterwards.
+  /// Takes the frames of `other`, which is empty afterwards and may go on to capture.
   Recorder(Recorder&& other) noexcept;
-  /// Takes the frames of `other`, which is empty afterwards.
+  /// Takes the frames of `other`, which is empty afterwards and may go on to capture.
   Recorder& operator=(Recorder&& other) noexcept;
 
   /// Appends a frame: poses as they are, contacts, wires and forces of the last step. Reads the
-  /// mesh files of a robot that it sees for the first time; a visual mesh that cannot be shown is
-  /// left out with a warning.
+  /// mesh files of a robot that it sees for the first time; one that cannot be shown is left out
+  /// with a warning. Faces of visual meshes may have any number of corners.
   void capture();
   /// Frames captured so far.
   std::size_t getFrameCount() const;
