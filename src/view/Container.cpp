@@ -21,6 +21,8 @@ constexpr double kQuaternionUnit = 1e-5;  //
 constexpr double kNormalUnit = 1e-3;      //
 constexpr double kDepthUnit = 1e-6;       // (m)
 constexpr double kVectorSteps = 20000.0;  // units in the largest impulse or force
+constexpr double kLeastSteps = 200.0;     // units in a common one, whatever the largest is
+constexpr double kMostSteps = 2e9;        // what is larger is cut
 
 /// JSON knows no numbers that are not finite.
 double finite(double value) {
@@ -129,8 +131,23 @@ Json openTable(const Table<Row>& table, Blocks& blocks) {
   return {{"counts", blocks.addDelta(counts, 1)}, {"rows", table.rows.size()}};
 }
 
+/// Unit of impulses or forces. A blow that dwarfs all others leaves those their digits and is cut.
+double cutToUnit(std::vector<double>& values) {
+  std::vector<double> sizes;
+  for (const double value : values)
+    if (std::isfinite(value) && value != 0.0) sizes.push_back(std::fabs(value));
+  if (sizes.empty()) return 1.0;
+  const auto common = sizes.begin() + static_cast<std::ptrdiff_t>(3 * (sizes.size() - 1) / 4);
+  std::nth_element(sizes.begin(), common, sizes.end());
+  const double unit =
+      std::max(std::min(largestOf(sizes) / kVectorSteps, *common / kLeastSteps), 1e-12);
+  for (double& value : values)
+    if (std::isfinite(value)) value = std::clamp(value, -kMostSteps * unit, kMostSteps * unit);
+  return unit;
+}
+
 /// A column of as many channels as the quantity has components. `read` returns component i of a
-/// row. A unit of 0 asks for one that follows from the largest value.
+/// row. A unit of 0 asks for one that follows from the values.
 template <typename Row, typename Read>
 Json columnOf(const Table<Row>& table, std::size_t channels, double unit, Read&& read,
               Blocks& blocks) {
@@ -138,7 +155,7 @@ Json columnOf(const Table<Row>& table, std::size_t channels, double unit, Read&&
   values.reserve(channels * table.rows.size());
   for (std::size_t i = 0; i < channels; ++i)
     for (const Row& row : table.rows) values.push_back(static_cast<double>(read(row, i)));
-  if (unit == 0.0) unit = std::max(largestOf(values) / kVectorSteps, 1e-12);
+  if (unit == 0.0) unit = cutToUnit(values);
   return addColumn(values, channels, unit, blocks);
 }
 
