@@ -47,6 +47,8 @@ for (const page of ['made', ...(process.env['ZELVIK_PAGES'] ?? '').split(':').fi
   test(`${name}: play, pause, step, scrub and the ends`, () =>
     visit(file(), '#frame=0', async (viewer) => {
       const last = (await replayOf(file())).frames - 1;
+      // Slow enough that a short recording does not end before the second click.
+      await viewer.page.selectOption('#speed', '0.1');
       await viewer.click('#play');
       await viewer.page.waitForFunction(
         (end) => Number(document.querySelector('#frame')?.textContent?.slice(6)) >= end,
