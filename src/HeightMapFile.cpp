@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <fstream>
 #include <locale>
 #include <zelvik/helper.hpp>
@@ -7,6 +8,17 @@
 #include <zelvik/zlv_message_logger.hpp>
 
 namespace zelvik {
+
+namespace {
+
+/// Room for the heights that a header announces. It may lie: what goes beyond 128 MB is taken only
+/// as the values come. More than a vector can hold raises `std::length_error`.
+void reserveHeights(std::vector<double>& heights, size_t announced) {
+  constexpr size_t kMostAtOnce = size_t{1} << 24;
+  heights.reserve(announced > heights.max_size() ? announced : std::min(announced, kMostAtOnce));
+}
+
+}  // namespace
 
 HeightMap::HeightMap(double centerX, double centerY, const std::string& file)
     : SingleBodyObject(HEIGHTMAP) {
@@ -23,7 +35,7 @@ HeightMap::HeightMap(double centerX, double centerY, const std::string& file)
     MSG_FATAL("Height Map is in a wrong format");
     return;
   }
-  heights_.reserve(xSamples * ySamples);
+  reserveHeights(heights_, xSamples * ySamples);
   for (double height; stream >> height;) heights_.push_back(height);
   if (heights_.size() != xSamples * ySamples) {
     MSG_FATAL("insufficient number of height values");

@@ -184,6 +184,7 @@ TEST(HeightMap, RefusedMaps) {
       {"2 3 x 4 1 2 3", "Height Map is in a wrong format"},
       {"2 2 1 1 1 2 3 4 5", "insufficient number of height values"},
       {"4294967296 4294967296 1 1", "insufficient number of height values"},
+      {"4294967296 1000 1 1 0", "insufficient number of height values"},
       {"2 2 1 -1 1 2 3 4", "but is 1 x -1"},
       {"2 2 1 1 1 2 3 4e8", "The height at position 3 of a height map is 4e+08"},
   };

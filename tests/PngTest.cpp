@@ -74,12 +74,15 @@ TEST(Png, Faults) {
   std::string badChecksum = good.file();
   badChecksum[30] = static_cast<char>(badChecksum[30] + 1);
   const std::pair<std::string, const char*> table[] = {
+      {"\x89PNG", "Error reading header"},
       {"GIF89a, not a picture of ours", "image.png is not png"},
       {badChecksum, "libpng fialed to read the png info"},
       {good.file().substr(0, 47), "libpng fialed to read the png info"},
       {PngImage{2, 3, 8, 0, good.raw}.file(), "libpng fialed to read the png info"},
       {PngImage{16385, 1, 8, 0, ""}.file(), "libpng fialed to read the png info"},
       {PngImage{2, 2, 1, 0, bytes({0, 64, 0, 128})}.file(),
+       "PNG height map only support bit depth of 8 or 16"},
+      {PngImage{2, 2, 4, 0, bytes({0, 64, 0, 128})}.file(),
        "PNG height map only support bit depth of 8 or 16"},
   };
   for (const auto& [content, expected] : table) {
@@ -98,6 +101,10 @@ TEST(Png, Faults) {
 
 TEST(Png, BecomesAHeightMap) {
   const OdeScope ode;
+  const auto missing = [] { HeightMap(0, 0, "no.png", 1, 1, 1, 0); };
+  messages::expect("no.png not found", missing, messages::OnFatal::GO_ON);
+  const auto other = [] { HeightMap(0, 0, "map.PNG", 1, 1, 1, 0); };
+  messages::expect("This constructor is for png file", other, messages::OnFatal::GO_ON);
   // Row 0 of the image at low y, its rightmost pixel at low x.
   const TemporaryFile file("terrain.png",
                            PngImage{3, 2, 8, 0, bytes({0, 1, 2, 3, 0, 4, 5, 6})}.file());

@@ -8,16 +8,21 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 namespace zelvik {
 
-/// A directory of this process, which goes with the object. Its path ends with a slash.
+/// A new directory, which goes with the object. Its path ends with a slash.
 struct TemporaryDirectory {
   const pid_t owner = getpid();
-  const std::string path = testing::TempDir() + "zelvik_" + std::to_string(owner) + "/";
+  const std::string path = create();
 
-  TemporaryDirectory() { std::filesystem::create_directories(path); }
+  static std::string create() {
+    std::string name = testing::TempDir() + "zelvik_XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no directory " + name);
+    return name + "/";
+  }
   ~TemporaryDirectory() {
     if (getpid() == owner) std::filesystem::remove_all(path);  // not the children of death tests
   }

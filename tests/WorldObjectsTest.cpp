@@ -74,15 +74,17 @@ class ChangingWorld {
     list.pop_back();
   }
 
-  /// A wire between two objects, a step, and the removal of the wire or of one of the objects.
-  void stepWithWire() {
+  /// Wires between two objects, a step, and the removal of the wires or of one of the objects.
+  void stepWithWires() {
     Object *a = list[generator_() % list.size()], *b = list[generator_() % list.size()];
     const Vec3 p{{0, 0, 0.3}};
     world.addStiffWire(a, 0, p, b, 0, -p, 0.5)->setStretchType(2);
+    world.addCompliantWire(b, 0, p, a, 0, -p, 0.5, 20.0)->setStretchType(2);
     world.integrate();
     checkContacts();
     if (generator_() % 2 == 0) removeRandom();
     if (!world.getStiffWires().empty()) world.removeObject(world.getStiffWires()[0].get());
+    if (!world.getCompliantWires().empty()) world.removeObject(world.getCompliantWires()[0].get());
   }
 
   void checkIndices() const {
@@ -124,8 +126,16 @@ class ChangingWorld {
     if (kind == 4) return world.addCompound(dumbbellChildren(), 1.0, {}, diagonal(0.1, 0.2, 0.2));
     if (kind == 5) return world.addMesh(obj_.path, 1.0, diagonal(0.02, 0.02, 0.02), {}, 1.0);
     if (kind == 6 && find(MESH)) return world.addMesh(static_cast<Mesh*>(find(MESH)));
-    if (kind == 7) return world.addHeightMap(2, 2, 4.0, 4.0, 0.0, 0.0, {0, 0.1, 0.2, 0.1});
+    if (kind == 7) return addMap(generator_() % 4);
     return world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  }
+  HeightMap* addMap(size_t kind) {
+    TerrainProperties hills = scenes::hills(4.0, 0.5, 0.2);
+    if (kind == 0) return world.addHeightMap(0.0, 0.0, hills);
+    if (kind == 1) return world.addHeightMap(text_.path, 0.0, 0.0);
+    if (kind == 2 && find(HEIGHTMAP))
+      return world.addHeightMap(static_cast<HeightMap*>(find(HEIGHTMAP)));
+    return world.addHeightMap(2, 2, 4.0, 4.0, 0.0, 0.0, {0, 0.1, 0.2, 0.1});
   }
   Object* find(ObjectType type) const {
     for (Object* object : list)
@@ -134,14 +144,15 @@ class ChangingWorld {
   }
 
   std::mt19937 generator_{5};
-  const TemporaryFile obj_{"cube.obj", scenes::cubeObj(0.3)};
+  const TemporaryFile obj_{"cube.obj", scenes::cubeObj(0.3)},
+      text_{"map.txt", "2 3 4.0 4.0\n0 0.1 0.2 0.1 0 0.1\n"};
 };
 
 TEST(WorldObjects, RandomChangesKeepIndicesOwnersAndContactsRight) {
   ChangingWorld scene;
   for (int round = 0; round < 150 && !HasFatalFailure(); ++round) {
     while (scene.list.size() < 16) scene.addRandom();
-    scene.stepWithWire();
+    scene.stepWithWires();
     scene.checkIndices();
   }
   EXPECT_GT(scene.contacts, 5000u);

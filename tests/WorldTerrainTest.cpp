@@ -57,8 +57,15 @@ TEST(WorldRay, HitsAreThoseOfBruteForce) {
   EXPECT_GT(hits, 400u);
 }
 
-TEST(WorldRay, BadDirectionsHitNothingAndTheMaskSelects) {
+TEST(WorldRay, BadDirectionsHitNothingLongRaysAllAndTheMaskSelects) {
   World world;
+  const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
+  world.addMesh(obj.path, 1.0, Mat33::identity(), {}, 1.0)->setPosition(10.0, 0, 1.0);
+  for (double angle = 0.0; angle < 6.0; angle += 0.1) {  // single precision would lose the mesh
+    const Vec3 d{{std::cos(angle), std::sin(angle), -0.3}}, middle{{10.01, 0.02, 1.03}};
+    for (double length : {10.0, 1e7, HUGE_VAL})
+      EXPECT_EQ(world.rayTest(middle - 3.0 * d, d, length).count, 2u) << angle << " " << length;
+  }
   world.addHeightMap(2, 2, 4.0, 4.0, 0.0, 0.0, {0, 0, 0, 0});
   world.addSphere(0.2, 1.0, "", 4, 8)->setPosition(0, 0, 1.0);  // does not look for group 1
   const Vec3 start{{0.1, 0.05, 3.0}}, down{{0, 0, -1}};

@@ -237,8 +237,8 @@ class ZELVIK_API World {
   ///@}
   ///@{
   /// Casts a ray. At most 200 hits, unsorted, valid until the next query. A direction that is zero
-  /// or not finite, or a length that is not finite, hits nothing.
-  /// @param direction need not be of unit length; @param length (m)
+  /// or not finite, a start beyond 1e8 m or a negative length hits nothing.
+  /// @param direction need not be of unit length; @param length (m), may be infinite
   /// @param reserved not looked at
   /// @param mask groups that the ray sees; the ray itself is of group 1
   const RayHitList& rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direction, double length,
@@ -316,6 +316,7 @@ class ZELVIK_API World {
   void appendContact(const ContactSides& sides, const Mat<3, 1>& position, const Mat<3, 1>& normal,
                      double depth, const MaterialPairProperties& material);
   void testRay(dGeomID geom);
+  int collideRayWithMesh(dGeomID mesh, int capacity, dContactGeom* points);
 
   void clearContactProblems();
   void reserveCoupling(contact::Single3DContactProblem& p, size_t count);
