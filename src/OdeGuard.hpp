@@ -18,7 +18,7 @@ void acquireOde();
 void releaseOde();
 
 /// `dCollide`, but with no points where a check inside of ODE fails, which would end the process:
-/// two cylinders of ordinary size do that in one pose of some ten thousand. Counts only while
+/// two cylinders of ordinary size do that in some ten poses of a million. Counts only while
 /// ODE's debug handler is the one of `acquireOde`, which leaves one of the host in place.
 /// @return number of points written
 [[nodiscard]] int collideGuarded(dGeomID o1, dGeomID o2, int capacity, dContactGeom* points,
