@@ -4,6 +4,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 
 #include "HeightMapCollider.hpp"
+#include "OdeGuard.hpp"
 
 // Contacts of boxes and meshes with a height map: corners of the body below the ground, vertices of
 // the ground inside of the body, ridges of the ground across edges of the body. A normal counts if
@@ -278,7 +279,7 @@ class MeshCollider final : public SolidCollider {
     dGeomRaySetLength(probe(), length);
     dGeomRaySet(probe(), from[0], from[1], from[2], d[0], d[1], d[2]);
     dContactGeom hit;
-    if (dCollide(probe(), geom_, 1, &hit, sizeof(hit)) == 0) return false;
+    if (collideGuarded(probe(), geom_, 1, &hit, sizeof(hit)) == 0) return false;
     face.position = a + (hit.depth / length) * (b - a);
     face.normal = transposeMul(mapRotation(), normalOf(hit));
     return true;

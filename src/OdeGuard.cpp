@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "OdeGuard.hpp"
 
+#include <cstdarg>
+#include <cstdio>
+
 namespace zelvik {
 
 namespace {
@@ -20,12 +23,37 @@ std::mutex& meshMutex() {
 /// mesh-mesh pairs print a line per excess point and step; nothing of it helps a user.
 void ignoreOdeMessage(int, const char*, va_list) {}
 
+/// Thrown through ODE's colliders, which hold nothing that would be lost.
+struct CheckFailed {};
+
+thread_local bool isColliding = false;
+
+/// ODE ends the process if this returns.
+void handleFailedCheck(int number, const char* format, va_list arguments) {
+  if (isColliding) throw CheckFailed();
+  std::fprintf(stderr, "\nODE INTERNAL ERROR %d: ", number);
+  std::vfprintf(stderr, format, arguments);
+  std::fputc('\n', stderr);
+}
+
 }  // namespace
 
 void acquireOde() {
   const std::lock_guard<std::mutex> lock(lifetimeMutex());
   dInitODE();
   if (dGetMessageHandler() == nullptr) dSetMessageHandler(ignoreOdeMessage);
+  if (dGetDebugHandler() == nullptr) dSetDebugHandler(handleFailedCheck);
+}
+
+int collideGuarded(dGeomID o1, dGeomID o2, int capacity, dContactGeom* points, int stride) {
+  isColliding = true;
+  int found = 0;
+  try {
+    found = dCollide(o1, o2, capacity, points, stride);
+  } catch (const CheckFailed&) {
+  }
+  isColliding = false;
+  return found;
 }
 
 void releaseOde() {

@@ -67,7 +67,7 @@ int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dCo
   const int found =
       dGeomGetClass(field) == dHeightfieldClass ? collideOnField(geom, field, objects, points) : -1;
   if (found < 0) {
-    const int count = dCollide(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
+    const int count = collideGuarded(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
     return count == 1 ? completeCylinderOnPlane(o1, o2, points) : count;
   }
   for (dContactGeom* point = points; point != points + found; ++point) {

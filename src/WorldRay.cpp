@@ -67,7 +67,7 @@ void World::testRay(dGeomID geom) {
   const int found =
       dGeomGetClass(geom) == dTriMeshClass
           ? collideRayWithMesh(geom, static_cast<int>(room), &out->geom)
-          : dCollide(rayGeom_, geom, static_cast<int>(room), &out->geom, sizeof(RayHit));
+          : collideGuarded(rayGeom_, geom, static_cast<int>(room), &out->geom, sizeof(RayHit));
   for (int i = 0; i < found; ++i) {
     out[i].position = {{out[i].geom.pos[0], out[i].geom.pos[1], out[i].geom.pos[2]}};
     out[i].object = object;
@@ -80,9 +80,10 @@ void World::testRay(dGeomID geom) {
 int World::collideRayWithMesh(dGeomID mesh, int capacity, dContactGeom* points) {
   const double enough = 1.001 * farthestCornerFrom(rayStart_, mesh);
   if (!(enough < rayLength_))
-    return dCollide(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
+    return collideGuarded(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
   dGeomRaySetLength(rayGeom_, enough);
-  const int found = dCollide(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
+  const int found =
+      collideGuarded(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
   dGeomRaySetLength(rayGeom_, rayLength_);
   dReal box[6];
   dGeomGetAABB(rayGeom_, box);  // computes it anew: the pass under way goes on with it

@@ -224,6 +224,19 @@ TEST(WorldObjects, AMeshCubeRestsAsABox) {
   expectSamePose(*box, *mesh, {{0, 3, 0}}, 1e-3);
 }
 
+TEST(WorldObjects, FailedChecksInsideOfOdeDoNotEndTheProcess) {
+  World world;
+  world.addBox(0.2, 0.2, 0.0, 1.0);
+  world.addBox(0.0, 0.2, 0.2, 1.0);
+  world.addCylinder(0.2, 0.0, 1.0);
+  world.addCylinder(0.2, 0.2, 1.0)->setPosition(0.01, 0.03, 0.01);
+  world.addCapsule(0.0, 0.3, 1.0);
+  const Sphere* point = world.addSphere(0.0, 1.0);
+  world.integrate();
+  const Vec3 above = point->getComPosition() + Vec3{{0, 0, 2}};
+  EXPECT_GT(world.rayTest(above, Vec3{{0, 0, -1}}, 5.0).count, 0u);
+}
+
 TEST(WorldObjects, MaterialsOfThePairDecideForEveryKindOfGeom) {
   World world;
   const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
