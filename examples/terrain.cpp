@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <string>
 #include <vector>
 #include <zelvik/World.hpp>
 #include <zelvik/view/Recorder.hpp>
@@ -76,5 +77,8 @@ int main(int argc, char** argv) {
     std::printf("%-9s %6.3f  %6.3f   %6.3f   %6.3f   %6.3f m\n", entry.name, p[0], p[1], p[2],
                 height, (p[2] - height) * normal[2]);
   }
-  if (argc > 1) recorder.writePng(argv[1]);
+  if (argc > 1) {  // a name without extension
+    recorder.writeHtml(std::string(argv[1]) + ".html");
+    recorder.writePng(std::string(argv[1]) + ".png");
+  }
 }

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <string>
 #include <zelvik/World.hpp>
 #include <zelvik/view/Recorder.hpp>
 
@@ -27,7 +28,7 @@ zelvik::World& configured(zelvik::World& world) {
 }
 
 /// A stiff wire is one more problem of the contact solver: it holds its length.
-void swing(const char* picture) {
+void swing(const char* recording) {
   zelvik::World world;
   zelvik::view::Recorder recorder(world);
   zelvik::Box* hook = addHook(configured(world), 2.0);
@@ -47,7 +48,10 @@ void swing(const char* picture) {
   std::printf("pendulum  period %.3f s, small swings 2 pi sqrt(l/g) = %.3f s; length %.5f m\n",
               (crossing[1] - crossing[0]) / 4.0, 2.0 * M_PI * std::sqrt(1.0 / 9.81),
               world.getWire("rope")->getDistance());
-  if (picture != nullptr) recorder.writePng(picture);
+  if (recording != nullptr) {  // a name without extension
+    recorder.writeHtml(std::string(recording) + ".html");
+    recorder.writePng(std::string(recording) + ".png");
+  }
 }
 
 /// A compliant wire is a spring of given stiffness.
