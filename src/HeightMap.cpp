@@ -221,7 +221,7 @@ bool HeightMap::isInReach(dGeomID other) const {
   dReal box[6];
   dGeomGetAABB(other, box);
   double radius2 = 0.0;
-  for (int i = 0; i < 3; ++i) {
+  for (size_t i = 0; i < 3; ++i) {
     const double side =
         std::max(std::fabs(box[2 * i] - bodyPos_[i]), std::fabs(box[2 * i + 1] - bodyPos_[i]));
     radius2 += side * side;

@@ -93,7 +93,7 @@ inline void writeGeomPose(dGeomID geom, const Mat<3, 1>& positionW, const Mat<3,
     record.rotation = const_cast<double*>(dGeomGetRotation(geom));
   }
   double* R = record.rotation;
-  for (int i = 0; i < 3; ++i) {
+  for (std::size_t i = 0; i < 3; ++i) {
     record.position[i] = positionW[i];
     R[4 * i] = rotationW(i, 0);
     R[4 * i + 1] = rotationW(i, 1);
