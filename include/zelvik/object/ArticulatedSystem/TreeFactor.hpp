@@ -21,22 +21,24 @@ struct ZELVIK_API TreePattern {
   struct Run {
     size_t position;  ///< in the packed rows
     size_t first;     ///< velocity
-    size_t count;
+    size_t count;     ///< of velocities
   };
   /// At most four neighbouring velocities without a branch between them.
   struct Segment {
-    size_t first, count;      ///< velocities
-    size_t depth;             ///< packed position of the first
-    size_t runBegin, runEnd;  ///< in `runs`: the chain above the segment, from the root
+    size_t first;     ///< velocity
+    size_t count;     ///< of velocities
+    size_t depth;     ///< packed position of the first
+    size_t runBegin;  ///< in `runs`: the chain above the segment, from the root
+    size_t runEnd;    ///< behind the last of these runs
   };
 
-  size_t size = 0;     ///< velocities
-  size_t storage = 0;  ///< values of all packed rows
-  std::vector<size_t> rowStart;
-  std::vector<size_t> position;  ///< packed position of each velocity
-  std::vector<size_t> parent;    ///< the next velocity towards the root, or `kNone`
-  std::vector<Segment> segments;
-  std::vector<Run> runs;
+  size_t size = 0;                ///< velocities
+  size_t storage = 0;             ///< values of all packed rows
+  std::vector<size_t> rowStart;   ///< of each packed row
+  std::vector<size_t> position;   ///< packed position of each velocity
+  std::vector<size_t> parent;     ///< the next velocity towards the root, or `kNone`
+  std::vector<Segment> segments;  ///< of all velocities, from the root
+  std::vector<Run> runs;          ///< of the chains above all segments
 
   /// @param parentOf per velocity the next one towards the root, with a lower index, or `kNone`
   void build(const std::vector<size_t>& parentOf);
