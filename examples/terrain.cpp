@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
                 height, (p[2] - height) * normal[2]);
   }
   if (argc > 1) {  // a name without extension
-    recorder.writeHtml(std::string(argv[1]) + ".html");
     recorder.writePng(std::string(argv[1]) + ".png");
+    if (recorder.hasHtmlViewer()) recorder.writeHtml(std::string(argv[1]) + ".html");
   }
 }

@@ -49,8 +49,8 @@ void swing(const char* recording) {
               (crossing[1] - crossing[0]) / 4.0, 2.0 * M_PI * std::sqrt(1.0 / 9.81),
               world.getWire("rope")->getDistance());
   if (recording != nullptr) {  // a name without extension
-    recorder.writeHtml(std::string(recording) + ".html");
     recorder.writePng(std::string(recording) + ".png");
+    if (recorder.hasHtmlViewer()) recorder.writeHtml(std::string(recording) + ".html");
   }
 }
 
