@@ -115,9 +115,10 @@ TEST(WorldExport, Faults) {
       {&empty, joined, "ZelvikTinyXmlWriter.hpp: Saving world to: " + joined + "w.xml"},
   };
   for (const auto& [world, directory, message] : rows) {
-    EXPECT_EQ(
-        messages::of([&] { world->exportToXml(directory, "w.xml"); }, messages::OnFatal::GO_ON),
-        message);
+    EXPECT_EQ(messages::of(
+                  [&source = world, &target = directory] { source->exportToXml(target, "w.xml"); },
+                  messages::OnFatal::GO_ON),
+              message);
   }
 }
 
