@@ -13,11 +13,13 @@
 // Runs a fuzz target once on each of the given files, and on each file of the given directories.
 // An input that takes more than a second of processor time (ten under a sanitizer) is a failure.
 
+#include "../tests/Sanitizers.hpp"
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size);
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(ZELVIK_SANITIZED)
 constexpr double kLongestTime = 10.0;  // (s)
 #else
 constexpr double kLongestTime = 1.0;  // (s)

@@ -10,7 +10,9 @@
 // ends in them. With a broad phase that does not allocate, the count covers the whole step. A
 // sanitizer has its own functions in their place: there the test is left out.
 
-#if !defined(__SANITIZE_ADDRESS__)
+#include "Sanitizers.hpp"
+
+#if !defined(ZELVIK_SANITIZED)
 
 namespace {
 bool counting = false;

@@ -8,6 +8,7 @@
 #include <set>
 #include <zelvik/World.hpp>
 
+#include "Sanitizers.hpp"
 #include "StateHash.hpp"
 #include "Terrain.hpp"
 
@@ -16,7 +17,7 @@
 namespace zelvik {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(ZELVIK_SANITIZED)
 constexpr int kSteps = 500;
 #else
 constexpr int kSteps = 10000;
