@@ -19,7 +19,8 @@ constexpr size_t kLanes = 4;
 
 /// The same anywhere in memory. Loads and stores go through it rather than through `memcpy`, which
 /// takes addresses and so keeps arrays of sums out of the registers.
-using LanesInMemory = double __attribute__((vector_size(32), aligned(8), may_alias));
+/// (A typedef: in an alias declaration clang overlooks the alignment.)
+typedef double LanesInMemory __attribute__((vector_size(32), aligned(8), may_alias));
 
 inline Lanes loadLanes(const double* p) {
   return *reinterpret_cast<const LanesInMemory*>(p);
@@ -31,7 +32,7 @@ inline void storeLanes(double* p, const Lanes& a) {
 
 /// Two doubles.
 using Pair = double __attribute__((vector_size(16)));
-using PairInMemory = double __attribute__((vector_size(16), aligned(8), may_alias));
+typedef double PairInMemory __attribute__((vector_size(16), aligned(8), may_alias));
 
 inline Pair loadPair(const double* p) {
   return *reinterpret_cast<const PairInMemory*>(p);
