@@ -54,7 +54,7 @@ void World::integrate2() {
 
   if (!contactProblems_.empty()) {
     for (contact::Single3DContactProblem& problem : contactProblems_) problem.imp_.setZero();
-    solver_.solve(contactProblems_);
+    solver_.solve(contactProblems_, objectList_);
   }
   ZELVIK_STAGE_DONE("solve");
 
