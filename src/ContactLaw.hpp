@@ -12,7 +12,6 @@
 
 namespace zelvik::contact {
 
-inline constexpr double kFrictionless = 0.0001;  ///< friction below which only the normal is solved
 inline constexpr double kConeTolerance = 1.0000001;  ///< on (mu p_n)^2, for a contact that sticks
 
 /// Third column of D: the velocity change per unit of normal impulse.
@@ -38,7 +37,7 @@ inline bool sticks(const Vec3& i, double mu) {
 /// @return false if the contact opens for good: the impulse is then zero and not relaxed
 inline bool solveClosed(Single3DContactProblem& p, const Vec3& v, double z) {
   using Problem = Single3DContactProblem;
-  if (p.mu_ < kFrictionless) {
+  if (p.mu_ < Single3DContactProblem::kFrictionless) {
     p.imp_[2] = -p.delassusInv_(2, 2) * z;
     return true;
   }

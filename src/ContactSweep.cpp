@@ -167,8 +167,12 @@ double ContactSweep::visitLimit(ContactRow& row) {
 }
 
 void ContactSweep::handOnInitialImpulses() {
-  for (const ContactRow& row : rows_)
-    if (row.kind == RowKind::CONTACT && !isZero(row.impulse)) handOn(row, row.impulse);
+  for (const ContactRow& row : rows_) {
+    if (row.kind == RowKind::CONTACT)
+      handOn(row, row.impulse);
+    else
+      row.problem->imp_.setZero();
+  }
 }
 
 }  // namespace zelvik::contact

@@ -114,7 +114,8 @@ class ContactSweep {
 
   /// Writes out prepared problems. @param objects the objects of the world in list order
   void build(ContactProblemList& problems, const std::vector<Object*>& objects);
-  /// Hands the impulses that the records already hold to the sides.
+  /// Hands the impulses that the records already hold to the sides; those that no side takes become
+  /// zero.
   void handOnInitialImpulses();
   /// One visit. @return what it adds to the error of the sweep (m^2/s^2)
   double visit(size_t row, double relaxation);

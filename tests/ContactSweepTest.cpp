@@ -4,6 +4,7 @@
 #include <zelvik/World.hpp>
 
 #include "ArticulatedTestTools.hpp"
+#include "StandingRobot.hpp"
 
 // The solver's sweeps over rows against its sweeps over the records, which follow the definition.
 
@@ -126,6 +127,86 @@ TEST(ContactSweep, EqualsTheSweepOverRecords) {
   EXPECT_GT(sliding, 500);
   // A rounding error can decide whether the search for an angle runs one more round.
   EXPECT_LT(apart, compared / 100);
+}
+
+/// A tower of boxes with few sweeps per step.
+struct Tower {
+  explicit Tower(bool warm) {
+    world.addGround();
+    for (int i = 0; i < 8; ++i) {
+      boxes.push_back(world.addBox(0.2, 0.2, 0.2, 1.0));
+      boxes.back()->setPosition(0.0, 0.0, 0.1 + 0.2 * i);
+    }
+    world.setTimeStep(0.005);
+    world.setContactSolverParam(1.0, 1.0, 1.0, 20, 1e-12);
+    world.setWarmStart(warm);
+  }
+  void run(int steps) {
+    for (int i = 0; i < steps; ++i) world.integrate();
+  }
+  double sinking() const { return 1.5 - boxes.back()->getBodyPosition()[2]; }
+  double forceOnGround() const {
+    double sum = 0.0;
+    Vec3 impulse;
+    for (const contact::Contact& c : boxes.front()->getContacts())
+      if (c.pairObjectIndex_ == 0) {
+        c.getImpulse(impulse);
+        sum += impulse[2] / world.getTimeStep();
+      }
+    return sum;
+  }
+
+  World world;
+  std::vector<Box*> boxes;
+};
+
+TEST(WarmStart, CarriesATowerWithFewSweeps) {
+  Tower cold(false), warm(true);
+  cold.run(2000);
+  warm.run(2000);
+  EXPECT_GT(cold.sinking(), 0.5);  // fallen
+  EXPECT_LT(warm.sinking(), 0.0005);
+  const double weight = 8.0 * 9.81;
+  EXPECT_NEAR(warm.forceOnGround(), weight, 2e-3 * weight);
+  EXPECT_LT(norm(warm.boxes.back()->getLinearVelocity()), 1e-3);
+
+  // Another time step: the impulses are scaled with it.
+  warm.world.setTimeStep(0.0025);
+  warm.run(1);
+  EXPECT_NEAR(warm.forceOnGround(), weight, 1e-2 * weight);
+  // Where the load changes at once, the impulses of before must not throw anything up.
+  while (warm.boxes.size() > 1) {
+    warm.world.removeObject(warm.boxes.back());
+    warm.boxes.pop_back();
+  }
+  warm.run(2);
+  EXPECT_LT(norm(warm.boxes.back()->getLinearVelocity()), 0.02);
+  EXPECT_NEAR(warm.forceOnGround(), 9.81, 0.1);
+}
+
+TEST(WarmStart, FindsTheSameForcesInFewerSweeps) {
+  scenes::StandingRobot cold(ZELVIK_MODEL_DIR "/quadruped.urdf"),
+      warm(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  warm.world.setWarmStart(true);
+  int coldSweeps = 0, warmSweeps = 0;
+  for (int step = 0; step < 400; ++step) {
+    for (scenes::StandingRobot* scene : {&cold, &warm}) {
+      scene->world.setContactSolverParam(1.0, 1.0, 1.0, 500, 1e-18);
+      scene->world.integrate();
+    }
+    coldSweeps += cold.world.getContactSolver().getLoopCounter();
+    warmSweeps += warm.world.getContactSolver().getLoopCounter();
+  }
+  EXPECT_LT(2 * warmSweeps, coldSweeps);
+  const auto &a = cold.robot->getContacts(), &b = warm.robot->getContacts();
+  ASSERT_EQ(a.size(), 4u);
+  ASSERT_EQ(b.size(), 4u);
+  for (size_t i = 0; i < 4; ++i) {
+    Vec3 p, q;
+    a[i].getImpulse(p);
+    b[i].getImpulse(q);
+    EXPECT_LT(norm(p - q), 1e-6 * norm(p));
+  }
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ class ContactSweep;
 /// exactly where normal and tangential motion are uncoupled.
 ///
 /// A contact whose block is singular is solved in the subspace that the block reaches
-/// (`Single3DContactProblem::checkRank`); nothing is regularised and nothing is warm-started.
+/// (`Single3DContactProblem::checkRank`); nothing is regularised. The solver
+/// keeps no impulses between steps; `World::setWarmStart` does.
 ///
 /// The target of the normal velocity is max((v_n - 2 v_impact - threshold) (restitution + erp2), 0)
 /// - depth erp. Source of the iteration over contacts: F. Jourdan, P. Alart, M. Jean, A
