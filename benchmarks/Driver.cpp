@@ -11,12 +11,11 @@
 
 #include "Engine.hpp"
 #include "Ruler.hpp"
+#include "SceneNames.hpp"
 
 namespace zelvik::bench {
 
 namespace {
-
-using scenes::NeutralScene;
 
 struct Options {
   std::vector<std::string> scenes, settings;

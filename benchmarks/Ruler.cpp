@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "SceneNames.hpp"
 #include "WorldBuilder.hpp"
 
 namespace zelvik::bench {
 
 namespace {
-
-using scenes::NeutralScene;
 
 constexpr double kPi = 3.14159265358979323846;
 

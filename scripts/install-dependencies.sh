@@ -13,18 +13,13 @@ set -euo pipefail
 # zlib and JSON: replays.
 packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
           zlib1g-dev nlohmann-json3-dev)
-# The run time of clang's sanitizers carries the version of the compiler in its name.
-with_clang() {
-  local version
-  version=$(apt-cache depends clang 2> /dev/null |
-    sed -n 's/.*Depends: clang-\([0-9]*\)$/\1/p' | head -n 1)
-  packages+=(clang "libclang-rt-${version:-14}-dev")
-}
+wants_clang=
 for option in "$@"; do
   case $option in
-    --ci) with_clang
-          packages+=(ccache clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
-    --fuzz) with_clang ;;
+    --ci) wants_clang=yes
+          packages+=(ccache clang clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
+    --fuzz) wants_clang=yes
+            packages+=(clang) ;;
     --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)
@@ -41,19 +36,44 @@ if ! command -v dpkg-query > /dev/null; then
   exit 1
 fi
 
-missing=()
-for package in "${packages[@]}"; do
-  [[ $(dpkg-query -W -f '${Status}' "$package" 2> /dev/null || true) == "install ok installed" ]] ||
-    missing+=("$package")
-done
+as_root=()
+((EUID == 0)) || as_root=(sudo)
+apt() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "$@"; }
 
+is_installed() { [[ $(dpkg-query -W -f '${Status}' "$1" 2> /dev/null || true) == "install ok installed" ]]; }
+
+# A bare machine knows no packages before this.
+is_updated=
+update_once() {
+  [[ -n $is_updated ]] || apt update -q
+  is_updated=yes
+}
+
+missing=()
+find_missing() { # packages...
+  for package in "$@"; do
+    is_installed "$package" || missing+=("$package")
+  done
+  ((${#missing[@]} == 0)) || update_once
+}
+
+# The run time of clang's sanitizers carries the version of the compiler in its name. Where there is
+# no such package, it comes with clang.
+find_missing_runtime() {
+  local version
+  version=$({ dpkg-query -W -f '${Depends}\n' clang || apt-cache depends clang; } 2> /dev/null |
+    sed -n 's/.*clang-\([0-9][0-9]*\).*/\1/p' | head -n 1)
+  ! is_installed "libclang-rt-$version-dev" || return 0
+  update_once
+  ! apt-cache show "libclang-rt-$version-dev" > /dev/null 2>&1 ||
+    missing+=("libclang-rt-$version-dev")
+}
+
+find_missing "${packages[@]}"
+[[ -z $wants_clang ]] || find_missing_runtime
 if ((${#missing[@]} > 0)); then
   echo "Installing ${missing[*]}"
-  as_root=()
-  ((EUID == 0)) || as_root=(sudo)
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -q -y --no-install-recommends "${missing[@]}"
+  apt install -q -y --no-install-recommends "${missing[@]}"
 fi
 
 have=$(cmake --version | sed -n '1s/[^0-9]*\([0-9.]*\).*/\1/p')
