@@ -6,6 +6,7 @@
 # does nothing where all of it is there.
 #   --ci           also what .ci/run and scripts/test-install.sh use
 #   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
+#   --coverage     also what scripts/coverage.sh reads the counts with
 #   --fuzz         also what the fuzz targets need: clang and the run time of its sanitizers
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
@@ -24,6 +25,7 @@ for option in "$@"; do
   case $option in
     --ci) with_clang
           packages+=(ccache clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
+    --coverage) packages+=(gcovr) ;;
     --fuzz) with_clang ;;
     --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
     --viewer) packages+=(chromium)
