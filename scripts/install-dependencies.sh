@@ -6,6 +6,7 @@
 # does nothing where all of it is there.
 #   --ci           also what .ci/run and scripts/test-install.sh use
 #   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
+#   --coverage     also what scripts/coverage.sh reads the counts with
 #   --fuzz         also what the fuzz targets need: clang and the run time of its sanitizers
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
@@ -20,6 +21,7 @@ for option in "$@"; do
           packages+=(ccache clang clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
     --fuzz) wants_clang=yes
             packages+=(clang) ;;
+    --coverage) packages+=(gcovr) ;;
     --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)
