@@ -126,7 +126,9 @@ class MujocoEngine : public Engine {
     mju_rotVecQuat(data_->qvel + 3, robot.velocities.data() + 3, inverse);
     setTargets(robot.coordinates);
   }
-  int bodyIndex(size_t i) const { return firstBody_ + static_cast<int>(i); }
+  int bodyIndex(size_t i) const {
+    return firstBody_ + static_cast<int>(i);
+  }
 
   ModelPointer model_;
   DataPointer data_;

@@ -5,7 +5,7 @@
 # Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
 # does nothing where all of it is there.
 #   --ci           also what .ci/run and scripts/test-install.sh use
-#   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
+#   --benchmarks   also what the benchmarks use: engines to compare with, Google Benchmark, valgrind
 #   --fuzz         also what the fuzz targets need: clang and the run time of its sanitizers
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
@@ -25,7 +25,7 @@ for option in "$@"; do
     --ci) with_clang
           packages+=(ccache clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
     --fuzz) with_clang ;;
-    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
+    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev valgrind) ;;
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)
               command -v npm > /dev/null || packages+=(npm) ;;
