@@ -91,6 +91,14 @@ class ZelvikEngine : public Engine {
   double dt_;
 };
 
+#ifdef __clang__
+const std::string kCompiler = "clang++ " + std::to_string(__clang_major__) + '.' +
+                              std::to_string(__clang_minor__) + '.' +
+                              std::to_string(__clang_patchlevel__);
+#else
+const std::string kCompiler = "g++ " __VERSION__;
+#endif
+
 std::unique_ptr<Engine> make(const scenes::NeutralScene& scene, const Setting& setting) {
   return std::make_unique<ZelvikEngine>(scene, setting);
 }
@@ -100,6 +108,7 @@ std::unique_ptr<Engine> make(const scenes::NeutralScene& scene, const Setting& s
 }  // namespace zelvik::bench
 
 int main(int argc, char** argv) {
-  return zelvik::bench::runBenchmark(
-      argc, argv, {"zelvik", "0.1.0", "PD and damping implicit", zelvik::bench::make});
+  return zelvik::bench::runBenchmark(argc, argv,
+                                     {"zelvik", "0.1.0", "PD and damping implicit",
+                                      zelvik::bench::make, zelvik::bench::kCompiler});
 }

@@ -5,7 +5,7 @@
 # Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
 # does nothing where all of it is there.
 #   --ci           also what .ci/run and scripts/test-install.sh use
-#   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
+#   --benchmarks   also what the benchmarks use: engines to compare with, Google Benchmark, valgrind
 #   --coverage     also what scripts/coverage.sh reads the counts with
 #   --fuzz         also what the fuzz targets need: clang and the run time of its sanitizers
 #   --viewer       also what the page of replays is built from and tested with
@@ -22,7 +22,7 @@ for option in "$@"; do
     --fuzz) wants_clang=yes
             packages+=(clang) ;;
     --coverage) packages+=(gcovr) ;;
-    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
+    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev valgrind) ;;
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)
               command -v npm > /dev/null || packages+=(npm) ;;
