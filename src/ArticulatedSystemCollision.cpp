@@ -9,6 +9,7 @@
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "Lanes.hpp"
 #include "OdeGuard.hpp"
 
 namespace zelvik {
@@ -66,18 +67,65 @@ void resizeGeom(dGeomID geom, Shape::Type shape, const std::vector<double>& p) {
     dGeomCylinderSetParams(geom, p[0], p[1]);
 }
 
+/// Three columns of a rotation, the fourth values of which mean nothing.
+struct RotationColumns {
+  Lanes x, y, z;
+
+  Lanes operator*(const double* a) const { return x * a[0] + y * a[1] + z * a[2]; }
+};
+
+inline RotationColumns loadRotation(const Mat33& R) {
+  // The last column is read from one value before, so as not to read behind the matrix.
+  const Lanes last = loadLanes(R.v + 5);
+  return {loadLanes(R.v), loadLanes(R.v + 3), __builtin_shufflevector(last, last, 1, 2, 3, 0)};
+}
+
+inline Lanes crossLanes(const Lanes& a, const Lanes& b) {
+  return __builtin_shufflevector(a, a, 1, 2, 0, 3) * __builtin_shufflevector(b, b, 2, 0, 1, 3) -
+         __builtin_shufflevector(a, a, 2, 0, 1, 3) * __builtin_shufflevector(b, b, 1, 2, 0, 3);
+}
+
+/// `writeGeomPose` for the ordinary case: a geom that ODE sees, and a pose of ordinary numbers.
+/// @return false if nothing was written
+inline bool writeOrdinaryPose(dGeomID geom, const RotationColumns& R, const Lanes& position) {
+  const GeomRecord& record = geomRecord(geom);
+  if (!record.enabled || record.position == nullptr) return false;
+  const Lanes squares = (R.x * R.x + R.y * R.y) + (R.z * R.z + position * position);
+  if (!(squares[0] < 1e14 && squares[1] < 1e14 && squares[2] < 1e14)) return false;
+  Lanes row0 = R.x, row1 = R.y, row2 = R.z, row3{};
+  transposeLanes(row0, row1, row2, row3);
+  storeLanes(record.rotation, row0);
+  storeLanes(record.rotation + 4, row1);
+  storeLanes(record.rotation + 8, row2);
+  storePair(record.position, Pair{position[0], position[1]});
+  record.position[2] = position[2];
+  dGeomMoved(geom);
+  return true;
+}
+
 }  // namespace
 
 void ArticulatedSystem::updateCollision() {
   for (const CollisionDefinition& shape : collisionBodies_) {
     if (shape.colObj == nullptr) continue;
-    const Mat<3, 3>& R = rotationW_[shape.localIdx];
-    const Mat<3, 1> position = R * shape.offsetPosition + positionW_[shape.localIdx];
-    Mat<3, 3> rotation;
-    rotmatmul(R, shape.offsetRotation, rotation);
-    writeGeomPose(shape.colObj, position, rotation);
+    const RotationColumns R = loadRotation(rotationW_[shape.localIdx]);
+    const Vec3& origin = positionW_[shape.localIdx];
+    const Lanes position = R * shape.offsetPosition.v + Lanes{origin[0], origin[1], origin[2], 0.0};
+    // As in `rotmatmul`.
+    RotationColumns rotation;
+    rotation.x = R * shape.offsetRotation.v;
+    rotation.y = R * (shape.offsetRotation.v + 3);
+    rotation.z = crossLanes(rotation.x, rotation.y);
+    if (!writeOrdinaryPose(shape.colObj, rotation, position)) writeUnusualPose(shape);
   }
   jointLimitProblems_.clear();
+}
+
+void ArticulatedSystem::writeUnusualPose(const CollisionDefinition& shape) {
+  const Mat<3, 3>& R = rotationW_[shape.localIdx];
+  Mat<3, 3> rotation;
+  rotmatmul(R, shape.offsetRotation, rotation);
+  writeGeomPose(shape.colObj, R * shape.offsetPosition + positionW_[shape.localIdx], rotation);
 }
 
 void ArticulatedSystem::setCollisionObjectOrientationOffset(size_t collisionIdx,

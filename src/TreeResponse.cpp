@@ -41,16 +41,45 @@ inline bool isWholeChain(const SparseJacobian& J, const TreePattern& pattern) {
 
 }  // namespace
 
-/// z = L^-T J^T for columns that are a whole chain, four values per column: the packed position of
-/// a velocity is the place of its column.
-void TreeFactor::solveChainUpwards(const SparseJacobian& J) {
-  for (size_t e = 0; e < J.size; ++e) chainRows_[e] = factor_.v + pattern_->rowStart[J.idx[e]];
-  for (size_t t = J.size; t-- > 0;) {
-    Lanes sum = loadLanes(J.v.v + 3 * t);
-    const double* z = z_.v + kLanes * (J.size - 1);
-    for (size_t e = J.size - 1; e > t; --e, z -= kLanes) sum -= chainRows_[e][t] * loadLanes(z);
-    storeLanes(z_.v + kLanes * t, sum);
+/// z = L^-T J^T for w neighbouring columns of a chain, with z known below them.
+template <size_t w>
+void TreeFactor::solveChainBlock(const SparseJacobian& J, size_t first) {
+  const double* const* rows = chainRows_.data();
+  Lanes z[w];
+  for (size_t r = 0; r < w; ++r) z[r] = loadLanes(J.v.v + 3 * (first + r));
+  for (size_t e = J.size; e-- > first + w;) {
+    const double* row = rows[e] + first;
+    const Lanes below = loadLanes(z_.v + kLanes * e);
+    for (size_t r = 0; r < w; ++r) z[r] -= row[r] * below;
   }
+  for (size_t q = w; q-- > 0;) {
+    const double* row = rows[first + q] + first;
+    for (size_t r = 0; r < q; ++r) z[r] -= row[r] * z[q];
+    storeLanes(z_.v + kLanes * (first + q), z[q]);
+  }
+}
+
+/// z = L^-T J^T for columns that are a whole chain, four values per column: the packed position of
+/// a velocity is the place of its column. Four columns at a time; what is left over is at the lower
+/// end, where the sums are short.
+void TreeFactor::solveChainUpwards(const SparseJacobian& J) {
+  const size_t* rowStart = pattern_->rowStart.data();
+  for (size_t e = 0; e < J.size; ++e) chainRows_[e] = factor_.v + rowStart[J.idx[e]];
+  size_t first = J.size & ~(kLanes - 1);
+  switch (J.size - first) {
+    case 1:
+      solveChainBlock<1>(J, first);
+      break;
+    case 2:
+      solveChainBlock<2>(J, first);
+      break;
+    case 3:
+      solveChainBlock<3>(J, first);
+      break;
+    default:
+      break;
+  }
+  for (; first > 0; first -= 4) solveChainBlock<4>(J, first - 4);
 }
 
 /// z = L^-T J^T for any columns, four values per velocity.
@@ -70,18 +99,22 @@ void TreeFactor::solveTreeUpwards(const SparseJacobian& J) {
 /// Writes D^-1 z of one contact into its lanes of x; returns J A^-1 J^T.
 template <size_t width>
 Mat33 TreeFactor::scaleRequest(const SparseJacobian& J, size_t lane) {
-  const bool isChain = isWholeChain(J, *pattern_);
-  if (isChain)
-    solveChainUpwards(J);
-  else
-    solveTreeUpwards(J);
   BlockSum block;
-  const size_t count = isChain ? J.size : pattern_->size;
-  for (size_t e = 0; e < count; ++e) {
-    const size_t k = isChain ? J.idx[e] : e;
-    const Lanes scaled = loadLanes(z_.v + kLanes * e) * inversePivot_[k];
-    block.add(z_.v + kLanes * e, scaled);
-    storeLanes(x_.v + width * k + lane, scaled);
+  double* x = x_.v + lane;
+  const double *z = z_.v, *inversePivot = inversePivot_.v;
+  const auto scale = [&](size_t k) {
+    const Lanes scaled = loadLanes(z) * inversePivot[k];
+    block.add(z, scaled);
+    storeLanes(x + width * k, scaled);
+    z += kLanes;
+  };
+  if (isWholeChain(J, *pattern_)) {
+    solveChainUpwards(J);
+    const size_t* idx = J.idx.data();
+    for (size_t e = 0; e < J.size; ++e) scale(idx[e]);
+  } else {
+    solveTreeUpwards(J);
+    for (size_t k = 0; k < pattern_->size; ++k) scale(k);
   }
   return block.get();
 }

@@ -6,6 +6,7 @@
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "OdeGuard.hpp"
+#include "PairSearch.hpp"
 
 namespace zelvik {
 
@@ -39,6 +40,7 @@ void World::init() {
   rayGeom_ = dCreateRay(nullptr, 1.0);  // in no space: it never takes part in `dSpaceCollide`
   attachGeomRecord(rayGeom_);
   contactGeoms_.resize(kInitialContactGeoms);
+  pairSearch_ = std::make_unique<PairSearch>();
   rayHits_.hits.resize(kMaxRayHits);
   wireMaterial_.friction = 0.8;
   wireMaterial_.restitution = 0.0;

@@ -29,6 +29,8 @@
 
 namespace zelvik {
 
+class PairSearch;
+
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
 /// material table.
 ///
@@ -328,6 +330,7 @@ class ZELVIK_API World {
   dSpaceID worldSpace_ = nullptr;
   std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
   int numContactGeoms_ = 0;                 ///< used entries of it
+  std::unique_ptr<PairSearch> pairSearch_;  ///< for `BroadPhase::SIMPLE`
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;
   std::vector<Object*> objectList_;  ///< owned; `Object::getIndexInWorld` is the place here

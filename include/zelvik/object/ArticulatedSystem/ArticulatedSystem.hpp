@@ -577,6 +577,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   friend class urdf::LoadFromURDF2;
   friend class TreeSweeps;
 
+  void writeUnusualPose(const CollisionDefinition& shape);
   bool prepareModelFile(const std::string& argument, const std::string& resDir);
   void init();
   bool refuseTree();
