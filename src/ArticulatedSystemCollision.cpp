@@ -85,38 +85,50 @@ inline Lanes crossLanes(const Lanes& a, const Lanes& b) {
          __builtin_shufflevector(a, a, 2, 0, 1, 3) * __builtin_shufflevector(b, b, 1, 2, 0, 3);
 }
 
-/// `writeGeomPose` for the ordinary case: a geom that ODE sees, and a pose of ordinary numbers.
-/// @return false if nothing was written
-inline bool writeOrdinaryPose(dGeomID geom, const RotationColumns& R, const Lanes& position) {
-  const GeomRecord& record = geomRecord(geom);
-  if (!record.enabled || record.position == nullptr) return false;
-  const Lanes squares = (R.x * R.x + R.y * R.y) + (R.z * R.z + position * position);
-  if (!(squares[0] < 1e14 && squares[1] < 1e14 && squares[2] < 1e14)) return false;
-  Lanes row0 = R.x, row1 = R.y, row2 = R.z, row3{};
-  transposeLanes(row0, row1, row2, row3);
-  storeLanes(record.rotation, row0);
-  storeLanes(record.rotation + 4, row1);
-  storeLanes(record.rotation + 8, row2);
-  storePair(record.position, Pair{position[0], position[1]});
-  record.position[2] = position[2];
-  dGeomMoved(geom);
-  return true;
-}
+/// Pose of a geom (world axes), the fourth values of which mean nothing.
+struct GeomPose {
+  RotationColumns rotation;
+  Lanes position;
+
+  /// Of a geom that is fixed in a body at `origin` (m). The rotation is made as by `rotmatmul`.
+  GeomPose(const RotationColumns& R, const Vec3& origin, const CollisionDefinition& shape) {
+    position = R * shape.offsetPosition.v + Lanes{origin[0], origin[1], origin[2], 0.0};
+    rotation.x = R * shape.offsetRotation.v;
+    rotation.y = R * (shape.offsetRotation.v + 3);
+    rotation.z = crossLanes(rotation.x, rotation.y);
+  }
+  /// Whether all numbers are far below those that may not be shown to ODE.
+  bool isOrdinary() const {
+    const RotationColumns& R = rotation;
+    const Lanes squares = (R.x * R.x + R.y * R.y) + (R.z * R.z + position * position);
+    return squares[0] < 1e14 && squares[1] < 1e14 && squares[2] < 1e14;
+  }
+  void write(const GeomRecord& record) const {
+    Lanes row0 = rotation.x, row1 = rotation.y, row2 = rotation.z, row3{};
+    transposeLanes(row0, row1, row2, row3);
+    double *const R = record.rotation, *const p = record.position;
+    storeLanes(R, row0);
+    storeLanes(R + 4, row1);
+    storeLanes(R + 8, row2);
+    storePair(p, Pair{position[0], position[1]});
+    p[2] = position[2];
+  }
+};
 
 }  // namespace
 
 void ArticulatedSystem::updateCollision() {
   for (const CollisionDefinition& shape : collisionBodies_) {
     if (shape.colObj == nullptr) continue;
-    const RotationColumns R = loadRotation(rotationW_[shape.localIdx]);
-    const Vec3& origin = positionW_[shape.localIdx];
-    const Lanes position = R * shape.offsetPosition.v + Lanes{origin[0], origin[1], origin[2], 0.0};
-    // As in `rotmatmul`.
-    RotationColumns rotation;
-    rotation.x = R * shape.offsetRotation.v;
-    rotation.y = R * (shape.offsetRotation.v + 3);
-    rotation.z = crossLanes(rotation.x, rotation.y);
-    if (!writeOrdinaryPose(shape.colObj, rotation, position)) writeUnusualPose(shape);
+    const GeomRecord& record = geomRecord(shape.colObj);
+    const GeomPose pose(loadRotation(rotationW_[shape.localIdx]), positionW_[shape.localIdx],
+                        shape);
+    if (record.enabled && record.position != nullptr && pose.isOrdinary()) {
+      pose.write(record);
+      dGeomMoved(shape.colObj);
+    } else {
+      writeUnusualPose(shape);
+    }
   }
   jointLimitProblems_.clear();
 }

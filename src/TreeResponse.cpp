@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cstring>
 #include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 
 #include "Lanes.hpp"
@@ -28,14 +29,26 @@ class BlockSum {
   Lanes c0_{}, c1_{}, c2_{};
 };
 
+/// Three rows of `stride` values from the columns x, `width` values apart.
+template <size_t width>
+inline void transposeColumns(const double* x, size_t stride, double* rows) {
+  for (double* end = rows + stride; rows != end; rows += kLanes, x += kLanes * width) {
+    Lanes a = loadLanes(x), b = loadLanes(x + width), c = loadLanes(x + 2 * width),
+          d = loadLanes(x + 3 * width);
+    transposeLanes(a, b, c, d);
+    storeLanes(rows, a);
+    storeLanes(rows + stride, b);
+    storeLanes(rows + 2 * stride, c);
+  }
+}
+
 /// Whether the columns are a velocity and all above it: those of a contact are, those of a
 /// self-collision need not be.
 inline bool isWholeChain(const SparseJacobian& J, const TreePattern& pattern) {
+  const size_t *idx = J.idx.data(), *end = idx + J.size, *parent = pattern.parent.data();
   size_t above = kNone;
-  for (size_t e = 0; e < J.size; ++e) {
-    if (pattern.parent[J.idx[e]] != above) return false;
-    above = J.idx[e];
-  }
+  for (; idx != end; above = *idx++)
+    if (parent[*idx] != above) return false;
   return true;
 }
 
@@ -110,11 +123,11 @@ Mat33 TreeFactor::scaleRequest(const SparseJacobian& J, size_t lane) {
   };
   if (isWholeChain(J, *pattern_)) {
     solveChainUpwards(J);
-    const size_t* idx = J.idx.data();
-    for (size_t e = 0; e < J.size; ++e) scale(idx[e]);
+    const size_t *idx = J.idx.data(), *end = idx + J.size;
+    for (; idx != end; ++idx) scale(*idx);
   } else {
     solveTreeUpwards(J);
-    for (size_t k = 0; k < pattern_->size; ++k) scale(k);
+    for (size_t k = 0, size = pattern_->size; k < size; ++k) scale(k);
   }
   return block.get();
 }
@@ -149,25 +162,15 @@ void TreeFactor::respondSegment(const TreePattern::Segment& s) {
 template <size_t count>
 void TreeFactor::respondBatch(const Request* requests) {
   constexpr size_t width = count * kLanes;
-  for (size_t k = 0; k < width * stride_; k += kLanes) storeLanes(x_.v + k, Lanes{});
+  std::memset(x_.v, 0, width * stride_ * sizeof(double));
   for (size_t c = 0; c < count; ++c)
     *requests[c].block = scaleRequest<width>(*requests[c].J, kLanes * c);
   for (const TreePattern::Segment& segment : pattern_->segments)
     withWidth(segment, [&](auto w, const TreePattern::Segment& s) {
       respondSegment<decltype(w)::value, count>(s);
     });
-  for (size_t c = 0; c < count; ++c) {
-    double* out = requests[c].response;
-    for (size_t k = 0; k < stride_; k += kLanes, out += kLanes) {
-      const double* x = x_.v + width * k + kLanes * c;
-      Lanes a = loadLanes(x), b = loadLanes(x + width), d = loadLanes(x + 2 * width),
-            e = loadLanes(x + 3 * width);
-      transposeLanes(a, b, d, e);
-      storeLanes(out, a);
-      storeLanes(out + stride_, b);
-      storeLanes(out + 2 * stride_, d);
-    }
-  }
+  for (size_t c = 0; c < count; ++c)
+    transposeColumns<width>(x_.v + kLanes * c, stride_, requests[c].response);
 }
 
 void TreeFactor::respond(const Request* requests, size_t count) {
