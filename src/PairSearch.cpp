@@ -15,27 +15,34 @@ void PairSearch::readGeoms(dSpaceID space) {
   dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
   const int count = dSpaceGetNumGeoms(space);
   geoms_.clear();
-  groups_.resize(laneCount(static_cast<size_t>(count)));
   for (int i = 0; i < count; ++i) {
     const dGeomID geom = dSpaceGetGeom(space, i);
-    if (!dGeomIsEnabled(geom)) continue;
-    writeGeom(geom, groups_[geoms_.size() / kLanes], geoms_.size() % kLanes);
-    geoms_.push_back(geom);
+    if (dGeomIsEnabled(geom)) geoms_.push_back(geom);
   }
-  for (size_t i = geoms_.size(); i % kLanes != 0; ++i)
-    groups_[i / kLanes].category[i % kLanes] = groups_[i / kLanes].collide[i % kLanes] = 0;
   groups_.resize(laneCount(geoms_.size()));
+  for (size_t g = 0; g < groups_.size(); ++g) writeGroup(g * kLanes, groups_[g]);
 }
 
-void PairSearch::writeGeom(dGeomID geom, Group& group, size_t lane) {
-  dReal box[6];
-  dGeomGetAABB(geom, box);
-  for (size_t k = 0; k < 3; ++k) {
-    group.lower[k][lane] = box[2 * k];
-    group.upper[k][lane] = box[2 * k + 1];
+/// Makes whole registers of the numbers of four geoms: a search that reads what has just been
+/// written in smaller pieces would have to wait for it.
+void PairSearch::writeGroup(size_t first, Group& group) {
+  dReal box[kLanes][6];
+  unsigned long category[kLanes], collide[kLanes];
+  const size_t last = geoms_.size() - 1;
+  for (size_t l = 0; l < kLanes; ++l) {
+    const bool exists = first + l <= last;
+    const dGeomID geom = geoms_[exists ? first + l : last];
+    dGeomGetAABB(geom, box[l]);
+    category[l] = exists ? dGeomGetCategoryBits(geom) : 0;
+    collide[l] = exists ? dGeomGetCollideBits(geom) : 0;
   }
-  group.category[lane] = dGeomGetCategoryBits(geom);
-  group.collide[lane] = dGeomGetCollideBits(geom);
+  for (size_t k = 0; k < 3; ++k) {
+    const size_t i = 2 * k, j = i + 1;
+    group.lower[k] = Lanes{box[0][i], box[1][i], box[2][i], box[3][i]};
+    group.upper[k] = Lanes{box[0][j], box[1][j], box[2][j], box[3][j]};
+  }
+  group.category = Bits{category[0], category[1], category[2], category[3]};
+  group.collide = Bits{collide[0], collide[1], collide[2], collide[3]};
 }
 
 void PairSearch::appendPairsOf(size_t geom) {

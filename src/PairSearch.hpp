@@ -33,7 +33,7 @@ class PairSearch {
   };
 
   void readGeoms(dSpaceID space);
-  void writeGeom(dGeomID geom, Group& group, size_t lane);
+  void writeGroup(size_t first, Group& group);
   void appendPairsOf(size_t geom);
 
   std::vector<dGeomID> geoms_;  ///< enabled ones, in the order of the space
