@@ -59,7 +59,10 @@ void SingleBodyObject::resizeBlockRows(size_t count) {
   }
   while (rows.size() < count) {
     rows.emplace_back();
-    if (spareBlockRows_.empty()) continue;
+    if (spareBlockRows_.empty()) {
+      rows.back().blocks.reserve(kMaxContactsWithBlocks);
+      continue;
+    }
     rows.back().blocks = std::move(spareBlockRows_.back());
     spareBlockRows_.pop_back();
   }
