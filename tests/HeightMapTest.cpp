@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 #include <tuple>
-#include <zelvik/World.hpp>
 #include <zelvik/object/HeightMap.hpp>
 
 #include "Messages.hpp"

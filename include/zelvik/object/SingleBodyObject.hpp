@@ -259,6 +259,8 @@ class ZELVIK_API SingleBodyObject : public Object {
   std::string appearance_;               ///< see `setAppearance`
 
  private:
+  friend class contact::ContactSweep;
+
   void computeFreeVelocities(const Mat<3, 1>& gravity, double dt);
   void computeFreeAngularVelocity(double dt);
   void applyDamping(double dt);
