@@ -9,6 +9,7 @@
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "Lanes.hpp"
 #include "OdeGuard.hpp"
 
 namespace zelvik {
@@ -66,18 +67,77 @@ void resizeGeom(dGeomID geom, Shape::Type shape, const std::vector<double>& p) {
     dGeomCylinderSetParams(geom, p[0], p[1]);
 }
 
+/// Three columns of a rotation, the fourth values of which mean nothing.
+struct RotationColumns {
+  Lanes x, y, z;
+
+  Lanes operator*(const double* a) const { return x * a[0] + y * a[1] + z * a[2]; }
+};
+
+inline RotationColumns loadRotation(const Mat33& R) {
+  // The last column is read from one value before, so as not to read behind the matrix.
+  const Lanes last = loadLanes(R.v + 5);
+  return {loadLanes(R.v), loadLanes(R.v + 3), __builtin_shufflevector(last, last, 1, 2, 3, 0)};
+}
+
+inline Lanes crossLanes(const Lanes& a, const Lanes& b) {
+  return __builtin_shufflevector(a, a, 1, 2, 0, 3) * __builtin_shufflevector(b, b, 2, 0, 1, 3) -
+         __builtin_shufflevector(a, a, 2, 0, 1, 3) * __builtin_shufflevector(b, b, 1, 2, 0, 3);
+}
+
+/// Pose of a geom (world axes), the fourth values of which mean nothing.
+struct GeomPose {
+  RotationColumns rotation;
+  Lanes position;
+
+  /// Of a geom that is fixed in a body at `origin` (m). The rotation is made as by `rotmatmul`.
+  GeomPose(const RotationColumns& R, const Vec3& origin, const CollisionDefinition& shape) {
+    position = R * shape.offsetPosition.v + Lanes{origin[0], origin[1], origin[2], 0.0};
+    rotation.x = R * shape.offsetRotation.v;
+    rotation.y = R * (shape.offsetRotation.v + 3);
+    rotation.z = crossLanes(rotation.x, rotation.y);
+  }
+  /// Whether all numbers are far below those that may not be shown to ODE.
+  bool isOrdinary() const {
+    const RotationColumns& R = rotation;
+    const Lanes squares = (R.x * R.x + R.y * R.y) + (R.z * R.z + position * position);
+    return squares[0] < 1e14 && squares[1] < 1e14 && squares[2] < 1e14;
+  }
+  void write(const GeomRecord& record) const {
+    Lanes row0 = rotation.x, row1 = rotation.y, row2 = rotation.z, row3{};
+    transposeLanes(row0, row1, row2, row3);
+    double *const R = record.rotation, *const p = record.position;
+    storeLanes(R, row0);
+    storeLanes(R + 4, row1);
+    storeLanes(R + 8, row2);
+    storePair(p, Pair{position[0], position[1]});
+    p[2] = position[2];
+  }
+};
+
 }  // namespace
 
 void ArticulatedSystem::updateCollision() {
   for (const CollisionDefinition& shape : collisionBodies_) {
     if (shape.colObj == nullptr) continue;
-    const Mat<3, 3>& R = rotationW_[shape.localIdx];
-    const Mat<3, 1> position = R * shape.offsetPosition + positionW_[shape.localIdx];
-    Mat<3, 3> rotation;
-    rotmatmul(R, shape.offsetRotation, rotation);
-    writeGeomPose(shape.colObj, position, rotation);
+    const GeomRecord& record = geomRecord(shape.colObj);
+    const GeomPose pose(loadRotation(rotationW_[shape.localIdx]), positionW_[shape.localIdx],
+                        shape);
+    if (record.enabled && record.position != nullptr && pose.isOrdinary()) {
+      pose.write(record);
+      dGeomMoved(shape.colObj);
+    } else {
+      writeUnusualPose(shape);
+    }
   }
   jointLimitProblems_.clear();
+}
+
+void ArticulatedSystem::writeUnusualPose(const CollisionDefinition& shape) {
+  const Mat<3, 3>& R = rotationW_[shape.localIdx];
+  Mat<3, 3> rotation;
+  rotmatmul(R, shape.offsetRotation, rotation);
+  writeGeomPose(shape.colObj, R * shape.offsetPosition + positionW_[shape.localIdx], rotation);
 }
 
 void ArticulatedSystem::setCollisionObjectOrientationOffset(size_t collisionIdx,

@@ -8,26 +8,38 @@ namespace zelvik {
 
 namespace {
 
-/// Jc = R J for the columns first .. size - 1.
-void rotateColumns(const Mat33& R, const double* J, size_t first, size_t size, double* Jc) {
-  for (size_t e = first; e < size; ++e) {
-    const double x = J[3 * e], y = J[3 * e + 1], z = J[3 * e + 2];
-    Jc[3 * e] = R[0] * x + R[3] * y + R[6] * z;
-    Jc[3 * e + 1] = R[1] * x + R[4] * y + R[7] * z;
-    Jc[3 * e + 2] = R[2] * x + R[5] * y + R[8] * z;
+/// Columns of the rotation into a contact frame; the fourth values of them mean nothing, nor do
+/// those of the columns that are stored: each is overwritten by the next, and the last one's stands
+/// in the spare column.
+class FrameColumns {
+ public:
+  explicit FrameColumns(const Mat33& R) : x_(loadLanes(R.v)), y_(loadLanes(R.v + 3)) {
+    const Lanes last = loadLanes(R.v + 5);
+    z_ = __builtin_shufflevector(last, last, 1, 2, 3, 0);
   }
-}
 
-/// The six base columns of Jc = R [1, -[r]x], with r the lever arm from the base (world axes).
-void rotateBaseColumns(const Mat33& R, const double* r, double* Jc) {
-  for (size_t i = 0; i < 9; ++i) Jc[i] = R[i];
-  for (size_t i = 0; i < 3; ++i) {
-    // column 3 + t of row i: R_i . (e_t x r)
-    Jc[9 + i] = R[6 + i] * r[1] - R[3 + i] * r[2];
-    Jc[12 + i] = R[i] * r[2] - R[6 + i] * r[0];
-    Jc[15 + i] = R[3 + i] * r[0] - R[i] * r[1];
+  /// Jc = R J for the columns first .. size - 1.
+  void rotateColumns(const double* J, size_t first, size_t size, double* Jc) const {
+    for (size_t e = first; e < size; ++e) {
+      const double* column = J + 3 * e;
+      storeLanes(Jc + 3 * e, x_ * column[0] + y_ * column[1] + z_ * column[2]);
+    }
   }
-}
+
+  /// The six base columns of Jc = R [1, -[r]x], with r the lever arm from the base (world axes).
+  void rotateBaseColumns(const double* r, double* Jc) const {
+    storeLanes(Jc, x_);
+    storeLanes(Jc + 3, y_);
+    storeLanes(Jc + 6, z_);
+    // R (e_t x r)
+    storeLanes(Jc + 9, z_ * r[1] - y_ * r[2]);
+    storeLanes(Jc + 12, x_ * r[2] - z_ * r[0]);
+    storeLanes(Jc + 15, y_ * r[0] - x_ * r[1]);
+  }
+
+ private:
+  Lanes x_, y_, z_;
+};
 
 /// v = Jc u: the sum of u[idx[e]] times column e, four values of which are read. Even and odd
 /// columns have sums of their own.
@@ -122,9 +134,9 @@ void ArticulatedSystem::rotateJacobian(size_t contactIdx) {
   const SparseJacobian& J = contactJacobians_[contactIdx];
   SparseJacobian& Jc = contactFrameJacobians_[contactIdx];
   const bool hasBaseColumns = jointType_[0] == Joint::FLOATING && !contact.selfCollision_;
-  const size_t first = hasBaseColumns ? 6 : 0;
-  if (hasBaseColumns) rotateBaseColumns(contact.frame_, J.v.v + 9, Jc.v.v);
-  rotateColumns(contact.frame_, J.v.v, first, J.size, Jc.v.v);
+  const FrameColumns R(contact.frame_);
+  if (hasBaseColumns) R.rotateBaseColumns(J.v.v + 9, Jc.v.v);
+  R.rotateColumns(J.v.v, hasBaseColumns ? 6 : 0, J.size, Jc.v.v);
   Jc.size = J.size;
   for (size_t e = 0; e < J.size; ++e) Jc.idx[e] = J.idx[e];
 }

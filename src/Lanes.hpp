@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <bit>
 #include <cstddef>
 
 // Without AVX the compiler notes that four doubles are passed to functions in another way than with
@@ -48,6 +49,20 @@ inline Lanes broadcast(double x) {
 
 inline double sumOfLanes(const Lanes& a) {
   return (a[0] + a[1]) + (a[2] + a[3]);
+}
+
+/// What a comparison of lanes gives: all bits of a lane are set where it holds.
+using LaneMask = long __attribute__((vector_size(32)));
+
+/// Bit l is set if lane l is.
+inline unsigned lanesSet(const LaneMask& mask) {
+#ifdef __AVX__
+  return static_cast<unsigned>(__builtin_ia32_movmskpd256(std::bit_cast<Lanes>(mask)));
+#else
+  unsigned bits = 0;
+  for (unsigned l = 0; l < kLanes; ++l) bits |= mask[l] != 0 ? 1u << l : 0u;
+  return bits;
+#endif
 }
 
 /// Lanes that hold `count` values.

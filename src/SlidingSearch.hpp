@@ -84,51 +84,60 @@ inline Turn<T> turnBy(const T& angle) {
   return {angle, evaluateSeries<n>(kCosineSeries, y), angle * evaluateSeries<n>(kSineSeries, y)};
 }
 constexpr double kSmallTurn = 0.04;
+constexpr double kFirstStep = 0.005;  ///< of a march (rad)
 
-/// The curve of one sliding problem.
+/// The curve of one sliding problem, in tangential axes turned so that the first direction is x.
+/// There 1 / r is linear in cosine and sine of the turn, and so are both sums of the merit
+///
+///   f = r (t . u0 + r (t . M_0 cos + t . M_1 sin))
+///
+/// but for one more factor: their coefficients are computed once.
 class SlidingCurve {
  public:
-  /// `cosine` and `sine` give the first direction.
-  SlidingCurve(const Single3DContactProblem& p, const Vec3& v, double z, double cosine, double sine)
-      : p_(p), c_(column(p.delassus_, 2)), z_(z), firstCosine_(cosine), firstSine_(sine) {
-    u0_ = Vec3{{v[0], v[1], z}} - (z * p.dzzInv_) * c_;
+  /// `i` is the impulse of the sticking candidate, outside of the cone.
+  SlidingCurve(const Single3DContactProblem& p, const Vec3& v, double z, const Vec3& i)
+      : z_(z),
+        mu_(p.mu_),
+        muInv_(p.muInv_),
+        length_(std::sqrt(i[0] * i[0] + i[1] * i[1])),
+        normalImpulse_(i[2]) {
+    const Mat33& D = p.delassus_;
+    const Mat<3, 2>& M = p.tangentMap_;
+    firstCosine_ = i[0] / length_;
+    firstSine_ = i[1] / length_;
+    const Vec3 c = column(D, 2), c1 = turned(c);
+    const Vec3 u0 = turned(Vec3{{v[0], v[1], z}} - (z * p.dzzInv_) * c);
+    const Vec3 along =
+        turned({{M[0] * firstCosine_ + M[3] * firstSine_, M[1] * firstCosine_ + M[4] * firstSine_,
+                 M[2] * firstCosine_ + M[5] * firstSine_}});
+    const Vec3 across =
+        turned({{M[3] * firstCosine_ - M[0] * firstSine_, M[4] * firstCosine_ - M[1] * firstSine_,
+                 M[5] * firstCosine_ - M[2] * firstSine_}});
+    pole_ = {p.muInvDzz_, D(2, 0) * firstCosine_ + D(2, 1) * firstSine_,
+             D(2, 1) * firstCosine_ - D(2, 0) * firstSine_};
+    atRest_ = tangentTimes(c1, u0);
+    changeAlong_ = tangentTimes(c1, along);
+    changeAcross_ = tangentTimes(c1, across);
+    const Vec3 t = cross(c1, Vec3{{length_, 0.0, p.negMuSquared_ * i[2]}});
+    startAtRest_ = dot(t, u0);
+    startChange_ = dot(t, along);
   }
 
-  Vec3 impulseAt(const SlidingPoint& a) const {
-    return {{a.r * a.cosine, a.r * a.sine, a.r * p_.muInv_}};
-  }
-
-  /// The first point. Its merit is taken with the tangent t = c x (i_x, i_y, -mu^2 i_z) at the
-  /// impulse i of the sticking candidate. @param length of the tangential part of i
-  SlidingPoint start(const Vec3& i, double length) const {
-    const Mat33& D = p_.delassus_;
-    SlidingPoint q{0.0, firstCosine_, firstSine_, 0.0, 0.0};
-    q.r = -z_ * length / (D(2, 0) * i[0] + (D(2, 1) * i[1] + p_.muInvDzz_ * length));
-    const Vec3 t = cross(c_, Vec3{{i[0], i[1], p_.negMuSquared_ * i[2]}});
-    const double change = dot(t, p_.tangentMap_ * Mat<2, 1>{{firstCosine_, firstSine_}});
-    q.f = dot(t, u0_) + q.r * change;
+  /// The first point. Its merit is taken with the tangent t = c x (i_x, i_y, -mu^2 i_z).
+  SlidingPoint start() const {
+    SlidingPoint q{0.0, 1.0, 0.0, 0.0, 0.0};
+    q.r = -z_ / (pole_.constant + pole_.cosine);
+    q.f = startAtRest_ + q.r * startChange_;
     return q;
   }
 
-  /// With t = c x (cos, sin, -mu): f = r (t . u0 + r t . M (cos, sin)). What does not hold r is
-  /// computed while the division for r runs.
   template <typename T>
   SlidingPointOf<T> at(const Turn<T>& turn) const {
-    const Mat33& D = p_.delassus_;
-    const Mat<3, 2>& M = p_.tangentMap_;
-    SlidingPointOf<T> q;
-    q.theta = turn.angle;
-    q.cosine = firstCosine_ * turn.cosine - firstSine_ * turn.sine;
-    q.sine = firstSine_ * turn.cosine + firstCosine_ * turn.sine;
-    q.r = -z_ / (D(2, 0) * q.cosine + (D(2, 1) * q.sine + p_.muInvDzz_));
-    const T tx = -p_.mu_ * c_[1] - c_[2] * q.sine;
-    const T ty = c_[2] * q.cosine + p_.mu_ * c_[0];
-    const T tz = c_[0] * q.sine - c_[1] * q.cosine;
-    const T atRest = tx * u0_[0] + (ty * u0_[1] + tz * u0_[2]);
+    SlidingPointOf<T> q{turn.angle, turn.cosine, turn.sine, {}, {}};
+    q.r = -z_ / evaluate(pole_, turn);
     const T change =
-        tx * (M[0] * q.cosine + M[3] * q.sine) +
-        (ty * (M[1] * q.cosine + M[4] * q.sine) + tz * (M[2] * q.cosine + M[5] * q.sine));
-    q.f = q.r * (atRest + q.r * change);
+        turn.cosine * evaluate(changeAlong_, turn) + turn.sine * evaluate(changeAcross_, turn);
+    q.f = q.r * (evaluate(atRest_, turn) + q.r * change);
     return q;
   }
   SlidingPoint at(double theta) const {
@@ -140,15 +149,43 @@ class SlidingCurve {
   }
 
   /// Normal of the cone, pointing away from its axis, against the way from the impulse i.
-  Lanes outwards(const SlidingPoints& q, const Vec3& i) const {
+  Lanes outwards(const SlidingPoints& q) const {
     const Lanes x = q.r * q.cosine, y = q.r * q.sine;
-    return x * (x - i[0]) + (y * (y - i[1]) - p_.mu_ * q.r * (q.r * p_.muInv_ - i[2]));
+    return x * (x - length_) + (y * y - mu_ * q.r * (q.r * muInv_ - normalImpulse_));
+  }
+
+  Vec3 impulseAt(const SlidingPoint& a) const {
+    return {{a.r * (firstCosine_ * a.cosine - firstSine_ * a.sine),
+             a.r * (firstSine_ * a.cosine + firstCosine_ * a.sine), a.r * muInv_}};
   }
 
  private:
-  const Single3DContactProblem& p_;
-  Vec3 c_, u0_;
-  double z_, firstCosine_, firstSine_;
+  /// constant + cosine cos + sine sin
+  struct Coefficients {
+    double constant, cosine, sine;
+  };
+  template <typename T>
+  static T evaluate(const Coefficients& k, const Turn<T>& turn) {
+    return k.cosine * turn.cosine + (k.sine * turn.sine + k.constant);
+  }
+  /// Into the turned axes.
+  Vec3 turned(const Vec3& a) const {
+    return {
+        {firstCosine_ * a[0] + firstSine_ * a[1], firstCosine_ * a[1] - firstSine_ * a[0], a[2]}};
+  }
+  /// a . t for t = c x (cos, sin, -mu).
+  Coefficients tangentTimes(const Vec3& c, const Vec3& a) const {
+    return {mu_ * (c[0] * a[1] - c[1] * a[0]), c[2] * a[1] - c[1] * a[2],
+            c[0] * a[2] - c[2] * a[0]};
+  }
+
+  double z_, mu_, muInv_;
+  double length_, normalImpulse_;            ///< of the sticking candidate (N s)
+  double firstCosine_, firstSine_;           ///< of the first direction
+  Coefficients pole_;                        ///< of -z / r
+  Coefficients atRest_;                      ///< of t . u0
+  Coefficients changeAlong_, changeAcross_;  ///< of t . M_0 and t . M_1
+  double startAtRest_, startChange_;         ///< the same for the tangent of the first point
 };
 
 /// Root of the merit between a and b, where it has opposite signs, by false position; the best of
@@ -169,21 +206,26 @@ inline SlidingPoint falsePosition(const SlidingCurve& curve, SlidingPoint a, Sli
   return b.f * b.f < best.f * best.f ? b : best;
 }
 
+/// The first four steps of a march, each 1.3 times as long as the one before.
+inline const Turn<Lanes> kFirstTurns =
+    turnBy<4>(kFirstStep * Lanes{1.0, 1.0 + 1.3, 1.0 + 1.3 + 1.69, 1.0 + 1.3 + 1.69 + 2.197});
+
+inline SlidingPoints firstTrials(const SlidingCurve& curve, double sign) {
+  return curve.at(
+      Turn<Lanes>{sign * kFirstTurns.angle, kFirstTurns.cosine, sign * kFirstTurns.sine});
+}
+
 /// Marches from `start` along the curve, downhill in energy, until the merit changes sign, and
-/// returns the best point found. `i` is the impulse of the sticking candidate, outside of the cone.
-/// A step that succeeds makes the next one longer by a known factor: four trials are computed at
-/// once and judged one by one.
-inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& start,
-                                const Vec3& i) {
+/// returns the best point found. A step that succeeds makes the next one longer by a known factor:
+/// four trials are computed at once and judged one by one.
+inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& start) {
   constexpr int maxTrials = 15;
   SlidingPoint prev = start;
-  double step = start.f < 0.0 ? 0.005 : -0.005;
+  const double sign = start.f < 0.0 ? 1.0 : -1.0;
+  double step = sign * kFirstStep;
+  SlidingPoints trials = firstTrials(curve, sign);
   for (int k = 1;;) {
-    const double step1 = 2.6 * (0.5 * step), step2 = 2.6 * (0.5 * step1),
-                 step3 = 2.6 * (0.5 * step2);
-    const double theta0 = prev.theta + step, theta1 = theta0 + step1, theta2 = theta1 + step2;
-    const SlidingPoints trials = curve.at(Lanes{theta0, theta1, theta2, theta2 + step3});
-    const Lanes outwards = curve.outwards(trials, i);
+    const Lanes outwards = curve.outwards(trials);
     for (size_t l = 0; l < kLanes; ++l) {
       const SlidingPoint now = pointOf(trials, l);
       // Where the pole of r is nearer than the rounding of the first direction, no step is short
@@ -200,6 +242,9 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
       prev = now;
       ++k;
     }
+    const double theta0 = prev.theta + step, theta1 = theta0 + 1.3 * step,
+                 theta2 = theta1 + 1.69 * step;
+    trials = curve.at(Lanes{theta0, theta1, theta2, theta2 + 2.197 * step});
   }
 }
 
@@ -207,15 +252,13 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
 /// @param v velocity without this problem's impulse, @param z normal residual (contact frame, m/s)
 /// @return false if no impulse on the cone pushes: the impulse is then zero
 inline bool slide(Single3DContactProblem& p, const Vec3& v, double z) {
-  const Vec3 i = p.imp_;
-  const double length = std::sqrt(i[0] * i[0] + i[1] * i[1]);
-  const SlidingCurve curve(p, v, z, i[0] / length, i[1] / length);
-  SlidingPoint point = curve.start(i, length);
+  const SlidingCurve curve(p, v, z, p.imp_);
+  SlidingPoint point = curve.start();
   if (point.r <= 0.0) {
     p.imp_.setZero();
     return false;
   }
-  if (!(point.f * point.f < 1e-24)) point = marchToRoot(curve, point, i);
+  if (!(point.f * point.f < 1e-24)) point = marchToRoot(curve, point);
   if (point.r < 0.0) {  // beyond the pole, see the march
     p.imp_.setZero();
     return false;

@@ -50,15 +50,19 @@ void TreeFactor::eliminate(const Segment& s) {
         storeLanes(P[q] + b, loadLanes(P[q] + b) - f * loadLanes(L[r] + b));
     }
   }
+  // Four columns at a time through all rows above, so that the lanes of L are read once.
   for (size_t i = s.runBegin; i < s.runEnd; ++i) {
     const TreePattern::Run& run = pattern_->runs[i];
-    for (size_t t = 0; t < run.count; ++t) {
-      const size_t at = run.position + t;
-      double* row = rows_.v + pattern_->rowStart[run.first + t];
-      for (size_t b = 0; b <= at; b += kLanes) {
-        Lanes sum = loadLanes(row + b);
-        for (size_t r = 0; r < w; ++r) sum -= P[r][at] * loadLanes(L[r] + b);
-        storeLanes(row + b, sum);
+    const size_t* start = pattern_->rowStart.data() + run.first;
+    const size_t end = run.position + run.count;
+    for (size_t b = 0; b < end; b += kLanes) {
+      Lanes l[w];
+      for (size_t r = 0; r < w; ++r) l[r] = loadLanes(L[r] + b);
+      for (size_t at = b > run.position ? b : run.position; at < end; ++at) {
+        double* row = rows_.v + start[at - run.position] + b;
+        Lanes sum = loadLanes(row);
+        for (size_t r = 0; r < w; ++r) sum -= P[r][at] * l[r];
+        storeLanes(row, sum);
       }
     }
   }
@@ -77,14 +81,20 @@ void TreeFactor::multiplySegment(const Segment& s, const double* rows, const dou
   const SegmentRows<w> A(*pattern_, s, rows);
   double u[w], sum[w];
   for (size_t r = 0; r < w; ++r) u[r] = x[s.first + r];
-  double* chain = pattern_->gatherChain(s, x, packed_.v);
-  A.clearBehind(chain);
-  A.dotChain(chain, sum);
-  A.combineChain(u, chain);
+  if (isBelowOneRun(s)) {
+    const size_t above = pattern_->runs[s.runBegin].first;
+    A.dotRun(x + above, sum);
+    A.addToRun(u, product + above);
+  } else {
+    double* chain = pattern_->gatherChain(s, x, packed_.v);
+    A.clearBehind(chain);
+    A.dotChain(chain, sum);
+    A.combineChain(u, chain);
+    pattern_->scatterChain(s, chain, 1.0, product);
+  }
   for (size_t r = 0; r < w; ++r)
     for (size_t q = 0; q < w; ++q) sum[r] += A.own(r > q ? r : q, r > q ? q : r) * u[q];
   for (size_t r = 0; r < w; ++r) product[s.first + r] = sum[r];
-  pattern_->scatterChain(s, chain, 1.0, product);
 }
 
 void TreeFactor::multiply(const double* rows, const double* x, double* product) {
@@ -103,8 +113,13 @@ void TreeFactor::solveSegmentUpwards(const Segment& s, double* x) {
   for (size_t r = w; r-- > 1;)
     for (size_t q = 0; q < r; ++q) y[q] -= L.own(r, q) * y[r];
   for (size_t r = 0; r < w; ++r) x[s.first + r] = y[r];
-  L.combineChain(y, packed_.v);
-  pattern_->scatterChain(s, packed_.v, -1.0, x);
+  if (isBelowOneRun(s)) {
+    for (size_t r = 0; r < w; ++r) y[r] = -y[r];
+    L.addToRun(y, x + pattern_->runs[s.runBegin].first);
+  } else {
+    L.combineChain(y, packed_.v);
+    pattern_->scatterChain(s, packed_.v, -1.0, x);
+  }
 }
 
 /// L x = D^-1 y for the rows of a segment, with x known above.
@@ -112,9 +127,13 @@ template <size_t w>
 void TreeFactor::solveSegmentDownwards(const Segment& s, double* x) {
   const SegmentRows<w> L(*pattern_, s, factor_.v);
   double sum[w];
-  const double* chain = pattern_->gatherChain(s, x, packed_.v);
-  L.clearBehind(packed_.v);
-  L.dotChain(chain, sum);
+  if (isBelowOneRun(s)) {
+    L.dotRun(x + pattern_->runs[s.runBegin].first, sum);
+  } else {
+    const double* chain = pattern_->gatherChain(s, x, packed_.v);
+    L.clearBehind(packed_.v);
+    L.dotChain(chain, sum);
+  }
   for (size_t r = 0; r < w; ++r) {
     double value = x[s.first + r] * inversePivot_[s.first + r] - sum[r];
     for (size_t q = 0; q < r; ++q) value -= L.own(r, q) * x[s.first + q];

@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cstring>
 #include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 
 #include "Lanes.hpp"
@@ -28,29 +29,70 @@ class BlockSum {
   Lanes c0_{}, c1_{}, c2_{};
 };
 
+/// Three rows of `stride` values from the columns x, `width` values apart.
+template <size_t width>
+inline void transposeColumns(const double* x, size_t stride, double* rows) {
+  for (double* end = rows + stride; rows != end; rows += kLanes, x += kLanes * width) {
+    Lanes a = loadLanes(x), b = loadLanes(x + width), c = loadLanes(x + 2 * width),
+          d = loadLanes(x + 3 * width);
+    transposeLanes(a, b, c, d);
+    storeLanes(rows, a);
+    storeLanes(rows + stride, b);
+    storeLanes(rows + 2 * stride, c);
+  }
+}
+
 /// Whether the columns are a velocity and all above it: those of a contact are, those of a
 /// self-collision need not be.
 inline bool isWholeChain(const SparseJacobian& J, const TreePattern& pattern) {
+  const size_t *idx = J.idx.data(), *end = idx + J.size, *parent = pattern.parent.data();
   size_t above = kNone;
-  for (size_t e = 0; e < J.size; ++e) {
-    if (pattern.parent[J.idx[e]] != above) return false;
-    above = J.idx[e];
-  }
+  for (; idx != end; above = *idx++)
+    if (parent[*idx] != above) return false;
   return true;
 }
 
 }  // namespace
 
-/// z = L^-T J^T for columns that are a whole chain, four values per column: the packed position of
-/// a velocity is the place of its column.
-void TreeFactor::solveChainUpwards(const SparseJacobian& J) {
-  for (size_t e = 0; e < J.size; ++e) chainRows_[e] = factor_.v + pattern_->rowStart[J.idx[e]];
-  for (size_t t = J.size; t-- > 0;) {
-    Lanes sum = loadLanes(J.v.v + 3 * t);
-    const double* z = z_.v + kLanes * (J.size - 1);
-    for (size_t e = J.size - 1; e > t; --e, z -= kLanes) sum -= chainRows_[e][t] * loadLanes(z);
-    storeLanes(z_.v + kLanes * t, sum);
+/// z = L^-T J^T for w neighbouring columns of a chain, with z known below them.
+template <size_t w>
+void TreeFactor::solveChainBlock(const SparseJacobian& J, size_t first) {
+  const double* const* rows = chainRows_.data();
+  Lanes z[w];
+  for (size_t r = 0; r < w; ++r) z[r] = loadLanes(J.v.v + 3 * (first + r));
+  for (size_t e = J.size; e-- > first + w;) {
+    const double* row = rows[e] + first;
+    const Lanes below = loadLanes(z_.v + kLanes * e);
+    for (size_t r = 0; r < w; ++r) z[r] -= row[r] * below;
   }
+  for (size_t q = w; q-- > 0;) {
+    const double* row = rows[first + q] + first;
+    for (size_t r = 0; r < q; ++r) z[r] -= row[r] * z[q];
+    storeLanes(z_.v + kLanes * (first + q), z[q]);
+  }
+}
+
+/// z = L^-T J^T for columns that are a whole chain, four values per column: the packed position of
+/// a velocity is the place of its column. Four columns at a time; what is left over is at the lower
+/// end, where the sums are short.
+void TreeFactor::solveChainUpwards(const SparseJacobian& J) {
+  const size_t* rowStart = pattern_->rowStart.data();
+  for (size_t e = 0; e < J.size; ++e) chainRows_[e] = factor_.v + rowStart[J.idx[e]];
+  size_t first = J.size & ~(kLanes - 1);
+  switch (J.size - first) {
+    case 1:
+      solveChainBlock<1>(J, first);
+      break;
+    case 2:
+      solveChainBlock<2>(J, first);
+      break;
+    case 3:
+      solveChainBlock<3>(J, first);
+      break;
+    default:
+      break;
+  }
+  for (; first > 0; first -= 4) solveChainBlock<4>(J, first - 4);
 }
 
 /// z = L^-T J^T for any columns, four values per velocity.
@@ -70,18 +112,22 @@ void TreeFactor::solveTreeUpwards(const SparseJacobian& J) {
 /// Writes D^-1 z of one contact into its lanes of x; returns J A^-1 J^T.
 template <size_t width>
 Mat33 TreeFactor::scaleRequest(const SparseJacobian& J, size_t lane) {
-  const bool isChain = isWholeChain(J, *pattern_);
-  if (isChain)
-    solveChainUpwards(J);
-  else
-    solveTreeUpwards(J);
   BlockSum block;
-  const size_t count = isChain ? J.size : pattern_->size;
-  for (size_t e = 0; e < count; ++e) {
-    const size_t k = isChain ? J.idx[e] : e;
-    const Lanes scaled = loadLanes(z_.v + kLanes * e) * inversePivot_[k];
-    block.add(z_.v + kLanes * e, scaled);
-    storeLanes(x_.v + width * k + lane, scaled);
+  double* x = x_.v + lane;
+  const double *z = z_.v, *inversePivot = inversePivot_.v;
+  const auto scale = [&](size_t k) {
+    const Lanes scaled = loadLanes(z) * inversePivot[k];
+    block.add(z, scaled);
+    storeLanes(x + width * k, scaled);
+    z += kLanes;
+  };
+  if (isWholeChain(J, *pattern_)) {
+    solveChainUpwards(J);
+    const size_t *idx = J.idx.data(), *end = idx + J.size;
+    for (; idx != end; ++idx) scale(*idx);
+  } else {
+    solveTreeUpwards(J);
+    for (size_t k = 0, size = pattern_->size; k < size; ++k) scale(k);
   }
   return block.get();
 }
@@ -116,25 +162,15 @@ void TreeFactor::respondSegment(const TreePattern::Segment& s) {
 template <size_t count>
 void TreeFactor::respondBatch(const Request* requests) {
   constexpr size_t width = count * kLanes;
-  for (size_t k = 0; k < width * stride_; k += kLanes) storeLanes(x_.v + k, Lanes{});
+  std::memset(x_.v, 0, width * stride_ * sizeof(double));
   for (size_t c = 0; c < count; ++c)
     *requests[c].block = scaleRequest<width>(*requests[c].J, kLanes * c);
   for (const TreePattern::Segment& segment : pattern_->segments)
     withWidth(segment, [&](auto w, const TreePattern::Segment& s) {
       respondSegment<decltype(w)::value, count>(s);
     });
-  for (size_t c = 0; c < count; ++c) {
-    double* out = requests[c].response;
-    for (size_t k = 0; k < stride_; k += kLanes, out += kLanes) {
-      const double* x = x_.v + width * k + kLanes * c;
-      Lanes a = loadLanes(x), b = loadLanes(x + width), d = loadLanes(x + 2 * width),
-            e = loadLanes(x + 3 * width);
-      transposeLanes(a, b, d, e);
-      storeLanes(out, a);
-      storeLanes(out + stride_, b);
-      storeLanes(out + 2 * stride_, d);
-    }
-  }
+  for (size_t c = 0; c < count; ++c)
+    transposeColumns<width>(x_.v + kLanes * c, stride_, requests[c].response);
 }
 
 void TreeFactor::respond(const Request* requests, size_t count) {

@@ -6,14 +6,18 @@
 
 namespace zelvik {
 
-/// A vector of each of four bodies, which `get` reads from `Bodies`.
+/// A vector of each of four bodies, to which `get` refers in `Bodies`.
 template <typename Get>
 inline Lanes3 TreeSweeps::gather(const Places& places, Get&& get) const {
   if (places.lanesMatch) return get(bodies_[places.batch[0]]);
-  Lanes3 value;
-  for (size_t l = 0; l < kLanes; ++l)
-    setLane(value, l, getLane(get(bodies_[places.batch[l]]), places.lane[l]));
-  return value;
+  const Lanes3* v[kLanes];
+  for (size_t l = 0; l < kLanes; ++l) v[l] = &get(bodies_[places.batch[l]]);
+  const size_t* lane = places.lane;
+  const auto pick = [&](Lanes Lanes3::*axis) {
+    return Lanes{(v[0]->*axis)[lane[0]], (v[1]->*axis)[lane[1]], (v[2]->*axis)[lane[2]],
+                 (v[3]->*axis)[lane[3]]};
+  };
+  return {pick(&Lanes3::x), pick(&Lanes3::y), pick(&Lanes3::z)};
 }
 
 namespace detail {

@@ -7,6 +7,7 @@
 
 #include "ImpulseMemory.hpp"
 #include "OdeGuard.hpp"
+#include "PairSearch.hpp"
 
 namespace zelvik {
 
@@ -46,6 +47,7 @@ void World::init() {
   rayGeom_ = dCreateRay(nullptr, 1.0);  // in no space: it never takes part in `dSpaceCollide`
   attachGeomRecord(rayGeom_);
   contactGeoms_.resize(kInitialContactGeoms);
+  pairSearch_ = std::make_unique<PairSearch>();
   rayHits_.hits.resize(kMaxRayHits);
   wireMaterial_.friction = 0.8;
   wireMaterial_.restitution = 0.0;

@@ -1,6 +1,5 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <algorithm>
 #include <cmath>
 #include <utility>
 #include <zelvik/World.hpp>
@@ -8,6 +7,7 @@
 
 #include "CylinderOnPlane.hpp"
 #include "OdeGuard.hpp"
+#include "PairSearch.hpp"
 
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.
@@ -17,20 +17,14 @@ namespace zelvik {
 namespace {
 
 constexpr int kMaxPointsPerPair = 500;
+/// Geoms in a simple space from which on our own search of pairs is the faster one.
+constexpr int kGeomsForPairSearch = 40;
 
 /// ODE gives NaN or zero normals and NaN depths at exact coincidences; such a point tells nothing.
 bool isUsablePoint(const dContactGeom& g) {
   const double length2 =
       g.normal[0] * g.normal[0] + g.normal[1] * g.normal[1] + g.normal[2] * g.normal[2];
   return length2 > 1e-12 && g.depth == g.depth;
-}
-
-/// Whether a height field among the two would make ODE end the process for the size of the other.
-bool isOutOfReach(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects) {
-  if (dGeomGetClass(o1) == dHeightfieldClass) std::swap(o1, o2);
-  if (dGeomGetClass(o2) != dHeightfieldClass) return false;
-  const Object& field = *objects[geomRecord(o2).objectIdx];
-  return !static_cast<const HeightMap&>(field).isInReach(o1);
 }
 
 /// Whether two bodies of one object already have a contact in this step: the walk looks at all
@@ -45,37 +39,65 @@ bool selfContactExists(const Object& object, size_t l1, size_t l2) {
   return false;
 }
 
-/// Points of a geom on a height field that asks for exact contacts; -1 where ODE's collider serves.
-int collideOnField(dGeomID geom, dGeomID field, const std::vector<Object*>& objects,
-                   dContactGeom* points) {
-  const HeightMap& map = static_cast<const HeightMap&>(*objects[geomRecord(field).objectIdx]);
-  return map.usesExactContacts() ? map.collide(geom, points, kMaxPointsPerPair) : -1;
+/// ODE's number for the shape of a geom.
+using GeomClass = int;
+
+/// Whether a class needs more than ODE's collider as it stands.
+bool needsCare(GeomClass c) {
+  return c == dHeightfieldClass || c == dTriMeshClass;
 }
 
 /// Two meshes collide by their trees. A mesh of one triangle has none, and ODE would read at null.
 bool haveTrees(dGeomID a, dGeomID b) {
-  if (dGeomGetClass(a) != dTriMeshClass || dGeomGetClass(b) != dTriMeshClass) return true;
   return dGeomTriMeshGetTriangleCount(a) > 1 && dGeomTriMeshGetTriangleCount(b) > 1;
 }
 
-/// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
-int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dContactGeom* points) {
-  if (!haveTrees(o1, o2)) return 0;
-  const auto lock = lockIfMesh(o1, o2);
-  const bool fieldFirst = dGeomGetClass(o1) == dHeightfieldClass;
-  const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
-  const int found =
-      dGeomGetClass(field) == dHeightfieldClass ? collideOnField(geom, field, objects, points) : -1;
-  if (found < 0) {
-    const int count = collideGuarded(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
-    return count == 1 ? completeCylinderOnPlane(o1, o2, points) : count;
-  }
-  for (dContactGeom* point = points; point != points + found; ++point) {
+/// Points of a geom on a height field that asks for exact contacts; -1 where ODE's collider serves.
+/// A geom whose size would make ODE end the process has none.
+int collideOnField(dGeomID geom, const HeightMap& map, dContactGeom* points) {
+  if (!map.isInReach(geom)) return 0;
+  return map.usesExactContacts() ? map.collide(geom, points, kMaxPointsPerPair) : -1;
+}
+
+/// Points of our own collider are those of a geom on a field; the pair may be the other way round.
+void orderPoints(dGeomID o1, dGeomID o2, bool fieldFirst, dContactGeom* points, int count) {
+  for (dContactGeom* point = points; point != points + count; ++point) {
     point->g1 = o1;
     point->g2 = o2;
     for (int i = 0; i < 3 && fieldFirst; ++i) point->normal[i] = -point->normal[i];
   }
+}
+
+int collideByOde(dGeomID o1, dGeomID o2, dContactGeom* points) {
+  return collideGuarded(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
+}
+
+/// Raw points of a pair with a mesh or height field.
+int collideWithCare(dGeomID o1, dGeomID o2, GeomClass c1, GeomClass c2,
+                    const std::vector<Object*>& objects, dContactGeom* points) {
+  if (c1 == dTriMeshClass && c2 == dTriMeshClass && !haveTrees(o1, o2)) return 0;
+  const bool fieldFirst = c1 == dHeightfieldClass;
+  if (!fieldFirst && c2 != dHeightfieldClass) {
+    const auto lock = lockMeshes();
+    return collideByOde(o1, o2, points);
+  }
+  const auto lock = lockIfMesh(o1, o2);
+  const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
+  const Object& map = *objects[geomRecord(field).objectIdx];
+  const int found = collideOnField(geom, static_cast<const HeightMap&>(map), points);
+  if (found < 0) return collideByOde(o1, o2, points);
+  orderPoints(o1, o2, fieldFirst, points, found);
   return found;
+}
+
+/// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
+int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dContactGeom* points) {
+  const GeomClass c1 = dGeomGetClass(o1), c2 = dGeomGetClass(o2);
+  if (needsCare(c1) || needsCare(c2)) return collideWithCare(o1, o2, c1, c2, objects, points);
+  const int count = collideByOde(o1, o2, points);
+  return count == 1 && (c1 == dCylinderClass || c2 == dCylinderClass)
+             ? completeCylinderOnPlane(o1, o2, points)
+             : count;
 }
 
 }  // namespace
@@ -94,7 +116,12 @@ void nearCallback(void* data, dGeomID o1, dGeomID o2) {
 
 void World::detectCollisions() {
   numContactGeoms_ = 0;
-  dSpaceCollide(worldSpace_, this, nearCallback);
+  if (dSpaceGetClass(worldSpace_) == dSimpleSpaceClass &&
+      dSpaceGetNumGeoms(worldSpace_) >= kGeomsForPairSearch)
+    for (const PairSearch::Pair& pair : pairSearch_->findPairs(worldSpace_))
+      testPair(pair.first, pair.second);
+  else
+    dSpaceCollide(worldSpace_, this, nearCallback);
   for (const Object* object : objectList_) {
     if (object->getObjectType() != HEIGHTMAP) continue;
     const HeightMap& map = static_cast<const HeightMap&>(*object);
@@ -110,7 +137,6 @@ void World::detectCollisions() {
 void World::testPair(dGeomID o1, dGeomID o2) {
   const std::set<dGeomID>& ignored = geomRecord(o1).ignoredGeoms;
   if (!ignored.empty() && ignored.count(o2) > 0) return;
-  if (isOutOfReach(o1, o2, objectList_)) return;
 
   const size_t used = static_cast<size_t>(numContactGeoms_);
   if (contactGeoms_.size() < used + kMaxPointsPerPair)
@@ -149,6 +175,9 @@ void World::appendContact(const ContactSides& s, const Mat<3, 1>& position, cons
 }
 
 void World::buildContacts() {
+  // The points of a pair come one behind the other: names of materials are looked up once for all.
+  const GeomRecord *material1 = nullptr, *material2 = nullptr;
+  const MaterialPairProperties* material = nullptr;
   for (int i = 0; i < numContactGeoms_; ++i) {
     const dContactGeom& g = contactGeoms_[static_cast<size_t>(i)];
     const GeomRecord &r1 = geomRecord(g.g1), &r2 = geomRecord(g.g2);
@@ -159,10 +188,13 @@ void World::buildContacts() {
 
     Vec3 n{{g.normal[0], g.normal[1], g.normal[2]}};
     n *= 1.0 / norm(n);
-    const MaterialPairProperties& material =
-        materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
+    if (&r1 != material1 || &r2 != material2) {
+      material1 = &r1;
+      material2 = &r2;
+      material = &materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
+    }
     appendContact({A, l1, true, B, l2, false}, {{g.pos[0], g.pos[1], g.pos[2]}}, n, -g.depth,
-                  material);
+                  *material);
   }
 }
 

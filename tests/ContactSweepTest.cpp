@@ -93,13 +93,14 @@ void integrateByRecords(World& world) {
 
 TEST(ContactSweep, EqualsTheSweepOverRecords) {
   using Problem = contact::Single3DContactProblem;
-  int compared = 0, apart = 0, limits = 0, sliding = 0;
+  int compared = 0, wentApart = 0, limits = 0, sliding = 0;
   for (unsigned seed = 1; seed <= 12; ++seed) {
     World records, rows;
     for (World* world : {&records, &rows}) {
       fill(*world, seed);
       world->setContactSolverParam(seed % 3 == 0 ? 0.9 : 1.0, 1.0, 1.0, 12, 0.0);
     }
+    double worst = 0.0;
     for (int step = 0; step < 12; ++step) {
       integrateByRecords(records);
       rows.integrate();
@@ -116,17 +117,18 @@ TEST(ContactSweep, EqualsTheSweepOverRecords) {
                            1e-9 * a[i].imp_[2]
                        ? 1
                        : 0;
-        const double error = norm(a[i].imp_ - b[i].imp_) / largest;
-        EXPECT_LT(error, 0.1);  // wedged between links a contact amplifies rounding errors
-        apart += error > 1e-8 ? 1 : 0;
+        worst = std::max(worst, norm(a[i].imp_ - b[i].imp_) / largest);
       }
+      if (worst > 1e-6) break;
     }
+    // A rounding error can decide whether the search for an angle runs one more round, and a
+    // contact that is wedged between links makes it large.
+    wentApart += worst > 1e-6 ? 1 : 0;
   }
   EXPECT_GT(compared, 10000);
   EXPECT_GT(limits, 100);
   EXPECT_GT(sliding, 500);
-  // A rounding error can decide whether the search for an angle runs one more round.
-  EXPECT_LT(apart, compared / 100);
+  EXPECT_LE(wentApart, 2);
 }
 
 /// A tower of boxes with few sweeps per step.

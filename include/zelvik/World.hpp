@@ -30,6 +30,7 @@
 namespace zelvik {
 
 class ImpulseMemory;
+class PairSearch;
 
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
 /// material table.
@@ -339,6 +340,7 @@ class ZELVIK_API World {
   dSpaceID worldSpace_ = nullptr;
   std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
   int numContactGeoms_ = 0;                 ///< used entries of it
+  std::unique_ptr<PairSearch> pairSearch_;  ///< for `BroadPhase::SIMPLE`
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;

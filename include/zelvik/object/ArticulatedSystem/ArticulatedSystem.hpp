@@ -578,6 +578,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   friend class TreeSweeps;
   friend class contact::ContactSweep;
 
+  void writeUnusualPose(const CollisionDefinition& shape);
   bool prepareModelFile(const std::string& argument, const std::string& resDir);
   void init();
   bool refuseTree();

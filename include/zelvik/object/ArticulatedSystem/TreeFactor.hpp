@@ -104,6 +104,8 @@ class ZELVIK_API TreeFactor {
   void solveSegmentUpwards(const TreePattern::Segment& segment, double* x);
   template <size_t w>
   void solveSegmentDownwards(const TreePattern::Segment& segment, double* x);
+  template <size_t w>
+  void solveChainBlock(const SparseJacobian& J, size_t first);
   void solveChainUpwards(const SparseJacobian& J);
   void solveTreeUpwards(const SparseJacobian& J);
   template <size_t width>

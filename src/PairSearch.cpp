@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include "PairSearch.hpp"
+
+namespace zelvik {
+
+const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
+  readGeoms(space);
+  pairs_.clear();
+  for (size_t i = 0; i + 1 < geoms_.size(); ++i) appendPairsOf(i);
+  return pairs_;
+}
+
+void PairSearch::readGeoms(dSpaceID space) {
+  dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
+  const int count = dSpaceGetNumGeoms(space);
+  geoms_.clear();
+  for (int i = 0; i < count; ++i) {
+    const dGeomID geom = dSpaceGetGeom(space, i);
+    if (dGeomIsEnabled(geom)) geoms_.push_back(geom);
+  }
+  groups_.resize(laneCount(geoms_.size()));
+  for (size_t g = 0; g < groups_.size(); ++g) writeGroup(g * kLanes, groups_[g]);
+}
+
+/// Makes whole registers of the numbers of four geoms: a search that reads what has just been
+/// written in smaller pieces would have to wait for it.
+void PairSearch::writeGroup(size_t first, Group& group) {
+  dReal box[kLanes][6];
+  unsigned long category[kLanes], collide[kLanes];
+  const size_t last = geoms_.size() - 1;
+  for (size_t l = 0; l < kLanes; ++l) {
+    const bool exists = first + l <= last;
+    const dGeomID geom = geoms_[exists ? first + l : last];
+    dGeomGetAABB(geom, box[l]);
+    category[l] = exists ? dGeomGetCategoryBits(geom) : 0;
+    collide[l] = exists ? dGeomGetCollideBits(geom) : 0;
+  }
+  for (size_t k = 0; k < 3; ++k) {
+    const size_t i = 2 * k, j = i + 1;
+    group.lower[k] = Lanes{box[0][i], box[1][i], box[2][i], box[3][i]};
+    group.upper[k] = Lanes{box[0][j], box[1][j], box[2][j], box[3][j]};
+  }
+  group.category = Bits{category[0], category[1], category[2], category[3]};
+  group.collide = Bits{collide[0], collide[1], collide[2], collide[3]};
+}
+
+void PairSearch::appendPairsOf(size_t geom) {
+  const Group& a = groups_[geom / kLanes];
+  const size_t lane = geom % kLanes;
+  const Bits category = Bits{} + a.category[lane], collide = Bits{} + a.collide[lane];
+  Lanes lower[3], upper[3];
+  for (size_t k = 0; k < 3; ++k) {
+    lower[k] = broadcast(a.lower[k][lane]);
+    upper[k] = broadcast(a.upper[k][lane]);
+  }
+  // The group that holds the next geom also holds some before it.
+  unsigned ahead = (30u << lane) & 15u;
+  const dGeomID* others = geoms_.data() + geom - lane;
+  for (const Group* b = &a; b != groups_.data() + groups_.size(); ++b, others += kLanes) {
+    auto apart = ((category & b->collide) | (b->category & collide)) == Bits{};
+    for (size_t k = 0; k < 3; ++k) apart |= (lower[k] > b->upper[k]) | (upper[k] < b->lower[k]);
+    for (unsigned found = ~lanesSet(apart) & ahead; found != 0; found &= found - 1)
+      pairs_.push_back({geoms_[geom], others[__builtin_ctz(found)]});
+    ahead = 15u;
+  }
+}
+
+}  // namespace zelvik
