@@ -294,6 +294,10 @@ TEST(ArticulatedSystemRefuses, TreesListsAndFilesThatItCannotTreat) {
   Child nested = body("base", Joint::FIXED);
   nested.childrenMovable.push_back(body("drone", Joint::FLOATING));
   refused("Floating joints are only supported at the root. The joint", nested, ".");
+  Child nameless = body("base", Joint::FIXED), wheel = body("wheel", Joint::REVOLUTE);
+  wheel.jointName.clear();
+  nameless.childrenMovable.push_back(wheel);
+  refused("All joints must have a name", nameless, ".");
   refused("The joint of the root must be fixed or floating", body("wheel", Joint::REVOLUTE), ".");
   refused("models/nowhere/robot.urdf does not exist", "models/nowhere/robot.urdf");
 

@@ -229,6 +229,32 @@ TEST(World, HalvesLeaveTheWorldAsPromised) {
   EXPECT_NEAR(impulse[2], 0.005 * (2.0 * 9.81 + 100.0) + 2.0 * target, 1e-9);
 }
 
+TEST(World, AStateSetBetweenTheHalvesFreesTheContactsOfBothSides) {
+  for (const bool ballFirst : {false, true}) {
+    World world;
+    Child link;
+    link.bodyName = "link";
+    link.jointType = Joint::FLOATING;
+    link.mass = 1.0;
+    link.inertia = Mat33::identity();
+    CollisionBody shape;
+    shape.shape = Shape::SPHERE;
+    shape.size = {0.5};
+    link.collisionBodies.push_back(shape);
+    Sphere* ball = ballFirst ? world.addSphere(0.5, 1.0) : nullptr;
+    ArticulatedSystem* system = world.addArticulatedSystem(link, ".");
+    if (!ballFirst) ball = world.addSphere(0.5, 1.0);
+    ball->setPosition(0.9, 0, 0);
+    world.integrate1();
+    ASSERT_EQ(ball->getContacts().size(), 1u);
+    system->setGeneralizedCoordinate(system->getGeneralizedCoordinate());
+    world.integrate2();
+    const VecDyn& u = system->getGeneralizedVelocity();
+    for (const Vec3& v : {ball->getLinearVelocity(), Vec3{{u[0], u[1], u[2]}}})
+      EXPECT_LT(norm(v - Vec3{{0, 0, -9.81 * world.getTimeStep()}}), 1e-12) << ballFirst;
+  }
+}
+
 TEST(World, RemovalReleasesTheContactsOfTheStep) {
   // The belt lies on the box, the ball beside them on the ground; the box dies between the halves.
   World world;
