@@ -11,16 +11,16 @@
 
 #include "Engine.hpp"
 #include "Ruler.hpp"
+#include "SceneNames.hpp"
 
 namespace zelvik::bench {
 
 namespace {
 
-using scenes::NeutralScene;
-
 struct Options {
   std::vector<std::string> scenes, settings;
   int runs = 5;
+  int steps = 0;         ///< under the clock; 0: as many as the scene says
   double budget = 20.0;  ///< longest run, CPU time (s)
   bool accuracy = true;
 };
@@ -128,8 +128,10 @@ std::string spreadText(std::vector<double> values) {
 std::string headText(const EngineProgram& program, const NeutralScene& scene,
                      const std::string& setting) {
   return "{\"scene\": " + quoted(scene.name) + ", \"engine\": " + quoted(program.name) +
-         ", \"version\": " + quoted(program.version) + ", \"setting\": " + quoted(setting) +
-         ", \"remarks\": " + quoted(program.remarks) + ", \"dt\": " + numberText(scene.dt);
+         ", \"version\": " + quoted(program.version) +
+         (program.compiler.empty() ? "" : ", \"compiler\": " + quoted(program.compiler)) +
+         ", \"setting\": " + quoted(setting) + ", \"remarks\": " + quoted(program.remarks) +
+         ", \"dt\": " + numberText(scene.dt);
 }
 
 std::string runsText(const std::vector<Run>& runs) {
@@ -189,7 +191,7 @@ void printLine(const EngineProgram& program, const NeutralScene& scene, const st
   std::fprintf(stderr,
                "bench_%s: %s\n"
                "usage: --scene NAME|all ... [--setting TEXT ...] [--runs N] [--budget S] "
-               "[--no-accuracy]\n",
+               "[--steps N] [--no-accuracy]\n",
                program.c_str(), what.c_str());
   std::exit(2);
 }
@@ -218,6 +220,8 @@ Options parse(int argc, char** argv, const std::string& program) {
       options.settings.push_back(value);
     else if (option == "--runs")
       options.runs = static_cast<int>(numberOption(program, value));
+    else if (option == "--steps")
+      options.steps = static_cast<int>(numberOption(program, value));
     else if (option == "--budget")
       options.budget = numberOption(program, value);
     else
@@ -264,8 +268,9 @@ void Setting::refuseUnknown() const {
 int runBenchmark(int argc, char** argv, const EngineProgram& program) {
   const Options options = parse(argc, argv, program.name);
   for (const std::string& name : options.scenes) {
-    const NeutralScene scene = scenes::neutralScene(name);
+    NeutralScene scene = scenes::neutralScene(name);
     if (scene.name.empty()) refuse(program.name, "unknown scene: " + name);
+    if (options.steps > 0) scene.steps = options.steps;
     for (const std::string& setting : options.settings) printLine(program, scene, setting, options);
   }
   return 0;

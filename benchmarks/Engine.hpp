@@ -66,11 +66,13 @@ struct EngineProgram {
   std::string version;
   std::string remarks;  ///< how the controller acts, what the engine lacks
   std::unique_ptr<Engine> (*make)(const scenes::NeutralScene&, const Setting&);
+  std::string compiler = {};  ///< of the engine; empty if not known
 };
 
 /// The command line, the clock and the printed lines that all programs share.
 ///
 ///   --scene NAME (repeatable, "all")   --setting TEXT (repeatable)   --runs N   --budget S
+///   --steps N (under the clock, in place of the scene's own)   --no-accuracy
 ///
 /// Prints one JSON line per scene and setting. Returns 0, or 2 for a bad option.
 int runBenchmark(int argc, char** argv, const EngineProgram& program);

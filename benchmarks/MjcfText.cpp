@@ -8,18 +8,11 @@
 #include <sstream>
 #include <zelvik/rotation.hpp>
 
-#include "NeutralRobot.hpp"
+#include "SceneNames.hpp"
 
 namespace zelvik::bench {
 
 namespace {
-
-using scenes::FreeBody;
-using scenes::ModelBody;
-using scenes::ModelShape;
-using scenes::NeutralScene;
-using scenes::RobotSetup;
-using scenes::ShapeKind;
 
 /// Text with numbers that read back to the same bits, whatever the locale.
 class Text {

@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "SceneNames.hpp"
 #include "WorldBuilder.hpp"
 
 namespace zelvik::bench {
 
 namespace {
-
-using scenes::NeutralScene;
 
 constexpr double kPi = 3.14159265358979323846;
 
@@ -205,8 +204,8 @@ void stepWithTargets(const NeutralScene& scene, Engine& engine, int step) {
 }
 
 Figures accuracyOf(const NeutralScene& scene, Engine& engine) {
-  if (scene.name == "A1") return slidingAccuracy(scene, engine);
-  if (scene.name == "A2") return pullingAccuracy(scene, engine);
+  if (scene.name.starts_with("A1")) return slidingAccuracy(scene, engine);
+  if (scene.name.starts_with("A2")) return pullingAccuracy(scene, engine);
   if (scene.name == "A3") return bounceAccuracy(scene, engine);
   if (scene.name == "A4") return floatingAccuracy(scene, engine);
   if (scene.hasGround || scene.terrain.samples > 0) return restAccuracy(scene, engine);

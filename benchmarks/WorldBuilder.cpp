@@ -2,13 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "WorldBuilder.hpp"
 
+#include "SceneNames.hpp"
+
 namespace zelvik::bench {
 
 namespace {
-
-using scenes::FreeBody;
-using scenes::RobotSetup;
-using scenes::ShapeKind;
 
 SingleBodyObject* addShape(World& world, const FreeBody& body) {
   const Vec3& s = body.size;

@@ -25,18 +25,12 @@
 #include <zelvik/rotation.hpp>
 
 #include "Engine.hpp"
-#include "NeutralRobot.hpp"
 #include "RobotPoses.hpp"
+#include "SceneNames.hpp"
 
 namespace zelvik::bench {
 
 namespace {
-
-using scenes::FreeBody;
-using scenes::ModelBody;
-using scenes::ModelShape;
-using scenes::NeutralScene;
-using scenes::ShapeKind;
 
 btVector3 toBullet(const Vec3& v) {
   return {v[0], v[1], v[2]};

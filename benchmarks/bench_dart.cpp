@@ -32,19 +32,13 @@
 #include <limits>
 
 #include "Engine.hpp"
-#include "NeutralRobot.hpp"
+#include "SceneNames.hpp"
 
 namespace zelvik::bench {
 
 namespace {
 
 using dart::dynamics::BodyNode;
-using scenes::FreeBody;
-using scenes::ModelBody;
-using scenes::ModelShape;
-using scenes::NeutralScene;
-using scenes::ShapeKind;
-
 Eigen::Vector3d toEigen(const Vec3& v) {
   return v.e();
 }

@@ -7,8 +7,11 @@
 
 #include <mujoco/mujoco.h>
 
+#include <unistd.h>
+
 #include <algorithm>
-#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <zelvik/rotation.hpp>
 
 #include "Engine.hpp"
@@ -27,14 +30,14 @@ struct DataDeleter {
 using ModelPointer = std::unique_ptr<mjModel, ModelDeleter>;
 using DataPointer = std::unique_ptr<mjData, DataDeleter>;
 
+/// By way of a file, which all versions read in the same way.
 ModelPointer compile(const std::string& text) {
-  const auto files = std::make_unique<mjVFS>();
-  mj_defaultVFS(files.get());
-  mj_makeEmptyFileVFS(files.get(), "scene.xml", static_cast<int>(text.size()));
-  std::memcpy(files->filedata[0], text.data(), text.size());
+  const std::filesystem::path path = std::filesystem::temp_directory_path() /
+                                     ("zelvik_bench_" + std::to_string(getpid()) + ".xml");
+  std::ofstream(path) << text;
   char error[1000] = "";
-  ModelPointer model(mj_loadXML("scene.xml", files.get(), error, sizeof error));
-  mj_deleteVFS(files.get());
+  ModelPointer model(mj_loadXML(path.c_str(), nullptr, error, sizeof error));
+  std::filesystem::remove(path);
   if (model == nullptr) throw Unsupported(error);
   return model;
 }
@@ -72,7 +75,15 @@ class MujocoEngine : public Engine {
 
   size_t contactCount() const override { return static_cast<size_t>(data_->ncon); }
 
-  double iterations() override { return data_->solver_iter; }
+  /// Newer versions solve groups of bodies that do not touch each other apart: the longest counts.
+  double iterations() override {
+#if mjVERSION_HEADER >= 300
+    const int groups = std::clamp(data_->nisland, 1, mjNISLAND);
+    return *std::max_element(data_->solver_niter, data_->solver_niter + groups);
+#else
+    return data_->solver_iter;
+#endif
+  }
 
   double groundForce() const override {
     double sum = 0.0;
@@ -115,7 +126,9 @@ class MujocoEngine : public Engine {
     mju_rotVecQuat(data_->qvel + 3, robot.velocities.data() + 3, inverse);
     setTargets(robot.coordinates);
   }
-  int bodyIndex(size_t i) const { return firstBody_ + static_cast<int>(i); }
+  int bodyIndex(size_t i) const {
+    return firstBody_ + static_cast<int>(i);
+  }
 
   ModelPointer model_;
   DataPointer data_;
@@ -140,6 +153,6 @@ int main(int argc, char** argv) {
   mju_user_error = zelvik::bench::throwError;
   return zelvik::bench::runBenchmark(
       argc, argv,
-      {"mujoco", mj_versionString(),
+      {ZELVIK_BENCH_ENGINE, mj_versionString(),
        "P gain explicit, damping implicit; force limits on the P part", zelvik::bench::make});
 }

@@ -15,18 +15,12 @@
 #include <zelvik/rotation.hpp>
 
 #include "Engine.hpp"
-#include "NeutralRobot.hpp"
 #include "RobotPoses.hpp"
+#include "SceneNames.hpp"
 
 namespace zelvik::bench {
 
 namespace {
-
-using scenes::FreeBody;
-using scenes::ModelBody;
-using scenes::ModelShape;
-using scenes::NeutralScene;
-using scenes::ShapeKind;
 
 void setRotation(dBodyID body, const Mat33& R) {
   dMatrix3 rows = {};

@@ -6,6 +6,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstring>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 
 #include "NeutralScene.hpp"
@@ -54,11 +55,43 @@ void nonlinearTerms(benchmark::State& state, const char* name) {
   for (auto _ : state) stage.robot().computeNonlinearities(stage.scene.gravity, h);
 }
 
-void factorisationAndInverse(benchmark::State& state, const char* name) {
+/// The factor of a robot's mass matrix, as the step makes it from packed rows.
+struct Factor {
+  explicit Factor(Stage& stage) {
+    pattern.build(stage.robot().getDofParent());
+    factor.setPattern(pattern);
+    rows.resize(pattern.storage);
+    pattern.pack(stage.robot().getMassMatrix().v, rows.v);
+  }
+  void factorise() {
+    std::memcpy(factor.rows(), rows.v, pattern.storage * sizeof(double));
+    factor.factorise();
+  }
+
+  TreePattern pattern;
+  TreeFactor factor;
+  VecDyn rows;
+};
+
+void factorisation(benchmark::State& state, const char* name) {
   Stage stage(name);
-  const MatDyn M = stage.robot().getMassMatrix();
-  MatDyn inverse = stage.robot().getInverseMassMatrix();
-  for (auto _ : state) stage.robot().computeSparseInverse(M, inverse);
+  Factor f(stage);
+  for (auto _ : state) f.factorise();
+}
+
+/// Of the whole matrix, which the step forms only when somebody asks for it.
+void inverse(benchmark::State& state, const char* name) {
+  Stage stage(name);
+  Factor f(stage);
+  f.factorise();
+  MatDyn Minv = stage.robot().getInverseMassMatrix();
+  for (auto _ : state) f.factor.invert(Minv.v);
+}
+
+/// Mass matrix to contact Jacobians: all that depends on the pose alone.
+void firstUpdate(benchmark::State& state, const char* name) {
+  Stage stage(name);
+  for (auto _ : state) stage.robot().preContactSolverUpdate1(stage.scene.gravity, stage.scene.dt);
 }
 
 /// One call per contact, world axes.
@@ -160,7 +193,9 @@ ZELVIK_ROBOT_STAGE(wholeStep);
 ZELVIK_ROBOT_STAGE(kinematics);
 ZELVIK_ROBOT_STAGE(massMatrix);
 ZELVIK_ROBOT_STAGE(nonlinearTerms);
-ZELVIK_ROBOT_STAGE(factorisationAndInverse);
+ZELVIK_ROBOT_STAGE(factorisation);
+ZELVIK_ROBOT_STAGE(inverse);
+ZELVIK_ROBOT_STAGE(firstUpdate);
 ZELVIK_ROBOT_STAGE(contactJacobians);
 ZELVIK_ROBOT_STAGE(responsesAndBlocks);
 ZELVIK_ROBOT_STAGE(freeVelocity);

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The scenes in zelvik itself. Settings: broad=hash|simple|sap, threshold, iterations, erp,
-// restitutionOffset, scheme=trapezoid|semi|explicit|rk4.
+// The scenes in zelvik itself. Settings: broad=hash|simple|sap|quadtree, warm=0|1, threshold,
+// iterations, erp, restitutionOffset, scheme=trapezoid|semi|explicit|rk4.
 
 #include "Engine.hpp"
 #include "WorldBuilder.hpp"
@@ -15,6 +15,7 @@ World::BroadPhase broadPhase(const Setting& setting) {
   const std::string word = setting.word("broad", "hash");
   if (word == "hash") return World::BroadPhase::HASH;
   if (word == "simple") return World::BroadPhase::SIMPLE;
+  if (word == "quadtree") return World::BroadPhase::QUADTREE;
   if (word == "sap") return World::BroadPhase::SWEEP_AND_PRUNE;
   throw Unsupported("unknown broad phase " + word);
 }
@@ -41,6 +42,7 @@ class ZelvikEngine : public Engine {
     world_.setContactSolverParam(
         1.0, 1.0, 1.0, static_cast<int>(setting.number("iterations", solver.getMaxIterations())),
         setting.number("threshold", solver.getThreshold()));
+    world_.setWarmStart(setting.number("warm", 0.0) != 0.0);
     const ArticulatedSystem::IntegrationScheme chosen = scheme(setting);
     if (built_.robot != nullptr) built_.robot->setIntegrationScheme(chosen);
   }
@@ -89,6 +91,14 @@ class ZelvikEngine : public Engine {
   double dt_;
 };
 
+#ifdef __clang__
+const std::string kCompiler = "clang++ " + std::to_string(__clang_major__) + '.' +
+                              std::to_string(__clang_minor__) + '.' +
+                              std::to_string(__clang_patchlevel__);
+#else
+const std::string kCompiler = "g++ " __VERSION__;
+#endif
+
 std::unique_ptr<Engine> make(const scenes::NeutralScene& scene, const Setting& setting) {
   return std::make_unique<ZelvikEngine>(scene, setting);
 }
@@ -98,6 +108,7 @@ std::unique_ptr<Engine> make(const scenes::NeutralScene& scene, const Setting& s
 }  // namespace zelvik::bench
 
 int main(int argc, char** argv) {
-  return zelvik::bench::runBenchmark(
-      argc, argv, {"zelvik", "0.1.0", "PD and damping implicit", zelvik::bench::make});
+  return zelvik::bench::runBenchmark(argc, argv,
+                                     {"zelvik", "0.1.0", "PD and damping implicit",
+                                      zelvik::bench::make, zelvik::bench::kCompiler});
 }

@@ -9,8 +9,8 @@ import sys
 
 WIDTH, HEIGHT = 960, 480
 LEFT, RIGHT, TOP, BOTTOM = 80, 270, 20, 60
-COLOURS = {"zelvik": "#d1242f", "mujoco": "#0969da", "ode": "#1a7f37", "bullet": "#9a6700",
-           "dart": "#8250df"}
+COLOURS = {"zelvik": "#d1242f", "mujoco": "#0969da", "mujoco_newer": "#54aeff",
+           "ode": "#1a7f37", "bullet": "#9a6700", "dart": "#8250df"}
 PLOTS = [("S1m", "creep_m_per_s", "foot creep over one period (m/s)"),
          ("S1m", "penetration_m", "deepest penetration (m)"),
          ("S4-216-spheres", "penetration_m", "deepest penetration (m)"),

@@ -43,10 +43,10 @@ def machine(build):
 
 
 def join(lines):
-    """One record per scene, engine and setting; the clock of both passes."""
+    """One record per scene, engine, setting and compiler; the clock of both passes."""
     joined = {}
     for line in lines:
-        key = (line["scene"], line["engine"], line["setting"])
+        key = (line["scene"], line["engine"], line["setting"], line.get("compiler"))
         joined.setdefault(key, []).append(line)
     return {key: join_passes(passes) for key, passes in joined.items()}
 
@@ -72,8 +72,14 @@ def time_text(record):
     return f"{clock['median']:.4g} ({clock['min']:.4g} – {clock['max']:.4g})"
 
 
+def engine_text(record):
+    """Version for others, compiler (without the packager's addition) for our own."""
+    remark = record.get("compiler", record["version"])
+    return f"{record['engine'].replace('_newer', '')} ({' '.join(remark.split()[:2])})"
+
+
 def row(record, reference):
-    head = [record["scene"], record["engine"], record["setting"]]
+    head = [record["scene"], engine_text(record), record["setting"]]
     if "skipped" in record:
         return head + ["skipped: " + record["skipped"], "", "", ""]
     ratio = ""
@@ -89,10 +95,10 @@ def table(about, records):
     lines = [f"Commit {about['commit']}, {about['compiler']}, `{about['flags']}`, "
              f"{about['processor']}, load {about['load_average']}.", "",
              "| scene | engine | setting | CPU µs per step, median (min – max) | "
-             "speed relative to mujoco default (minima) | contacts | accuracy |",
+             "speed relative to the packaged mujoco, default (minima) | contacts | accuracy |",
              "|---|---|---|---|---|---|---|"]
     for key, record in records.items():
-        reference = records.get((key[0], *REFERENCE))
+        reference = records.get((key[0], *REFERENCE, None))
         lines.append("| " + " | ".join(row(record, reference)) + " |")
     return "\n".join(lines) + "\n"
 

@@ -4,61 +4,99 @@
 #
 # Runs the programs of all engines interleaved, twice, and writes table.md and results.json:
 #
-#   benchmarks/run.sh BUILD_DIR [OUT_DIR] [SCENE ...]
+#   benchmarks/run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [SCENE ...]
 #
-# BUILD_DIR was configured with -DZELVIK_BUILD_BENCHMARKS=ON. Without scenes it runs all of them,
-# some 20 minutes. Set RUNS for the number of timed runs (5), BUDGET for the longest run (CPU s, 5).
+# BUILD_DIR was configured with -DZELVIK_BUILD_BENCHMARKS=ON.
+#   --also    also runs bench_zelvik of another build, beside the first: another compiler, say
+#   --quick   a few scenes, one short run each: shows that all of it works, measures nothing
+# Without scenes it runs all of them, some 30 minutes. Set RUNS for the number of timed runs (5),
+# BUDGET for the longest run (CPU s, 5).
 set -euo pipefail
-build=$(realpath "${1:?usage: run.sh BUILD_DIR [OUT_DIR] [SCENE ...]}")
-out=${2:-$build/benchmarks-out}
+usage="usage: run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [SCENE ...]"
 here=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
-shift $(($# < 2 ? $# : 2))
+
+quick=false builds=() plain=()
+while (($# > 0)); do
+  case $1 in
+    --also) builds+=("$(realpath "${2:?$usage}")"); shift ;;
+    --quick) quick=true ;;
+    --*) echo "$usage" >&2; exit 2 ;;
+    *) plain+=("$1") ;;
+  esac
+  shift
+done
+build=$(realpath "${plain[0]:?$usage}")
+builds=("$build" ${builds[@]+"${builds[@]}"})
+out=${plain[1]:-$build/benchmarks-out}
 mkdir -p "$out"
 
-scenes=("$@")
+scenes=("${plain[@]:2}")
+if $quick; then
+  ((${#scenes[@]} > 0)) || scenes=(S1 S2 S5 A4)
+  RUNS=1 BUDGET=1
+fi
 ((${#scenes[@]} > 0)) || scenes=(
   S1 S1m S2 S3 S4-216-spheres S4-1000-spheres S4-216-boxes S5 S6-standing S6-falling
   S7-chain-10 S7-chain-20 S7-chain-40 S7-chain-80 S7-branches-41 S7-binary-63 S8 S9
-  A1 A2 A3 A4 A5-S1 A5-S4-spheres A5-S4-boxes A5-S5)
+  A1 A1-settled A2 A2-settled A3 A4 A5-S1 A5-S4-spheres A5-S4-boxes A5-S5)
 
 # Engine and settings; the first setting is the one that ratios refer to.
 engines=(
   "zelvik default broad=simple broad=sap"
   "mujoco default cone=pyramidal"
+  "mujoco_newer default"
   "ode default step=world"
   "bullet default iterations=50"
   "dart default")
 
+# The settings of an engine that make sense in a scene, one a line.
+settings_of() { # ENGINE SCENE SETTING...
+  local engine=$1 scene=$2 setting
+  for setting in "${@:3}"; do
+    [[ $scene == A* && $setting == broad=* ]] || echo "$setting"
+  done
+  [[ $scene != A4 || $engine != zelvik ]] || printf 'scheme=semi\nscheme=rk4\n'
+  [[ $scene != A4 || $engine != mujoco* ]] || echo integrator=RK4
+}
+
+# Whether the first pass could not run it. Then the second does not try.
+was_skipped() { # ENGINE SCENE SETTING
+  grep -F "\"scene\": \"$2\", \"engine\": \"$1\"" "$out/lines.jsonl" |
+    grep -F "\"setting\": \"$3\"" | grep -q '"skipped"'
+}
+
+measure() { # PASS SCENE PROGRAM ENGINE SETTING...
+  local pass=$1 scene=$2 program=$3 engine=$4 setting arguments runs=${RUNS:-5} budget=${BUDGET:-5}
+  # Scenes of accuracy are long, and their time says little.
+  [[ $scene != A* ]] || { runs=1; budget=$((4 * budget)); }
+  arguments=(--scene "$scene" --runs "$runs" --budget "$budget")
+  local count=${#arguments[@]}
+  while read -r setting; do
+    ((pass > 1)) && was_skipped "$engine" "$scene" "$setting" && continue
+    arguments+=(--setting "$setting")
+  done < <(settings_of "$engine" "$scene" "${@:5}")
+  ((${#arguments[@]} > count)) || return 0
+  # The second pass repeats the clock only.
+  ((pass == 1)) || arguments+=(--no-accuracy)
+  echo "pass $pass $scene $program" >&2
+  "$program" "${arguments[@]}" | grep '^{' >> "$out/lines.jsonl" ||
+    echo "failed: $program in $scene" >&2
+}
+
 : > "$out/lines.jsonl"
+for entry in "${engines[@]}"; do
+  [[ -x $build/bin/bench_${entry%% *} ]] || echo "missing: bench_${entry%% *}" >&2
+done
 for pass in 1 2; do
   for scene in "${scenes[@]}"; do
-    # Scenes of accuracy are long, and their time says little.
-    runs=${RUNS:-5} budget=${BUDGET:-5}
-    [[ $scene == A* ]] && runs=1 budget=$((4 * budget))
     for entry in "${engines[@]}"; do
       read -r engine settings <<< "$entry"
-      program=$build/bin/bench_$engine
-      if [[ ! -x $program ]]; then
-        ((pass > 1)) || [[ $scene != "${scenes[0]}" ]] || echo "missing: bench_$engine" >&2
-        continue
-      fi
-      arguments=(--scene "$scene" --runs "$runs" --budget "$budget")
-      [[ $scene == A4 && $engine == zelvik ]] && settings+=" scheme=semi scheme=rk4"
-      [[ $scene == A4 && $engine == mujoco ]] && settings+=" integrator=RK4"
-      count=${#arguments[@]}
-      for setting in $settings; do
-        [[ $scene == A* && $setting == broad=* ]] && continue
-        # What the first pass could not run, the second does not try.
-        ((pass > 1)) && grep -F "\"scene\": \"$scene\", \"engine\": \"$engine\"" "$out/lines.jsonl" |
-          grep -F "\"setting\": \"$setting\"" | grep -q '"skipped"' && continue
-        arguments+=(--setting "$setting")
+      for directory in "${builds[@]}"; do
+        [[ $engine == zelvik || $directory == "$build" ]] || continue
+        program=$directory/bin/bench_$engine
+        # shellcheck disable=SC2086 # settings are words
+        [[ ! -x $program ]] || measure "$pass" "$scene" "$program" "$engine" $settings
       done
-      ((${#arguments[@]} > count)) || continue
-      # The second pass repeats the clock only.
-      ((pass == 1)) || arguments+=(--no-accuracy)
-      echo "pass $pass $scene $engine" >&2
-      "$program" "${arguments[@]}" | grep '^{' >> "$out/lines.jsonl" ||
-        echo "failed: $engine in $scene" >&2
     done
   done
 done

@@ -4,12 +4,16 @@
 #
 # Speed against accuracy: S1m, S4 and S5 with several settings per engine, as SVG files.
 #
-#   benchmarks/sweep.sh BUILD_DIR OUT_DIR
+#   benchmarks/sweep.sh BUILD_DIR OUT_DIR [--quick]
 #
+# --quick takes one short run each: it shows that all of it works and measures nothing.
 # Set RUNS for the number of timed runs (5), BUDGET for the longest run (CPU s, 5).
 set -euo pipefail
-build=$(realpath "${1:?usage: sweep.sh BUILD_DIR OUT_DIR}")
-out=${2:?usage: sweep.sh BUILD_DIR OUT_DIR}
+usage="usage: sweep.sh BUILD_DIR OUT_DIR [--quick]"
+build=$(realpath "${1:?$usage}")
+out=${2:?$usage}
+[[ ${3:-} == "" || $3 == --quick ]] || { echo "$usage" >&2; exit 2; }
+[[ ${3:-} == "" ]] || RUNS=0 BUDGET=1
 here=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
 mkdir -p "$out"
 
@@ -18,12 +22,14 @@ robot=(
    broad=simple,threshold=1e-12,iterations=1000"
   "mujoco default impratio=10 impratio=100 timeconst=0.005,dmax=0.99
    timeconst=0.005,dmax=0.99,impratio=100 cone=pyramidal cone=pyramidal,noslip=5"
+  "mujoco_newer default impratio=100 timeconst=0.005,dmax=0.99,impratio=100"
   "ode iterations=10 iterations=20 iterations=50 iterations=200 step=world"
   "bullet iterations=10 iterations=50 iterations=200"
   "dart solver=dantzig solver=pgs solver=dantzig,detector=fcl")
 piles=(
   "zelvik broad=sap,iterations=10 broad=sap,iterations=30 broad=sap broad=sap,erp=5 broad=sap,erp=20"
   "mujoco default cone=pyramidal solver=CG,iterations=10 solver=CG,iterations=50"
+  "mujoco_newer default solver=CG,iterations=10 solver=CG,iterations=50"
   "ode iterations=10,space=sap iterations=20,space=sap iterations=50,space=sap
    iterations=200,space=sap"
   "bullet iterations=4 iterations=10 iterations=50 iterations=200")

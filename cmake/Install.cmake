@@ -36,11 +36,14 @@ install(FILES ${PROJECT_BINARY_DIR}/zelvikConfig.cmake
               cmake/FindTinyXml.cmake
         DESTINATION ${ZELVIK_INSTALL_CMAKEDIR} COMPONENT development)
 
-# The file finds its prefix from its own place, so that an installed tree can be moved.
+# The files find their prefix from their own place, so that an installed tree can be moved.
 file(RELATIVE_PATH ZELVIK_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 if(NOT BUILD_SHARED_LIBS)
   set(ZELVIK_PC_STATIC_REQUIRES " libpng")
+  set(ZELVIK_VIEW_PC_STATIC_REQUIRES " libpng zlib")
 endif()
-configure_file(cmake/zelvik.pc.in ${PROJECT_BINARY_DIR}/zelvik.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zelvik.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-        COMPONENT development)
+foreach(target ${zelvik_installed_targets})
+  configure_file(cmake/${target}.pc.in ${PROJECT_BINARY_DIR}/${target}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${target}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+          COMPONENT development)
+endforeach()

@@ -5,7 +5,8 @@
 # Installs what building and testing needs, on Debian 12 and later and on Ubuntu. Asks nothing, and
 # does nothing where all of it is there.
 #   --ci           also what .ci/run and scripts/test-install.sh use
-#   --benchmarks   also what the benchmarks use: the engines to compare with and Google Benchmark
+#   --benchmarks   also what the benchmarks use: engines to compare with, Google Benchmark, valgrind
+#   --coverage     also what scripts/coverage.sh reads the counts with
 #   --fuzz         also what the fuzz targets need: clang and the run time of its sanitizers
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
@@ -13,19 +14,15 @@ set -euo pipefail
 # zlib and JSON: replays.
 packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
           zlib1g-dev nlohmann-json3-dev)
-# The run time of clang's sanitizers carries the version of the compiler in its name.
-with_clang() {
-  local version
-  version=$(apt-cache depends clang 2> /dev/null |
-    sed -n 's/.*Depends: clang-\([0-9]*\)$/\1/p' | head -n 1)
-  packages+=(clang "libclang-rt-${version:-14}-dev")
-}
+wants_clang=
 for option in "$@"; do
   case $option in
-    --ci) with_clang
-          packages+=(ccache clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
-    --fuzz) with_clang ;;
-    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev) ;;
+    --ci) wants_clang=yes
+          packages+=(ccache clang clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
+    --fuzz) wants_clang=yes
+            packages+=(clang) ;;
+    --coverage) packages+=(gcovr) ;;
+    --benchmarks) packages+=(libmujoco-dev libbullet-dev libdart-dev libbenchmark-dev valgrind) ;;
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)
               command -v npm > /dev/null || packages+=(npm) ;;
@@ -41,19 +38,44 @@ if ! command -v dpkg-query > /dev/null; then
   exit 1
 fi
 
-missing=()
-for package in "${packages[@]}"; do
-  [[ $(dpkg-query -W -f '${Status}' "$package" 2> /dev/null || true) == "install ok installed" ]] ||
-    missing+=("$package")
-done
+as_root=()
+((EUID == 0)) || as_root=(sudo)
+apt() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "$@"; }
 
+is_installed() { [[ $(dpkg-query -W -f '${Status}' "$1" 2> /dev/null || true) == "install ok installed" ]]; }
+
+# A bare machine knows no packages before this.
+is_updated=
+update_once() {
+  [[ -n $is_updated ]] || apt update -q
+  is_updated=yes
+}
+
+missing=()
+find_missing() { # packages...
+  for package in "$@"; do
+    is_installed "$package" || missing+=("$package")
+  done
+  ((${#missing[@]} == 0)) || update_once
+}
+
+# The run time of clang's sanitizers carries the version of the compiler in its name. Where there is
+# no such package, it comes with clang.
+find_missing_runtime() {
+  local version
+  version=$({ dpkg-query -W -f '${Depends}\n' clang || apt-cache depends clang; } 2> /dev/null |
+    sed -n 's/.*clang-\([0-9][0-9]*\).*/\1/p' | head -n 1)
+  ! is_installed "libclang-rt-$version-dev" || return 0
+  update_once
+  ! apt-cache show "libclang-rt-$version-dev" > /dev/null 2>&1 ||
+    missing+=("libclang-rt-$version-dev")
+}
+
+find_missing "${packages[@]}"
+[[ -z $wants_clang ]] || find_missing_runtime
 if ((${#missing[@]} > 0)); then
   echo "Installing ${missing[*]}"
-  as_root=()
-  ((EUID == 0)) || as_root=(sudo)
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -q -y --no-install-recommends "${missing[@]}"
+  apt install -q -y --no-install-recommends "${missing[@]}"
 fi
 
 have=$(cmake --version | sed -n '1s/[^0-9]*\([0-9.]*\).*/\1/p')

@@ -52,14 +52,17 @@ test_find_package() { # prefix compiler
 }
 
 test_pkg_config() { # prefix compiler flags...
-  local prefix=$1 compiler=$2 pc
+  local prefix=$1 compiler=$2 pc package
   shift 2
   pc=$(dirname "$(find "$prefix" -name zelvik.pc)")
-  for program in consumer layout; do
+  for program in consumer layout recorder; do
     local out=$work/$program-pkg-config-$compiler
+    package=zelvik
+    [[ $program != recorder ]] || package=zelvik_view
+    [[ -f $pc/$package.pc ]] || continue
     # shellcheck disable=SC2046 # several flags
     "$compiler" "$@" "tests/install/$program.cpp" -o "$out" \
-      $(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs zelvik) -Wl,-rpath,"$(dirname "$pc")"
+      $(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs "$package") -Wl,-rpath,"$(dirname "$pc")"
     run_program "$out" "$(PKG_CONFIG_PATH=$pc pkg-config --variable modeldir zelvik)/quadruped.urdf"
   done
 }

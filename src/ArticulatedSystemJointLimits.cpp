@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 
+#include "JointLimitLaw.hpp"
+
 namespace zelvik {
 
 using contact::Single3DContactProblem;
@@ -76,11 +78,8 @@ double ArticulatedSystem::enforceJointLimits(Single3DContactProblem& problem) {
 
 double ArticulatedSystem::enforceAxisLimit(Single3DContactProblem& problem) {
   const size_t d = dofStart_[problem.contactIdxA_];
-  const double u = gvTemp_[d];
-  if (u * problem.mu_ > 0.0) return 0.0;  // moves away from the limit
-  const double residual = problem.targetVelZ_ - u;
-  const double impulse = residual * problem.delassusInv_(0, 0);
-  problem.imp_[0] += impulse;
+  double impulse;
+  const double residual = contact::enforceAxisLimit(problem, gvTemp_[d], impulse);
   const double* column = massInverse_.v + d * dof_;
   for (size_t k = 0; k < dof_; ++k) gvTemp_[k] += impulse * column[k];
   return residual;
@@ -88,16 +87,12 @@ double ArticulatedSystem::enforceAxisLimit(Single3DContactProblem& problem) {
 
 double ArticulatedSystem::enforceConeLimit(Single3DContactProblem& problem) {
   const size_t d = dofStart_[problem.contactIdxA_];
-  const Vec3& e = problem.planeBasis_[0];
-  const double u = e[0] * gvTemp_[d] + e[1] * gvTemp_[d + 1] + e[2] * gvTemp_[d + 2];
-  if (u < 0.0) return 0.0;  // turns back
-  const double residual = problem.targetVelZ_ - u;
-  // The impulse is that of this visit; unlike that of an axis it is not summed up.
-  problem.imp_ = (residual * problem.delassusInv_(0, 0)) * e;
+  Vec3 p;
+  const double residual =
+      contact::enforceConeLimit(problem, {{gvTemp_[d], gvTemp_[d + 1], gvTemp_[d + 2]}}, p);
   const double* c0 = massInverse_.v + d * dof_;
   const double* c1 = c0 + dof_;
   const double* c2 = c1 + dof_;
-  const Vec3 p = problem.imp_;
   for (size_t k = 0; k < dof_; ++k) gvTemp_[k] += c0[k] * p[0] + c1[k] * p[1] + c2[k] * p[2];
   return residual;
 }

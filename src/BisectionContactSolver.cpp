@@ -3,21 +3,13 @@
 #include <algorithm>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/object/Object.hpp>
-#include <zelvik/rotation.hpp>
 
-#include "SlidingSearch.hpp"
+#include "ContactLaw.hpp"
+#include "ContactSweep.hpp"
 
 namespace zelvik::contact {
 
 namespace {
-
-constexpr double kFrictionless = 0.0001;      ///< friction below which only the normal is solved
-constexpr double kConeTolerance = 1.0000001;  ///< on (mu p_n)^2, for a contact that sticks
-
-/// Third column of D: the velocity change per unit of normal impulse.
-inline Vec3 normalColumn(const Single3DContactProblem& p) {
-  return column(p.delassus_, 2);
-}
 
 /// v = contact velocity without this problem's own impulse (contact frame).
 inline Vec3 velocityWithoutOwnImpulse(Single3DContactProblem& p) {
@@ -36,48 +28,6 @@ inline Vec3 velocityWithoutOwnImpulse(Single3DContactProblem& p) {
   return v;
 }
 
-/// Candidate for ranks 2 and 3: the impulse that brings the velocity u to zero in the subspace that
-/// the block reaches.
-inline Vec3 stickingImpulse(const Single3DContactProblem& p, const Vec3& u) {
-  if (p.rank_ == Single3DContactProblem::FULL) return -(p.delassusInv_ * u);
-  const Vec3 &b1 = p.planeBasis_[0], &b2 = p.planeBasis_[1];
-  const Mat<2, 1> a = p.delassus22Inv_ * Mat<2, 1>{{dot(b1, u), dot(b2, u)}};
-  return -(a[0] * b1 + a[1] * b2);
-}
-
-inline bool sticks(const Vec3& i, double mu) {
-  const double limit = mu * i[2];
-  return i[0] * i[0] + i[1] * i[1] <= limit * limit * kConeTolerance && i[2] >= 0.0;
-}
-
-/// What the new impulse of a closed contact is before relaxation.
-/// @return false if the contact opens for good: the impulse is then zero and not relaxed
-inline bool solveClosed(Single3DContactProblem& p, const Vec3& v, double z) {
-  using Problem = Single3DContactProblem;
-  if (p.mu_ < kFrictionless) {
-    p.imp_[2] = -p.delassusInv_(2, 2) * z;
-    return true;
-  }
-  switch (p.rank_) {
-    case Problem::FULL:
-    case Problem::PLANE: {
-      p.imp_ = stickingImpulse(p, {{v[0], v[1], z}});
-      if (sticks(p.imp_, p.mu_)) return true;
-      return slide(p, v, z);
-    }
-    case Problem::LINE: {
-      const Vec3 c = normalColumn(p);
-      p.imp_ = (-dot(c, Vec3{{v[0], v[1], z}}) / p.reducedDzz_) * c;
-      return true;
-    }
-    case Problem::NORMAL_ONLY:
-      p.imp_[2] = -z * p.reducedDzz_;
-      return true;
-    default:
-      return true;
-  }
-}
-
 /// Hands the change of impulse to the objects that are queried. A change of exactly zero, as of a
 /// contact that stays open, has nothing to hand on.
 inline void updateObjects(Single3DContactProblem& p, const Vec3& old) {
@@ -89,6 +39,10 @@ inline void updateObjects(Single3DContactProblem& p, const Vec3& old) {
 }
 
 }  // namespace
+
+BisectionContactSolver::BisectionContactSolver() : rows_(std::make_unique<ContactSweep>()) {}
+
+BisectionContactSolver::~BisectionContactSolver() = default;
 
 void BisectionContactSolver::setParameters(double relaxation, double reserved1, double reserved2,
                                            int maxIterations, double threshold) {
@@ -160,9 +114,10 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   return (z + w) * (z + w);
 }
 
-void BisectionContactSolver::solve(ContactProblemList& problems) {
-  prepare(problems);
-  const double stoppingError = static_cast<double>(problems.size()) * threshold_;
+/// Sweeps all in one direction, until the error is small enough or the limit is reached.
+template <typename Visit>
+void BisectionContactSolver::sweep(size_t count, Visit visit) {
+  const double stoppingError = static_cast<double>(count) * threshold_;
   const bool forward = forwardSweep_;
   forwardSweep_ = !forwardSweep_;
 
@@ -170,12 +125,26 @@ void BisectionContactSolver::solve(ContactProblemList& problems) {
   do {
     error = 0.0;
     if (forward)
-      for (auto p = problems.begin(); p != problems.end(); ++p) error += visit(*p);
+      for (size_t i = 0; i < count; ++i) error += visit(i);
     else
-      for (auto p = problems.rbegin(); p != problems.rend(); ++p) error += visit(*p);
+      for (size_t i = count; i-- > 0;) error += visit(i);
     errorHistory_[loopCounter_] = error;
     ++loopCounter_;
   } while (loopCounter_ < maxIterations_ && error > stoppingError);
+}
+
+void BisectionContactSolver::solve(ContactProblemList& problems) {
+  prepare(problems);
+  sweep(problems.size(), [&](size_t i) { return visit(problems[i]); });
+}
+
+void BisectionContactSolver::solve(ContactProblemList& problems,
+                                   const std::vector<Object*>& objects) {
+  prepare(problems);
+  rows_->build(problems, objects);
+  rows_->handOnInitialImpulses();
+  sweep(problems.size(), [this](size_t i) { return rows_->visit(i, relaxation_); });
+  rows_->finish();
 }
 
 }  // namespace zelvik::contact

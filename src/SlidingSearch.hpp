@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <zelvik/contact/FastTrig.hpp>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 #include <zelvik/rotation.hpp>
 
@@ -22,128 +21,172 @@
 
 namespace zelvik::contact {
 
-/// Points of the curve at four angles.
-struct SlidingPoints {
-  Lanes theta;  ///< (rad)
-  Lanes cosine, sine;
-  Lanes r;  ///< length of the tangential impulse (N s)
-  Lanes f;  ///< merit t . U
+/// A point of the curve; with `T` = `Lanes` four of them.
+template <typename T>
+struct SlidingPointOf {
+  T theta;  ///< from the first direction (rad)
+  T cosine, sine;
+  T r;  ///< length of the tangential impulse (N s)
+  T f;  ///< merit t . U
 };
-
-/// One of them.
-struct SlidingPoint {
-  double theta, cosine, sine, r, f;
-};
+using SlidingPoint = SlidingPointOf<double>;
+using SlidingPoints = SlidingPointOf<Lanes>;
 
 inline SlidingPoint pointOf(const SlidingPoints& points, size_t lane) {
   return {points.theta[lane], points.cosine[lane], points.sine[lane], points.r[lane],
           points.f[lane]};
 }
 
-/// Even and odd powers of the series in y have sums of their own, which halves the wait.
-inline Lanes evaluateSeries(const double (&k)[9], const Lanes& y) {
-  const Lanes y2 = y * y;
-  Lanes even = broadcast(k[8]), odd = broadcast(k[7]);
-  for (int i = 6; i >= 0; i -= 2) even = even * y2 + k[i];
-  for (int i = 5; i >= 1; i -= 2) odd = odd * y2 + k[i];
+/// Turns that the search tries from its first direction (rad) are measured from there: sine and
+/// cosine of a small angle take few terms, and the first direction needs no arctangent.
+template <typename T>
+struct Turn {
+  T angle;         ///< (rad)
+  T cosine, sine;  ///< of the angle
+};
+
+/// Series in y = angle^2 up to y^(n - 1). Even and odd powers have sums of their own, which halves
+/// the wait.
+template <int n, typename T>
+inline T evaluateSeries(const double (&k)[9], const T& y) {
+  constexpr int lastEven = n % 2 == 0 ? n - 2 : n - 1, lastOdd = n % 2 == 0 ? n - 1 : n - 2;
+  const T y2 = y * y;
+  T even = y2 * k[lastEven] + k[lastEven - 2], odd = y2 * k[lastOdd] + k[lastOdd - 2];
+  for (int i = lastEven - 4; i >= 0; i -= 2) even = even * y2 + k[i];
+  for (int i = lastOdd - 4; i >= 1; i -= 2) odd = odd * y2 + k[i];
   return even + y * odd;
 }
 
-/// `fastSinCos2` of four angles between -2 pi and 2 pi. The search starts within pi and goes less
-/// than 1 rad; an angle that is no number stays none.
-inline void sinesAndCosines(const Lanes& angle, Lanes& sine, Lanes& cosine) {
-  constexpr double pi = 3.141592653589793, twoPi = 6.283185307179586;
-  constexpr double c[9] = {1.0,
-                           -1.0 / 2.0,
-                           1.0 / 24.0,
-                           -1.0 / 720.0,
-                           1.0 / 40320.0,
-                           -1.0 / 3628800.0,
-                           1.0 / 479001600.0,
-                           -1.0 / 87178291200.0,
-                           1.0 / 20922789888000.0};
-  constexpr double s[9] = {1.0,
-                           -1.0 / 6.0,
-                           1.0 / 120.0,
-                           -1.0 / 5040.0,
-                           1.0 / 362880.0,
-                           -1.0 / 39916800.0,
-                           1.0 / 6227020800.0,
-                           -1.0 / 1307674368000.0,
-                           1.0 / 355687428096000.0};
-  Lanes x = angle < -pi ? angle + twoPi : angle > pi ? angle - twoPi : angle;
-  const auto isInFront = (x > -0.5 * pi) & (x < 0.5 * pi);
-  x = x > 0.5 * pi ? pi - x : x < -0.5 * pi ? -pi - x : x;
-  const Lanes y = x * x, C = evaluateSeries(c, y);
-  cosine = isInFront ? C : -C;
-  sine = x * evaluateSeries(s, y);
-}
+constexpr double kCosineSeries[9] = {1.0,
+                                     -1.0 / 2.0,
+                                     1.0 / 24.0,
+                                     -1.0 / 720.0,
+                                     1.0 / 40320.0,
+                                     -1.0 / 3628800.0,
+                                     1.0 / 479001600.0,
+                                     -1.0 / 87178291200.0,
+                                     1.0 / 20922789888000.0};
+constexpr double kSineSeries[9] = {1.0,
+                                   -1.0 / 6.0,
+                                   1.0 / 120.0,
+                                   -1.0 / 5040.0,
+                                   1.0 / 362880.0,
+                                   -1.0 / 39916800.0,
+                                   1.0 / 6227020800.0,
+                                   -1.0 / 1307674368000.0,
+                                   1.0 / 355687428096000.0};
 
-/// The curve of one sliding problem.
+/// @tparam n terms: four serve up to 0.04 rad, where they leave 0.04^8 / 8!, less than an ulp, and
+/// nine up to 1 rad, to which the 15 steps of a march can add up
+template <int n, typename T>
+inline Turn<T> turnBy(const T& angle) {
+  const T y = angle * angle;
+  return {angle, evaluateSeries<n>(kCosineSeries, y), angle * evaluateSeries<n>(kSineSeries, y)};
+}
+constexpr double kSmallTurn = 0.04;
+constexpr double kFirstStep = 0.005;  ///< of a march (rad)
+
+/// The curve of one sliding problem, in tangential axes turned so that the first direction is x.
+/// There 1 / r is linear in cosine and sine of the turn, and so are both sums of the merit
+///
+///   f = r (t . u0 + r (t . M_0 cos + t . M_1 sin))
+///
+/// but for one more factor: their coefficients are computed once.
 class SlidingCurve {
  public:
-  SlidingCurve(const Single3DContactProblem& p, const Vec3& v, double z)
-      : p_(p), c_(column(p.delassus_, 2)), z_(z) {
-    u0_ = Vec3{{v[0], v[1], z}} - (z * p.dzzInv_) * c_;
+  /// `i` is the impulse of the sticking candidate, outside of the cone.
+  SlidingCurve(const Single3DContactProblem& p, const Vec3& v, double z, const Vec3& i)
+      : z_(z),
+        mu_(p.mu_),
+        muInv_(p.muInv_),
+        length_(std::sqrt(i[0] * i[0] + i[1] * i[1])),
+        normalImpulse_(i[2]) {
+    const Mat33& D = p.delassus_;
+    const Mat<3, 2>& M = p.tangentMap_;
+    firstCosine_ = i[0] / length_;
+    firstSine_ = i[1] / length_;
+    const Vec3 c = column(D, 2), c1 = turned(c);
+    const Vec3 u0 = turned(Vec3{{v[0], v[1], z}} - (z * p.dzzInv_) * c);
+    const Vec3 along =
+        turned({{M[0] * firstCosine_ + M[3] * firstSine_, M[1] * firstCosine_ + M[4] * firstSine_,
+                 M[2] * firstCosine_ + M[5] * firstSine_}});
+    const Vec3 across =
+        turned({{M[3] * firstCosine_ - M[0] * firstSine_, M[4] * firstCosine_ - M[1] * firstSine_,
+                 M[5] * firstCosine_ - M[2] * firstSine_}});
+    pole_ = {p.muInvDzz_, D(2, 0) * firstCosine_ + D(2, 1) * firstSine_,
+             D(2, 1) * firstCosine_ - D(2, 0) * firstSine_};
+    atRest_ = tangentTimes(c1, u0);
+    changeAlong_ = tangentTimes(c1, along);
+    changeAcross_ = tangentTimes(c1, across);
+    const Vec3 t = cross(c1, Vec3{{length_, 0.0, p.negMuSquared_ * i[2]}});
+    startAtRest_ = dot(t, u0);
+    startChange_ = dot(t, along);
   }
 
-  double radiusAt(double cosine, double sine) const {
-    const Mat33& D = p_.delassus_;
-    return -z_ / (D(2, 0) * cosine + D(2, 1) * sine + p_.muInvDzz_);
-  }
-  Vec3 impulseAt(const SlidingPoint& a) const {
-    return {{a.r * a.cosine, a.r * a.sine, a.r * p_.muInv_}};
-  }
-
-  /// f = (c x normal) . U for a normal of the cone other than that of the point.
-  double merit(const SlidingPoint& a, const Vec3& normal) const {
-    const Vec3 U = u0_ + p_.tangentMap_ * Mat<2, 1>{{a.r * a.cosine, a.r * a.sine}};
-    return dot(cross(c_, normal), U);
-  }
-
-  /// With t = c x (cos, sin, -mu): f = r (t . u0 + r t . M (cos, sin)). What does not hold r is
-  /// computed while the division for r runs.
-  SlidingPoints at(const Lanes& theta) const {
-    const Mat33& D = p_.delassus_;
-    const Mat<3, 2>& M = p_.tangentMap_;
-    SlidingPoints q;
-    q.theta = theta;
-    sinesAndCosines(theta, q.sine, q.cosine);
-    q.r = -z_ / (D(2, 0) * q.cosine + (D(2, 1) * q.sine + p_.muInvDzz_));
-    const Lanes tx = -p_.mu_ * c_[1] - c_[2] * q.sine;
-    const Lanes ty = c_[2] * q.cosine + p_.mu_ * c_[0];
-    const Lanes tz = c_[0] * q.sine - c_[1] * q.cosine;
-    const Lanes atRest = tx * u0_[0] + (ty * u0_[1] + tz * u0_[2]);
-    const Lanes change =
-        tx * (M[0] * q.cosine + M[3] * q.sine) +
-        (ty * (M[1] * q.cosine + M[4] * q.sine) + tz * (M[2] * q.cosine + M[5] * q.sine));
-    q.f = q.r * (atRest + q.r * change);
+  /// The first point. Its merit is taken with the tangent t = c x (i_x, i_y, -mu^2 i_z).
+  SlidingPoint start() const {
+    SlidingPoint q{0.0, 1.0, 0.0, 0.0, 0.0};
+    q.r = -z_ / (pole_.constant + pole_.cosine);
+    q.f = startAtRest_ + q.r * startChange_;
     return q;
   }
-  SlidingPoint at(double theta) const { return pointOf(at(broadcast(theta)), 0); }
+
+  template <typename T>
+  SlidingPointOf<T> at(const Turn<T>& turn) const {
+    SlidingPointOf<T> q{turn.angle, turn.cosine, turn.sine, {}, {}};
+    q.r = -z_ / evaluate(pole_, turn);
+    const T change =
+        turn.cosine * evaluate(changeAlong_, turn) + turn.sine * evaluate(changeAcross_, turn);
+    q.f = q.r * (evaluate(atRest_, turn) + q.r * change);
+    return q;
+  }
+  SlidingPoint at(double theta) const {
+    return std::fabs(theta) < kSmallTurn ? at(turnBy<4>(theta)) : at(turnBy<9>(theta));
+  }
+  /// @param theta ascending or descending from the first direction
+  SlidingPoints at(const Lanes& theta) const {
+    return std::fabs(theta[3]) < kSmallTurn ? at(turnBy<4>(theta)) : at(turnBy<9>(theta));
+  }
 
   /// Normal of the cone, pointing away from its axis, against the way from the impulse i.
-  Lanes outwards(const SlidingPoints& q, const Vec3& i) const {
+  Lanes outwards(const SlidingPoints& q) const {
     const Lanes x = q.r * q.cosine, y = q.r * q.sine;
-    return x * (x - i[0]) + (y * (y - i[1]) - p_.mu_ * q.r * (q.r * p_.muInv_ - i[2]));
+    return x * (x - length_) + (y * y - mu_ * q.r * (q.r * muInv_ - normalImpulse_));
+  }
+
+  Vec3 impulseAt(const SlidingPoint& a) const {
+    return {{a.r * (firstCosine_ * a.cosine - firstSine_ * a.sine),
+             a.r * (firstSine_ * a.cosine + firstCosine_ * a.sine), a.r * muInv_}};
   }
 
  private:
-  const Single3DContactProblem& p_;
-  Vec3 c_, u0_;
-  double z_;
-};
-
-/// atan2(y, x) by `fastAtanZlv` on the smaller ratio.
-inline double tangentAngle(double x, double y) {
-  constexpr double pi = 3.141592653589793;
-  if (x * x > y * y) {
-    const double a = fastAtanZlv(y / x);
-    return x > 0.0 ? a : y >= 0.0 ? a + pi : a - pi;
+  /// constant + cosine cos + sine sin
+  struct Coefficients {
+    double constant, cosine, sine;
+  };
+  template <typename T>
+  static T evaluate(const Coefficients& k, const Turn<T>& turn) {
+    return k.cosine * turn.cosine + (k.sine * turn.sine + k.constant);
   }
-  const double a = fastAtanZlv(x / y);
-  return y > 0.0 ? 0.5 * pi - a : -a - 0.5 * pi;
-}
+  /// Into the turned axes.
+  Vec3 turned(const Vec3& a) const {
+    return {
+        {firstCosine_ * a[0] + firstSine_ * a[1], firstCosine_ * a[1] - firstSine_ * a[0], a[2]}};
+  }
+  /// a . t for t = c x (cos, sin, -mu).
+  Coefficients tangentTimes(const Vec3& c, const Vec3& a) const {
+    return {mu_ * (c[0] * a[1] - c[1] * a[0]), c[2] * a[1] - c[1] * a[2],
+            c[0] * a[2] - c[2] * a[0]};
+  }
+
+  double z_, mu_, muInv_;
+  double length_, normalImpulse_;            ///< of the sticking candidate (N s)
+  double firstCosine_, firstSine_;           ///< of the first direction
+  Coefficients pole_;                        ///< of -z / r
+  Coefficients atRest_;                      ///< of t . u0
+  Coefficients changeAlong_, changeAcross_;  ///< of t . M_0 and t . M_1
+  double startAtRest_, startChange_;         ///< the same for the tangent of the first point
+};
 
 /// Root of the merit between a and b, where it has opposite signs, by false position; the best of
 /// the last three points in the square of the merit.
@@ -163,26 +206,31 @@ inline SlidingPoint falsePosition(const SlidingCurve& curve, SlidingPoint a, Sli
   return b.f * b.f < best.f * best.f ? b : best;
 }
 
+/// The first four steps of a march, each 1.3 times as long as the one before.
+inline const Turn<Lanes> kFirstTurns =
+    turnBy<4>(kFirstStep * Lanes{1.0, 1.0 + 1.3, 1.0 + 1.3 + 1.69, 1.0 + 1.3 + 1.69 + 2.197});
+
+inline SlidingPoints firstTrials(const SlidingCurve& curve, double sign) {
+  return curve.at(
+      Turn<Lanes>{sign * kFirstTurns.angle, kFirstTurns.cosine, sign * kFirstTurns.sine});
+}
+
 /// Marches from `start` along the curve, downhill in energy, until the merit changes sign, and
-/// returns the best point found. `i` is the impulse of the sticking candidate, outside of the cone.
-/// A step that succeeds makes the next one longer by a known factor: four trials are computed at
-/// once and judged one by one.
-inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& start,
-                                const Vec3& i) {
+/// returns the best point found. A step that succeeds makes the next one longer by a known factor:
+/// four trials are computed at once and judged one by one.
+inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& start) {
   constexpr int maxTrials = 15;
   SlidingPoint prev = start;
-  double step = start.f < 0.0 ? 0.005 : -0.005;
+  const double sign = start.f < 0.0 ? 1.0 : -1.0;
+  double step = sign * kFirstStep;
+  SlidingPoints trials = firstTrials(curve, sign);
   for (int k = 1;;) {
-    const double step1 = 2.6 * (0.5 * step), step2 = 2.6 * (0.5 * step1),
-                 step3 = 2.6 * (0.5 * step2);
-    const double theta0 = prev.theta + step, theta1 = theta0 + step1, theta2 = theta1 + step2;
-    const SlidingPoints trials = curve.at(Lanes{theta0, theta1, theta2, theta2 + step3});
-    const Lanes outwards = curve.outwards(trials, i);
+    const Lanes outwards = curve.outwards(trials);
     for (size_t l = 0; l < kLanes; ++l) {
       const SlidingPoint now = pointOf(trials, l);
-      // The first angle is known to some 1e-12 only: where the pole of r is as near, no step is
-      // short enough, and the search stays where it is.
-      if (now.r < 0.0 && now.theta != prev.theta) {
+      // Where the pole of r is nearer than the rounding of the first direction, no step is short
+      // enough, and the search stays where it is.
+      if (now.r < 0.0 && step * step > 1e-34) {
         step *= 0.5;
         break;
       }
@@ -194,6 +242,9 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
       prev = now;
       ++k;
     }
+    const double theta0 = prev.theta + step, theta1 = theta0 + 1.3 * step,
+                 theta2 = theta1 + 1.69 * step;
+    trials = curve.at(Lanes{theta0, theta1, theta2, theta2 + 2.197 * step});
   }
 }
 
@@ -201,20 +252,13 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
 /// @param v velocity without this problem's impulse, @param z normal residual (contact frame, m/s)
 /// @return false if no impulse on the cone pushes: the impulse is then zero
 inline bool slide(Single3DContactProblem& p, const Vec3& v, double z) {
-  const Vec3 i = p.imp_;
-  const SlidingCurve curve(p, v, z);
-  const double perNorm = 1.0 / std::sqrt(i[0] * i[0] + i[1] * i[1]);
-  SlidingPoint point{0.0, i[0] * perNorm, i[1] * perNorm, 0.0, 0.0};
-  point.r = curve.radiusAt(point.cosine, point.sine);
+  const SlidingCurve curve(p, v, z, p.imp_);
+  SlidingPoint point = curve.start();
   if (point.r <= 0.0) {
     p.imp_.setZero();
     return false;
   }
-  point.f = curve.merit(point, {{i[0], i[1], p.negMuSquared_ * i[2]}});
-  if (!(point.f * point.f < 1e-24)) {
-    point.theta = tangentAngle(i[0], i[1]);
-    point = marchToRoot(curve, point, i);
-  }
+  if (!(point.f * point.f < 1e-24)) point = marchToRoot(curve, point);
   if (point.r < 0.0) {  // beyond the pole, see the march
     p.imp_.setZero();
     return false;

@@ -5,6 +5,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "ImpulseMemory.hpp"
 #include "OdeGuard.hpp"
 #include "PairSearch.hpp"
 
@@ -21,6 +22,12 @@ dSpaceID createSpace(World::BroadPhase kind) {
       return dSimpleSpaceCreate(nullptr);
     case World::BroadPhase::SWEEP_AND_PRUNE:
       return dSweepAndPruneSpaceCreate(nullptr, dSAP_AXES_XYZ);
+    case World::BroadPhase::QUADTREE: {
+      // Cells of 4 m over 128 m x 128 m about the origin; what is larger or further away stands at
+      // the root, where all meet all.
+      const dVector3 center = {0.0, 0.0, 0.0}, halfExtents = {64.0, 64.0, 64.0};
+      return dQuadTreeSpaceCreate(nullptr, center, halfExtents, 5);
+    }
     default:
       return dHashSpaceCreate(nullptr);
   }
@@ -102,6 +109,12 @@ void World::setBroadPhase(BroadPhase kind) {
     dSpaceAdd(worldSpace_, geom);
   }
   dSpaceDestroy(old);
+}
+
+void World::setWarmStart(bool on) {
+  warmStart_ = on;
+  if (on && impulseMemory_ == nullptr) impulseMemory_ = std::make_unique<ImpulseMemory>();
+  if (impulseMemory_ != nullptr) impulseMemory_->clear();
 }
 
 Object* World::getObject(const std::string& name) {

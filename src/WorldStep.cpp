@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/World.hpp>
 
+#include "ImpulseMemory.hpp"
 #include "StageTimer.hpp"
 
 // One step, as a sequence of sweeps over the objects in list order.
@@ -15,6 +16,7 @@ void World::integrate() {
 
 void World::integrate1() {
   ZELVIK_STAGES_BEGIN();
+  if (warmStart_) impulseMemory_->store(objectList_, solvedTimeStep_, objectChangeCount_);
   clearContactProblems();
   for (Object* object : objectList_) object->clearPerObjectContact();
   for (Object* object : objectList_)
@@ -43,6 +45,7 @@ void World::integrate2() {
   ZELVIK_STAGES_BEGIN();
   ++stepCount_;
   worldTime_ += timeStep_;
+  solvedTimeStep_ = timeStep_;
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC)
@@ -54,7 +57,8 @@ void World::integrate2() {
 
   if (!contactProblems_.empty()) {
     for (contact::Single3DContactProblem& problem : contactProblems_) problem.imp_.setZero();
-    solver_.solve(contactProblems_);
+    if (warmStart_) impulseMemory_->recall(objectList_, timeStep_, objectChangeCount_);
+    solver_.solve(contactProblems_, objectList_);
   }
   ZELVIK_STAGE_DONE("solve");
 

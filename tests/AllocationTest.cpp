@@ -51,10 +51,8 @@ int posix_memalign(void** block, size_t alignment, size_t size) {
 namespace zelvik {
 namespace {
 
-/// Allocations of `steps` steps, after some to warm up: lists grow until each has met its longest.
-size_t allocationsOf(World& world, int steps, int warmUp = 400) {
-  world.setBroadPhase(World::BroadPhase::SIMPLE);
-  for (int i = 0; i < warmUp; ++i) world.integrate();
+/// Allocations of `steps` steps of the world.
+size_t countAllocations(World& world, int steps) {
   counting = true;
   void* volatile probe = std::malloc(8);  // the counter counts
   const size_t offset = allocations;
@@ -66,21 +64,38 @@ size_t allocationsOf(World& world, int steps, int warmUp = 400) {
   return after - offset;
 }
 
+/// Allocations of 400 steps, after some to warm up. Lists grow until each has met its longest, and
+/// when that is depends on rounding: what is still growing gets a few more turns. A step that
+/// allocates by habit does so in each of them.
+size_t allocationsOf(World& world) {
+  world.setBroadPhase(World::BroadPhase::SIMPLE);
+  for (int i = 0; i < 400; ++i) world.integrate();
+  size_t count = countAllocations(world, 400);
+  for (int turn = 0; turn < 12 && count > 0; ++turn) count = countAllocations(world, 400);
+  return count;
+}
+
 TEST(Allocation, WarmedUpStepOfAStandingRobotHasNone) {
   scenes::StandingRobot scene(ZELVIK_MODEL_DIR "/quadruped.urdf");
-  EXPECT_EQ(allocationsOf(scene.world, 400), 0u);
+  EXPECT_EQ(allocationsOf(scene.world), 0u);
   EXPECT_EQ(scene.groundContacts(), 4u);
 }
 
-TEST(Allocation, WarmedUpStepOfAPileHasNone) {
+void expectNoneInAPile(bool warmStart) {
   World world;
+  world.setWarmStart(warmStart);
   world.addGround();
   for (int i = 0; i < 12; ++i) {
     world.addSphere(0.1, 1.0)->setPosition(0.15 * (i % 4), 0.15 * (i / 4), 0.1 + 0.3 * (i % 2));
     world.addBox(0.2, 0.2, 0.2, 1.0)->setPosition(2.0 + 0.01 * i, 0.0, 0.1 + 0.2 * i);
   }
-  EXPECT_EQ(allocationsOf(world, 400, 4000), 0u);
+  EXPECT_EQ(allocationsOf(world), 0u);
   EXPECT_GT(world.getContactProblems().size(), 40u);
+}
+
+TEST(Allocation, WarmedUpStepOfAPileHasNone) {
+  expectNoneInAPile(false);
+  expectNoneInAPile(true);
 }
 
 TEST(Allocation, WarmedUpStepWithWiresHasNone) {
@@ -100,7 +115,7 @@ TEST(Allocation, WarmedUpStepWithWiresHasNone) {
   }
   ArticulatedSystem* robot = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/arm.urdf");
   world.addCompliantWire(robot, robot->getBodyCount() - 1, {}, anchor, 0, {}, 1.0, 100.0);
-  EXPECT_EQ(allocationsOf(world, 400), 0u);
+  EXPECT_EQ(allocationsOf(world), 0u);
 }
 
 TEST(Allocation, WarmedUpStepOnTerrainHasNone) {
@@ -109,7 +124,7 @@ TEST(Allocation, WarmedUpStepOnTerrainHasNone) {
   world.addHeightMap(0.0, 0.0, hills);
   for (int i = 0; i < 8; ++i)
     world.addSphere(0.15, 1.0)->setPosition(0.5 * (i % 4) - 1.0, i < 4 ? 0.3 : -0.3, 1.0);
-  EXPECT_EQ(allocationsOf(world, 400, 4000), 0u);
+  EXPECT_EQ(allocationsOf(world), 0u);
 }
 
 }  // namespace

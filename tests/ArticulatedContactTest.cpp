@@ -132,6 +132,14 @@ TEST(ArticulatedFrames, MoveWithTheBodyThatConsumedThem) {
   system->getFrameAngularVelocity(frame, w);
   EXPECT_LT(norm(p - Vec3{{0.0, 0.0, 0.5}}) + norm(v - Vec3{{-1.0, 0.0, 0.0}}), 1e-12);
   EXPECT_NEAR(w[1], 2.0, 1e-15);
+  Mat33 R;
+  system->getFrameOrientation(frame, R);
+  EXPECT_LT(norm(R * Vec3{{1.0, 0.0, 0.0}} - Vec3{{0.0, 0.0, -1.0}}), 1e-12);
+  // A copy of a frame may be asked as well; one at a moving joint is the body's own.
+  system->getFrameVelocity(system->getFrames()[frame], v);
+  EXPECT_LT(norm(v - Vec3{{-1.0, 0.0, 0.0}}), 1e-12);
+  system->getFrameVelocity(system->getFrames()[system->getFrameIdxByName("armJoint")], v);
+  EXPECT_LT(norm(v), 1e-12);
   messages::expect("This is a link name. In Zelvik", [&] { system->getBodyIdx("tool"); });
   messages::expect("unknown frame id", [&] { system->getFrameIdxByName("leg"); });
   messages::expect("body index 2", [&] { system->setExternalForce(2, p); });

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 #include <tuple>
-#include <zelvik/World.hpp>
 #include <zelvik/object/HeightMap.hpp>
 
 #include "Messages.hpp"
@@ -187,6 +186,7 @@ TEST(HeightMap, RefusedMaps) {
       {"4294967296 4294967296 1 1", "insufficient number of height values"},
       {"4294967296 1000 1 1 0", "insufficient number of height values"},
       {"2 2 1 -1 1 2 3 4", "but is 1 x -1"},
+      {"1 4 1 1 1 2 3 4", "needs 2 or more samples in each direction, but has 1 x 4"},
       {"2 2 1 1 1 2 3 4e8", "The height at position 3 of a height map is 4e+08"},
   };
   for (const auto& [text, message] : table) {
@@ -201,6 +201,12 @@ TEST(HeightMap, RefusedMaps) {
   TerrainProperties terrain;
   terrain.frequency = std::nan("");
   messages::expect("The height at position 0", [&] { HeightMap(0.0, 0.0, terrain); });
+  const auto build = [&] { EXPECT_EQ(HeightMap(0.0, 0.0, terrain).getCollisionObject(), nullptr); };
+  terrain.fractalOctaves = 1000000000;
+  messages::expect("but 1000000000 are asked for", build, messages::OnFatal::GO_ON);
+  terrain.xSamples = terrain.ySamples = 1u << 16;
+  messages::expect("65536 x 65536 samples is too large", build, messages::OnFatal::GO_ON);
+  messages::expect("Error opening file", [] { HeightMap(0.0, 0.0, "/no/such/file"); });
 }
 
 TEST(Terrain, KnownValues) {

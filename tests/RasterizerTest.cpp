@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <set>
 #include <zelvik/World.hpp>
 #include <zelvik/view/Rasterizer.hpp>
@@ -159,6 +161,55 @@ TEST(Picture, FileIsReadableAndShowsSomething) {
   ASSERT_NE(png_image_finish_read(&header, nullptr, pixels.data(), 0, nullptr), 0);
   EXPECT_EQ(pixels, recorder.render(options).rgb) << "not what was drawn, or not the same twice";
   EXPECT_GT(std::set<std::uint8_t>(pixels.begin(), pixels.end()).size(), 50u);
+}
+
+/// Pixels in which two pictures differ.
+int countDifferent(const Image& a, const Image& b) {
+  int count = 0;
+  for (size_t i = 0; i + 2 < a.rgb.size(); i += 3)
+    count += std::equal(&a.rgb[i], &a.rgb[i] + 3, &b.rgb[i]) ? 0 : 1;
+  return count;
+}
+
+TEST(Picture, EveryShapeCoversItsSilhouette) {
+  using Child = Compound::CompoundObjectChild;
+  const Mat33 straight = Mat33::identity();
+  const std::vector<Child> children = {{SPHERE, {0.4, 0, 0, 0}, "", straight, {{0, -1, 0}}},
+                                       {BOX, {0.5, 0.5, 1.0, 0}, "", straight, {{0, 1, 0}}},
+                                       {CYLINDER, {0.3, 0.5, 0, 0}, "", straight, {{0, 0, 1}}},
+                                       {CAPSULE, {0.3, 0.5, 0, 0}, "", straight, {{0, 0, -1}}}};
+  const std::string mesh = ZELVIK_MODEL_DIR "/meshes/octahedron.obj";
+  // Seen along x; areas in m^2.
+  const std::pair<std::function<SingleBodyObject*(World&)>, double> table[] = {
+      {[](World& w) { return w.addSphere(0.6, 1.0); }, M_PI * 0.36},
+      {[](World& w) { return w.addBox(0.5, 1.0, 2.0, 1.0); }, 2.0},
+      {[](World& w) { return w.addCylinder(0.4, 1.5, 1.0); }, 0.8 * 1.5},
+      {[](World& w) { return w.addCapsule(0.4, 1.0, 1.0); }, 0.8 + M_PI * 0.16},
+      {[&](World& w) { return w.addMesh(mesh, 1.0, straight, {}, 1.0); }, 2.0},
+      {[&](World& w) { return w.addCompound(children, 1.0, {}, straight); },
+       M_PI * 0.16 + 0.5 + 0.3 + (0.3 + M_PI * 0.09)}};
+  PictureOptions options;
+  options.width = options.height = 300;
+  options.camera.azimuth = options.camera.elevation = 0.0;
+  options.camera.distance = 50.0;
+  options.camera.fieldOfView = 0.08;
+  options.camera.targetW = Vec3{};
+  const double side = 2.0 * 50.0 * std::tan(0.04) / 300.0;  // of a pixel (m)
+  for (const auto& [add, area] : table) {
+    World world;
+    SingleBodyObject* body = add(world);
+    body->setAppearance("1, 0.2, 0");
+    Recorder recorder(world);
+    recorder.capture();
+    body->setPosition(0.0, 1000.0, 0.0);
+    recorder.capture();
+    options.frame = 0;
+    const Image with = recorder.render(options);
+    options.frame = 1;
+    const Image without = recorder.render(options);
+    EXPECT_NEAR(countDifferent(with, without) * side * side, area, 0.04 * area)
+        << body->getObjectType();
+  }
 }
 
 TEST(Picture, BadInput) {

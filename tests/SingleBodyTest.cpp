@@ -5,7 +5,6 @@
 #include <Eigen/Dense>
 #include <limits>
 #include <memory>
-#include <zelvik/World.hpp>
 #include <zelvik/object/Box.hpp>
 #include <zelvik/object/Capsule.hpp>
 #include <zelvik/object/Cone.hpp>

@@ -2,11 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <random>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
+#include <zelvik/rotation.hpp>
 
+#include "Messages.hpp"
+#include "TemporaryDirectory.hpp"
 #include "Terrain.hpp"
 #include "TerrainTestTools.hpp"
 
@@ -222,6 +226,104 @@ TEST(WorldObjects, AMeshCubeRestsAsABox) {
   }
   for (int i = 0; i < 1000; ++i) world.integrate();
   expectSamePose(*box, *mesh, {{0, 3, 0}}, 1e-3);
+}
+
+/// A robot of one link, whose collision shape is `geometry`.
+std::string linkWith(const std::string& geometry) {
+  return "<robot name='r'><link name='base'><inertial><mass value='1'/><inertia ixx='0.02' "
+         "iyy='0.02' izz='0.03' ixy='0' ixz='0' iyz='0'/></inertial><collision><geometry>" +
+         geometry + "</geometry></collision></link></robot>";
+}
+
+TEST(WorldObjects, ALinkWithAMeshRestsAsOneWithABox) {
+  const TemporaryDirectory directory;
+  directory.write("cube.obj", scenes::cubeObj(1.0));
+  World world;
+  world.addGround(0.0);
+  std::vector<ArticulatedSystem*> links;
+  for (const char* geometry :
+       {"<box size='0.4 0.3 0.2'/>", "<mesh filename='cube.obj' scale='0.4 0.3 0.2'/>"}) {
+    links.push_back(world.addArticulatedSystem(linkWith(geometry), directory.path));
+    Mat33 R;
+    quatToRotMat(Vec4{{0.98, 0.1, 0.15, 0.08}} * (1.0 / norm(Vec4{{0.98, 0.1, 0.15, 0.08}})), R);
+    links.back()->setBaseOrientation(R);
+    links.back()->setBasePos(Vec3{{2.0 * static_cast<double>(links.size()), 0.0, 0.3}});
+  }
+  for (int i = 0; i < 1000; ++i) world.integrate();
+  Vec3 p[2];
+  for (size_t k = 0; k < 2; ++k) links[k]->getPosition(0, p[k]);
+  // Landing has pressed both in by a millimetre, which goes slowly.
+  EXPECT_NEAR(p[0][2], 0.1, 2e-3);
+  EXPECT_LT(norm(p[1] - p[0] - Vec3{{2.0, 0.0, 0.0}}), 2e-3);
+}
+
+TEST(WorldObjects, WhatALinkCannotLoadIsRefused) {
+  const TemporaryDirectory directory;
+  directory.write("cube.obj", scenes::cubeObj(1.0));
+  World world;
+  const std::pair<const char*, const char*> table[] = {
+      {"<mesh filename='cube.obj' scale='1 1e9 1'/>", "scale 1e+09 is no scale of the mesh"},
+      {"<mesh filename='none.obj'/>", "none.obj is not found."},
+      {"<cylinder radius='-1' length='1'/>", "-1 is no size of a cylinder"}};
+  for (const auto& [geometry, message] : table)
+    messages::expect(
+        message, [&] { world.addArticulatedSystem(linkWith(geometry), directory.path); },
+        messages::OnFatal::GO_ON);
+  const std::string file = directory.write("robot.sdf", linkWith("<sphere radius='1'/>"));
+  messages::expect(
+      "robot.sdf: unsupported file type", [&] { world.addArticulatedSystem(file); },
+      messages::OnFatal::GO_ON);
+  world.integrate();
+}
+
+TEST(WorldObjects, NothingIsNoSourceAndNoEndOfAWire) {
+  World world;
+  Sphere* ball = world.addSphere(0.1, 1.0);
+  const std::pair<const char*, std::function<bool()>> table[] = {
+      {"addMesh: Got a nullptr", [&] { return world.addMesh(nullptr) != nullptr; }},
+      {"addHeightMap: Got a nullptr", [&] { return world.addHeightMap(nullptr) != nullptr; }},
+      {"addStiffWire: Got a nullptr for body 2",
+       [&] { return world.addStiffWire(ball, 0, {}, nullptr, 0, {}, 1.0) != nullptr; }},
+      {"addCompliantWire: Got a nullptr for body 1",
+       [&] { return world.addCompliantWire(nullptr, 0, {}, ball, 0, {}, 1.0, 9.0) != nullptr; }}};
+  for (const auto& [message, add] : table)
+    messages::expect(
+        message, [&] { EXPECT_FALSE(add()); }, messages::OnFatal::GO_ON);
+  world.integrate();
+  EXPECT_EQ(world.getObjList().size(), 1u);
+}
+
+TEST(WorldObjects, AMaskSetLaterLetsABodyFall) {
+  World world;
+  world.addGround(0.0);
+  Sphere *stays = world.addSphere(0.1, 1.0), *falls = world.addSphere(0.1, 1.0);
+  stays->setPosition(0, 0, 0.1);
+  falls->setPosition(1, 0, 0.1);
+  // Either side's consent is enough for a contact.
+  falls->setCollisionMask(0);
+  falls->setCollisionGroup(0);
+  for (int i = 0; i < 100; ++i) world.integrate();
+  EXPECT_NEAR(stays->getComPosition()[2], 0.1, 1e-3);
+  EXPECT_LT(falls->getComPosition()[2], 0.0);
+}
+
+TEST(WorldObjects, TheBufferOfContactsGrows) {
+  World world;
+  world.addGround(0.0);
+  std::vector<Box*> boxes;
+  for (int i = 0; i < 160; ++i) {
+    boxes.push_back(world.addBox(0.1, 0.1, 0.1, 1.0));
+    boxes.back()->setPosition(0.3 * (i % 40), 0.3 * (i / 40), 0.049);
+  }
+  world.integrate();
+  EXPECT_EQ(world.getContactProblems().size(), 4 * boxes.size());
+  for (const Box* box : boxes) {
+    Vec3 velocity;
+    box->getVelocity(0, velocity);
+    ASSERT_EQ(box->getContacts().size(), 4u);
+    // Gravity alone would give 0.05 m/s; what is left pushes the box out.
+    ASSERT_LT(std::fabs(velocity[2]), 1e-3);
+  }
 }
 
 TEST(WorldObjects, FailedChecksInsideOfOdeDoNotEndTheProcess) {

@@ -166,6 +166,46 @@ TEST(WorldTerrain, PeaksAndRidgesTouchBetweenTheCornersOfABody) {
     }
 }
 
+TEST(WorldTerrain, ALargeBodyRestsOnAFewOfItsManyTouches) {
+  const TemporaryFile obj("cube.obj", scenes::cubeObj(1.0));
+  std::vector<double> heights(121 * 121);
+  std::mt19937 random(1);
+  for (double& height : heights) height = 0.01 * static_cast<double>(random() % 1000) / 1000.0;
+  for (const bool isMesh : {false, true}) {
+    World world;
+    world.addHeightMap(121, 121, 3.0, 3.0, 0.0, 0.0, heights);
+    SingleBodyObject* plate = world.addBox(2.0, 2.0, 0.2, 40.0);
+    if (isMesh) {
+      world.removeObject(plate);
+      const Mat33 inertia{{26.8, 0, 0, 0, 26.8, 0, 0, 0, 26.7}};
+      plate = world.addMesh(obj.path, 40.0, inertia, {}, 2.0);
+    }
+    // Pressed so deep that hundreds of vertices of the ground are inside of it.
+    plate->setPosition(0.0, 0.0, (isMesh ? 1.0 : 0.1) + 0.002);
+    world.integrate1();
+    const auto& contacts = plate->getContacts();
+    EXPECT_LE(contacts.size(), 16u);
+    EXPECT_GE(contacts.size(), 8u);
+    Vec3 low{{9, 9, 9}}, high{{-9, -9, -9}};
+    double deepest = 0.0;
+    for (const contact::Contact& c : contacts)
+      for (size_t k = 0; k < 3; ++k) {
+        low[k] = std::min(low[k], c.position_[k]);
+        high[k] = std::max(high[k], c.position_[k]);
+        deepest = std::min(deepest, c.depth_);
+      }
+    // The deepest of all, and corners that hold the centre of mass between them.
+    EXPECT_NEAR(deepest, -0.008, 2e-4);
+    for (size_t k = 0; k < 2; ++k) {
+      EXPECT_LT(low[k], -0.8);
+      EXPECT_GT(high[k], 0.8);
+    }
+    world.integrate2();
+    for (int i = 0; i < 40; ++i) world.integrate();
+    EXPECT_GT(plate->getRotationMatrix()(2, 2), 0.9999);
+  }
+}
+
 TEST(WorldTerrain, BodiesAtTheEdgesNeitherEndTheProcessNorGetLost) {
   const Vec3 down{{0, 0, -1}};
   for (bool exact : {true, false}) {

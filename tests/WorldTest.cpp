@@ -311,7 +311,8 @@ TEST(World, ParametersReachTheSolver) {
 }
 
 TEST(World, BroadPhasesGiveTheSameContacts) {
-  for (World::BroadPhase kind : {World::BroadPhase::SIMPLE, World::BroadPhase::SWEEP_AND_PRUNE}) {
+  for (World::BroadPhase kind : {World::BroadPhase::SIMPLE, World::BroadPhase::SWEEP_AND_PRUNE,
+                                 World::BroadPhase::QUADTREE}) {
     World plain, other;
     std::vector<SingleBodyObject*> a, b;
     for (auto [world, bodies] : {std::pair{&plain, &a}, std::pair{&other, &b}}) {

@@ -124,13 +124,6 @@ Json describe(const Body& body, const Recording& recording, Blocks& blocks) {
 
 // ---- tables ------------------------------------------------------------------------------------
 
-/// Opens a table: how many rows each frame has.
-template <typename Row>
-Json openTable(const Table<Row>& table, Blocks& blocks) {
-  const std::vector<std::int32_t> counts(table.counts.begin(), table.counts.end());
-  return {{"counts", blocks.addDelta(counts, 1)}, {"rows", table.rows.size()}};
-}
-
 /// Unit of impulses or forces. A blow that dwarfs all others leaves those their digits and is cut.
 double cutToUnit(std::vector<double>& values) {
   std::vector<double> sizes;
@@ -146,63 +139,83 @@ double cutToUnit(std::vector<double>& values) {
   return unit;
 }
 
-/// A column of as many channels as the quantity has components. `read` returns component i of a
-/// row. A unit of 0 asks for one that follows from the values.
-template <typename Row, typename Read>
-Json columnOf(const Table<Row>& table, std::size_t channels, double unit, Read&& read,
-              Blocks& blocks) {
-  std::vector<double> values;
-  values.reserve(channels * table.rows.size());
-  for (std::size_t i = 0; i < channels; ++i)
-    for (const Row& row : table.rows) values.push_back(static_cast<double>(read(row, i)));
-  if (unit == 0.0) unit = cutToUnit(values);
-  return addColumn(values, channels, unit, blocks);
-}
+/// A table as columns, each a quantity of all rows: its channels one behind the other.
+template <typename Row>
+class Columns {
+ public:
+  using Vector = float (Row::*)[3];
+
+  Columns(const Table<Row>& table, Blocks& blocks) : table_(table), blocks_(blocks) {
+    const std::vector<std::int32_t> counts(table.counts.begin(), table.counts.end());
+    json_ = {{"counts", blocks.addDelta(counts, 1)}, {"rows", table.rows.size()}};
+  }
+  void addPlace(const char* name, Vector place) {
+    std::vector<double> values = valuesOf(place);
+    std::transform(values.begin(), values.end(), values.begin(), inReach);
+    add(name, values, 3, kArrowUnit);
+  }
+  void addDirection(const char* name, Vector direction) {
+    add(name, valuesOf(direction), 3, kNormalUnit);
+  }
+  /// Impulses or forces: their unit follows from their sizes.
+  void addForce(const char* name, Vector force) {
+    std::vector<double> values = valuesOf(force);
+    const double unit = cutToUnit(values);
+    add(name, values, 3, unit);
+  }
+  template <typename Number>
+  void addNumber(const char* name, double unit, Number Row::*number) {
+    std::vector<double> values;
+    for (const Row& row : table_.rows) values.push_back(static_cast<double>(row.*number));
+    add(name, values, 1, unit);
+  }
+  void addNames(const std::vector<std::string>& names) { json_["names"] = names; }
+  Json take() { return std::move(json_); }
+
+ private:
+  void add(const char* name, const std::vector<double>& values, std::size_t channels, double unit) {
+    json_[name] = addColumn(values, channels, unit, blocks_);
+  }
+  std::vector<double> valuesOf(Vector vector) const {
+    std::vector<double> values;
+    for (std::size_t i = 0; i < 3; ++i)
+      for (const Row& row : table_.rows) values.push_back(static_cast<double>((row.*vector)[i]));
+    return values;
+  }
+
+  const Table<Row>& table_;
+  Blocks& blocks_;
+  Json json_;
+};
 
 Json describe(const Table<ContactRow>& table, Blocks& blocks) {
-  using Row = ContactRow;
-  const auto column = [&](std::size_t channels, double unit, auto read) {
-    return columnOf(table, channels, unit, read, blocks);
-  };
-  Json json = openTable(table, blocks);
-  json["position"] =
-      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.position[i]); });
-  json["normal"] = column(3, kNormalUnit, [](const Row& r, std::size_t i) { return r.normal[i]; });
-  json["impulse"] = column(3, 0.0, [](const Row& r, std::size_t i) { return r.impulse[i]; });
-  json["state"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.state; });
-  json["a"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.a; });
-  json["b"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.b; });
-  json["depth"] = column(1, kDepthUnit, [](const Row& r, std::size_t) { return r.depth; });
-  return json;
+  Columns columns(table, blocks);
+  columns.addPlace("position", &ContactRow::position);
+  columns.addDirection("normal", &ContactRow::normal);
+  columns.addForce("impulse", &ContactRow::impulse);
+  columns.addNumber("state", 1.0, &ContactRow::state);
+  columns.addNumber("a", 1.0, &ContactRow::a);
+  columns.addNumber("b", 1.0, &ContactRow::b);
+  columns.addNumber("depth", kDepthUnit, &ContactRow::depth);
+  return columns.take();
 }
 
 Json describe(const Table<WireRow>& table, const std::vector<std::string>& names, Blocks& blocks) {
-  using Row = WireRow;
-  const auto column = [&](std::size_t channels, double unit, auto read) {
-    return columnOf(table, channels, unit, read, blocks);
-  };
-  Json json = openTable(table, blocks);
-  json["names"] = names;
-  json["start"] =
-      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.start[i]); });
-  json["end"] =
-      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.end[i]); });
-  json["state"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.state; });
-  json["id"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.id; });
-  return json;
+  Columns columns(table, blocks);
+  columns.addNames(names);
+  columns.addPlace("start", &WireRow::start);
+  columns.addPlace("end", &WireRow::end);
+  columns.addNumber("state", 1.0, &WireRow::state);
+  columns.addNumber("id", 1.0, &WireRow::id);
+  return columns.take();
 }
 
 Json describe(const Table<ForceRow>& table, Blocks& blocks) {
-  using Row = ForceRow;
-  const auto column = [&](std::size_t channels, double unit, auto read) {
-    return columnOf(table, channels, unit, read, blocks);
-  };
-  Json json = openTable(table, blocks);
-  json["position"] =
-      column(3, kArrowUnit, [](const Row& r, std::size_t i) { return inReach(r.position[i]); });
-  json["vector"] = column(3, 0.0, [](const Row& r, std::size_t i) { return r.vector[i]; });
-  json["body"] = column(1, 1.0, [](const Row& r, std::size_t) { return r.body; });
-  return json;
+  Columns columns(table, blocks);
+  columns.addPlace("position", &ForceRow::position);
+  columns.addForce("vector", &ForceRow::vector);
+  columns.addNumber("body", 1.0, &ForceRow::body);
+  return columns.take();
 }
 
 // ---- container ---------------------------------------------------------------------------------

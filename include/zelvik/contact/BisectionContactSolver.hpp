@@ -2,15 +2,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <memory>
 #include <vector>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 #include <zelvik/export.hpp>
 
 namespace zelvik {
+class Object;
 class World;
-}
+}  // namespace zelvik
 
 namespace zelvik::contact {
+
+class ContactSweep;
 
 /// Gauss-Seidel over contacts with an exact solution of each Coulomb contact.
 ///
@@ -23,7 +27,8 @@ namespace zelvik::contact {
 /// exactly where normal and tangential motion are uncoupled.
 ///
 /// A contact whose block is singular is solved in the subspace that the block reaches
-/// (`Single3DContactProblem::checkRank`); nothing is regularised and nothing is warm-started.
+/// (`Single3DContactProblem::checkRank`); nothing is regularised. The solver
+/// keeps no impulses between steps; `World::setWarmStart` does.
 ///
 /// The target of the normal velocity is max((v_n - 2 v_impact - threshold) (restitution + erp2), 0)
 /// - depth erp. Source of the iteration over contacts: F. Jourdan, P. Alart, M. Jean, A
@@ -31,12 +36,20 @@ namespace zelvik::contact {
 /// Eng. 155 (1998).
 class ZELVIK_API BisectionContactSolver {
  public:
+  BisectionContactSolver();
+  ~BisectionContactSolver();
+
   /// Solves in place: on return every `imp_` holds the impulse, and objects linked by `objA_` and
   /// `objB_` hold their velocity after it. Sweeps until the sum of squared residuals is at most
   /// (number of problems) threshold, or the sweep limit is reached; at least one sweep runs.
   /// Consecutive solves sweep in opposite directions. No allocation once `errorHistory_` has its
   /// size.
   void solve(ContactProblemList& problems);
+  /// The same for the problems of a step of a world, whose objects are given in list order: the
+  /// coupling is taken from the contacts of the objects, into arrays made for the sweeps. Impulses
+  /// and velocities agree with those of the other form up to rounding. `imp_` is where the sweeps
+  /// start. No allocation once the arrays have their size.
+  void solve(ContactProblemList& problems, const std::vector<Object*>& objects);
 
   /// Sweeps of the last solve.
   int getLoopCounter() const { return loopCounter_; }
@@ -70,6 +83,8 @@ class ZELVIK_API BisectionContactSolver {
   void prepare(ContactProblemList& problems);
   void prepareProblem(Single3DContactProblem& problem) const;
   double visit(Single3DContactProblem& problem) const;
+  template <typename Visit>
+  void sweep(size_t count, Visit visit);
 
   int loopCounter_ = 0;
   bool forwardSweep_ = true;
@@ -83,6 +98,7 @@ class ZELVIK_API BisectionContactSolver {
   double erp2_ = 0.002;
   int maxIterations_ = 150;
   std::vector<double> errorHistory_;
+  std::unique_ptr<ContactSweep> rows_;
 };
 
 }  // namespace zelvik::contact

@@ -19,6 +19,9 @@ ZELVIK_API void matrixInversion22(const Mat<2, 2>& in, Mat<2, 2>& out);
 /// The solver's view of one contact, wire or joint limit. All vectors and blocks are in the contact
 /// frame (tangent, tangent, normal). D is `delassus_`.
 struct ZELVIK_API Single3DContactProblem {
+  /// Friction below which only the normal is solved.
+  static constexpr double kFrictionless = 0.0001;
+
   /// Meaning of `rank_`.
   enum Rank : unsigned int {
     NOTHING_MOVES = 0,  ///< the solver skips it

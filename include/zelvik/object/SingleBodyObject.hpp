@@ -259,6 +259,8 @@ class ZELVIK_API SingleBodyObject : public Object {
   std::string appearance_;               ///< see `setAppearance`
 
  private:
+  friend class contact::ContactSweep;
+
   void computeFreeVelocities(const Mat<3, 1>& gravity, double dt);
   void computeFreeAngularVelocity(double dt);
   void applyDamping(double dt);
@@ -268,6 +270,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void computeCouplingBlocks();
   void computeTauStar();
   void computeContactMaps();
+  void startFromFreeVelocity();
   void applyContactImpulses();
   Vec3 addForceAtPoint(const Mat<3, 1>& pos, const Mat<3, 1>& force);
   void integratePosition(double dt);

@@ -576,6 +576,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
  private:
   friend class urdf::LoadFromURDF2;
   friend class TreeSweeps;
+  friend class contact::ContactSweep;
 
   void writeUnusualPose(const CollisionDefinition& shape);
   bool prepareModelFile(const std::string& argument, const std::string& resDir);

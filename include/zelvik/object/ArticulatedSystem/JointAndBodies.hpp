@@ -20,6 +20,10 @@ class Joint {
   enum Type : std::int32_t { FIXED = 0, REVOLUTE = 1, PRISMATIC = 2, SPHERICAL = 3, FLOATING = 4 };
 };
 
+// The shapes carry the names of the object types on purpose; scoped as they are, none hides
+// another.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"
 /// Kinds of shapes of an articulated system.
 struct Shape {
   /// In brackets: what a shape's `size` holds, full lengths in metres.
@@ -31,6 +35,7 @@ struct Shape {
     CAPSULE = 4    ///< radius, length of the cylinder part
   };
 };
+#pragma GCC diagnostic pop
 
 /// Coordinates that a joint of this type adds; 0 for `FIXED` and anything invalid.
 ZELVIK_API size_t coordinateCount(Joint::Type type);

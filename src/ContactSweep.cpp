@@ -1,0 +1,178 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include "ContactSweep.hpp"
+
+#include <zelvik/object/Object.hpp>
+
+#include "ContactLaw.hpp"
+#include "JointLimitLaw.hpp"
+
+namespace zelvik::contact {
+
+namespace {
+
+inline Lanes velocityOf(const BodySide& side) {
+  return side.frame * side.velocity->linear + side.lever * side.velocity->angular;
+}
+
+inline void handOnTo(const BodySide& side, const Lanes& change) {
+  side.velocity->linear += side.push * change;
+  side.velocity->angular += side.spin * change;
+}
+
+inline void handOnTo(const PointSide& side, const Lanes& change) {
+  *side.applied += change;
+  const Lanes x = splat<0>(change), y = splat<1>(change), z = splat<2>(change);
+  const Lanes* block = side.blocks;
+  for (size_t j = 0; j < side.count; ++j, block += 3)
+    side.velocities[j] += block[0] * x + (block[1] * y + block[2] * z);
+}
+
+inline bool isZero(const Lanes& a) {
+  return a[0] == 0.0 && a[1] == 0.0 && a[2] == 0.0;
+}
+
+inline double sumOfThree(const Lanes& a) {
+  return a[0] + (a[1] + a[2]);
+}
+
+/// The velocity of a side of a pair without a path of its own, as it enters with the side's sign.
+Lanes velocityOfSide(const ContactRow& row, size_t side) {
+  const double sign = side == 0 ? 1.0 : -1.0;
+  switch (row.sideKinds[side]) {
+    case SideKind::BODY:
+      return velocityOf(row.bodies[side]);
+    case SideKind::POINT:
+      return sign * *row.points[side].velocity;
+    case SideKind::QUERY: {
+      Vec3 v;
+      row.objects[side]->getContactPointVel(row.contactIdx[side], v);
+      return sign * toLanes(v);
+    }
+    default:
+      return Lanes{};
+  }
+}
+
+void handOnToSide(const ContactRow& row, size_t side, const Lanes& change) {
+  const double sign = side == 0 ? 1.0 : -1.0;
+  switch (row.sideKinds[side]) {
+    case SideKind::BODY:
+      return handOnTo(row.bodies[side], change);
+    case SideKind::POINT:
+      return handOnTo(row.points[side], sign * change);
+    case SideKind::QUERY:
+      return row.objects[side]->updateGenVelWithImpulse(row.contactIdx[side],
+                                                        toVec3(sign * change));
+    default:
+      return;
+  }
+}
+
+/// What the record's law makes of the impulse where the closed form of rank 3 does not serve: other
+/// ranks, no friction, and contacts that slide from `start`, which is outside of the cone.
+/// @param v velocity with the impulse of the row (m/s)
+/// @return false if the contact opens for good
+__attribute__((noinline)) bool solveByLaw(ContactRow& row, const Lanes& start, const Lanes& v,
+                                          double z, Lanes& impulse) {
+  Single3DContactProblem& p = *row.problem;
+  const Vec3 withoutOwn = toVec3(v) - p.delassus_ * toVec3(row.impulse);
+  p.imp_ = toVec3(start);
+  const bool isClosed = row.isOrdinary ? slide(p, withoutOwn, z) : solveClosed(p, withoutOwn, z);
+  impulse = toLanes(p.imp_);
+  return isClosed;
+}
+
+}  // namespace
+
+inline Lanes ContactSweep::velocity(const ContactRow& row) const {
+  switch (row.coupling) {
+    case Coupling::ONE_BODY:
+      return row.free + velocityOf(row.bodies[0]);
+    case Coupling::TWO_BODIES:
+      return (row.free + velocityOf(row.bodies[0])) + velocityOf(row.bodies[1]);
+    case Coupling::ONE_POINT:
+      return row.free + row.sign * *row.points[0].velocity;
+    default:
+      return row.free + velocityOfSide(row, 0) + velocityOfSide(row, 1);
+  }
+}
+
+inline void ContactSweep::handOn(const ContactRow& row, const Lanes& change) {
+  switch (row.coupling) {
+    case Coupling::ONE_BODY:
+      return handOnTo(row.bodies[0], change);
+    case Coupling::TWO_BODIES:
+      handOnTo(row.bodies[0], change);
+      return handOnTo(row.bodies[1], change);
+    case Coupling::ONE_POINT:
+      return handOnTo(row.points[0], row.sign * change);
+    default:
+      handOnToSide(row, 0, change);
+      return handOnToSide(row, 1, change);
+  }
+}
+
+double ContactSweep::visit(size_t index, double relaxation) {
+  ContactRow& row = rows_[index];
+  if (row.kind == RowKind::CONTACT) return visitContact(row, relaxation);
+  return row.kind == RowKind::LIMIT ? visitLimit(row) : 0.0;
+}
+
+/// With v the velocity minus the target, all impulses applied, the impulse that sticks is
+/// p - D^-1 v: what the contact has already need not be taken out first.
+inline double ContactSweep::visitContact(ContactRow& row, double relaxation) {
+  const Lanes v = velocity(row);
+  const Lanes old = row.impulse;
+  const double w = sumOfThree(row.normal * old);
+  const double z = v[2] - w;   // without the own impulse
+  if (z + row.target > 0.0) {  // opens
+    if (!isZero(old)) {
+      const Lanes change = -relaxation * old;
+      row.impulse = old + change;
+      handOn(row, change);
+    }
+    return w * w;
+  }
+  Lanes change = row.stick * v;
+  Lanes impulse = old + change;
+  const Lanes square = impulse * impulse;
+  const bool sticks =
+      row.isOrdinary && square[0] + square[1] <= row.cone * square[2] && impulse[2] >= 0.0;
+  if (!sticks) {
+    const Lanes withTarget = v + Lanes{0.0, 0.0, row.target, 0.0};
+    const bool isClosed = solveByLaw(row, row.isOrdinary ? impulse : old, withTarget, z, impulse);
+    change = impulse - old;
+    if (isClosed) change *= relaxation;
+  } else {
+    change *= relaxation;
+  }
+  row.impulse = old + change;
+  if (!isZero(change)) handOn(row, change);
+  return v[2] * v[2];
+}
+
+double ContactSweep::visitLimit(ContactRow& row) {
+  Single3DContactProblem& p = *row.problem;
+  if (row.sideKinds[0] != SideKind::POINT) {
+    const double residual = p.objA_->enforceJointLimits(p);
+    return residual * residual;
+  }
+  const Lanes& u = *row.points[0].velocity;
+  Vec3 change{};
+  const double residual = row.isOrdinary ? enforceAxisLimit(p, u[0], change[0])
+                                         : enforceConeLimit(p, toVec3(u), change);
+  if (residual != 0.0) handOnTo(row.points[0], toLanes(change));
+  return residual * residual;
+}
+
+void ContactSweep::handOnInitialImpulses() {
+  for (const ContactRow& row : rows_) {
+    if (row.kind == RowKind::CONTACT)
+      handOn(row, row.impulse);
+    else
+      row.problem->imp_.setZero();
+  }
+}
+
+}  // namespace zelvik::contact

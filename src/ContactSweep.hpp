@@ -1,0 +1,168 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <zelvik/contact/Single3DContactProblem.hpp>
+
+#include "Lanes.hpp"
+
+// The sweeps of a world's problems, over arrays of their own.
+//
+// A record is made for its reader: it is large and couples to others through lists of pointers and
+// through objects. A sweep wants little data in one piece, so the problems of a step are written
+// out as rows:
+//
+//   caller's step -> prepare (records) -> build (rows) -> visit, visit, ... -> finish (records,
+//   velocities of objects)
+//
+// A row knows the velocity of its contact from the velocities of up to two sides. What a side is:
+//
+//   body   a rigid body: three linear and three angular velocities, which the impulses of all of
+//          its contacts change
+//   point  a contact or joint limit of a robot with at most `kMaxPoints` of them: the velocities of
+//          all points of the robot are at hand, and an impulse at one changes all of them by blocks
+//          that are computed once per step
+//   query  an object that is asked by its virtual functions: a robot with many contacts
+//
+// The rows hold the same numbers as the records in another order: the impulses are those of
+// `BisectionContactSolver::solve` up to rounding.
+
+namespace zelvik {
+
+class ArticulatedSystem;
+class Object;
+class SingleBodyObject;
+
+namespace contact {
+
+/// Three columns of three values; the fourth value of each is zero.
+struct LaneMatrix {
+  Lanes columns[3];
+};
+
+template <int i>
+inline Lanes splat(const Lanes& a) {
+  return __builtin_shufflevector(a, a, i, i, i, i);
+}
+
+inline Lanes operator*(const LaneMatrix& A, const Lanes& x) {
+  return A.columns[0] * splat<0>(x) + (A.columns[1] * splat<1>(x) + A.columns[2] * splat<2>(x));
+}
+
+/// (x, y, z, 0)
+inline Lanes toLanes(const Vec3& a) {
+  return Lanes{a[0], a[1], a[2], 0.0};
+}
+
+inline Vec3 toVec3(const Lanes& a) {
+  return {{a[0], a[1], a[2]}};
+}
+
+/// Velocity of a rigid body (m/s and rad/s, world axes), without what `tauStar_` already holds.
+struct BodyVelocity {
+  Lanes linear{}, angular{};
+};
+
+/// A row's view of a rigid body. On the B side all matrices are negated.
+struct BodySide {
+  BodyVelocity* velocity = nullptr;
+  LaneMatrix frame;  ///< world to contact frame
+  LaneMatrix lever;  ///< contact-frame velocity from the angular velocity
+  LaneMatrix push;   ///< linear velocity per unit impulse
+  LaneMatrix spin;   ///< angular velocity per unit impulse
+};
+
+/// A row's view of a robot's point.
+struct PointSide {
+  Lanes* velocity = nullptr;      ///< of the point itself, among those of the robot (contact frame)
+  Lanes* applied = nullptr;       ///< sum of the impulses at the point
+  Lanes* velocities = nullptr;    ///< of all points of the robot
+  const Lanes* blocks = nullptr;  ///< three columns for each of them
+  size_t count = 0;
+};
+
+enum class SideKind : unsigned char { NONE, BODY, POINT, QUERY };
+enum class RowKind : unsigned char { IDLE, LIMIT, CONTACT };
+/// Pairs of sides that have a path of their own.
+enum class Coupling : unsigned char { ONE_BODY, TWO_BODIES, ONE_POINT, OTHER };
+
+/// One problem of the sweeps. All values are in the contact frame.
+struct ContactRow {
+  Lanes free;        ///< velocity without what the sides hold, minus the target (m/s)
+  Lanes impulse;     ///< (N s)
+  Lanes normal;      ///< third column of D (1/kg)
+  LaneMatrix stick;  ///< -D^-1 for rank 3 (kg)
+  double target;     ///< of the normal velocity (m/s)
+  double cone;       ///< factor on the square of the normal impulse for a contact that sticks
+  Single3DContactProblem* problem;
+  RowKind kind;
+  Coupling coupling;
+  bool isOrdinary;  ///< rank 3 with friction
+  SideKind sideKinds[2];
+  double sign;  ///< of the only side
+  PointSide points[2];
+  Object* objects[2];
+  size_t contactIdx[2];
+  BodySide bodies[2];
+};
+
+/// Rows, velocities and blocks; the memory is kept between steps.
+class ContactSweep {
+ public:
+  /// Points of a robot above which blocks between all of them cost more than they save.
+  static constexpr size_t kMaxPoints = 32;
+
+  /// Writes out prepared problems. @param objects the objects of the world in list order
+  void build(ContactProblemList& problems, const std::vector<Object*>& objects);
+  /// Hands the impulses that the records already hold to the sides; those that no side takes become
+  /// zero.
+  void handOnInitialImpulses();
+  /// One visit. @return what it adds to the error of the sweep (m^2/s^2)
+  double visit(size_t row, double relaxation);
+  /// Writes impulses back to the records, and velocities to the objects that hold them.
+  void finish();
+
+ private:
+  /// A point of a robot: its Jacobian, and M^-1 J^T in three rows of values per velocity.
+  struct Point {
+    const double* columns;  ///< three values each
+    const size_t* velocityIdx;
+    size_t size;
+    const double* responses[3];
+    size_t limitIdx[3];  ///< velocities of a limit
+    size_t row;
+    size_t side;  ///< 0 for A, 1 for B
+  };
+  struct Robot {
+    ArticulatedSystem* system;
+    size_t first, count;  ///< in the list of points
+    size_t firstBlock;    ///< in `blocks_`
+  };
+
+  void writeRow(Single3DContactProblem& problem, ContactRow& row);
+  void attachBody(SingleBodyObject& body);
+  void attachRobot(ArticulatedSystem& system, const ContactProblemList& problems, size_t& limit);
+  void appendContactPoint(ArticulatedSystem& system, size_t contactIdx);
+  void appendLimitPoint(ArticulatedSystem& system, const Single3DContactProblem& p, size_t row);
+  void attachQuery(Object& object, size_t contactIdx);
+  void connectPoints();
+  void computePoints(const Robot& robot);
+  void chooseCouplings();
+  void finishRobot(const Robot& robot);
+
+  Lanes velocity(const ContactRow& row) const;
+  void handOn(const ContactRow& row, const Lanes& change);
+  double visitContact(ContactRow& row, double relaxation);
+  double visitLimit(ContactRow& row);
+
+  AlignedVector<ContactRow> rows_;
+  AlignedVector<BodyVelocity> bodyVelocities_;    ///< by place in the world
+  std::vector<SingleBodyObject*> queriedBodies_;  ///< whose `genVel_` is to show the result
+  std::vector<Robot> robots_;
+  std::vector<Point> points_;
+  AlignedVector<Lanes> pointVelocities_, pointImpulses_, blocks_;
+  std::vector<double> zeros_;  ///< responses of a point that has fewer than three
+};
+
+}  // namespace contact
+}  // namespace zelvik

@@ -1,0 +1,274 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/object/SingleBodyObject.hpp>
+
+#include "ContactLaw.hpp"
+#include "ContactSweep.hpp"
+
+// From records and objects to rows, and back.
+
+namespace zelvik::contact {
+
+namespace {
+
+constexpr double kIdentity[12] = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0};
+
+LaneMatrix columnsOf(const Mat33& A, double factor) {
+  return {{factor * toLanes(column(A, 0)), factor * toLanes(column(A, 1)),
+           factor * toLanes(column(A, 2))}};
+}
+
+/// Three values and a zero.
+Lanes lanesAt(const double* v) {
+  return Lanes{v[0], v[1], v[2], 0.0};
+}
+
+/// Block of the velocities at one point per unit impulse at another one, whose responses are given.
+void computeBlock(const double* columns, const size_t* idx, size_t size,
+                  const double* const* responses, Lanes* block) {
+  Lanes x{}, y{}, z{};
+  for (size_t e = 0; e < size; ++e) {
+    const Lanes column = loadLanes(columns + 3 * e);
+    x += column * responses[0][idx[e]];
+    y += column * responses[1][idx[e]];
+    z += column * responses[2][idx[e]];
+  }
+  block[0] = x;
+  block[1] = y;
+  block[2] = z;
+}
+
+/// The transpose; fourth values are of no use on either side.
+void transposeBlock(const Lanes* from, Lanes* to) {
+  Lanes a = from[0], b = from[1], c = from[2], d{};
+  transposeLanes(a, b, c, d);
+  to[0] = a;
+  to[1] = b;
+  to[2] = c;
+}
+
+}  // namespace
+
+void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*>& objects) {
+  rows_.resize(problems.size());
+  for (size_t i = 0; i < problems.size(); ++i) writeRow(problems[i], rows_[i]);
+
+  bodyVelocities_.resize(objects.size());
+  queriedBodies_.clear();
+  robots_.clear();
+  points_.clear();
+  size_t limit = 0;  // limits stand behind the contacts, in the order of the objects
+  while (limit < problems.size() && rows_[limit].kind != RowKind::LIMIT) ++limit;
+  for (Object* object : objects) {
+    if (object->getBodyType() != BodyType::DYNAMIC) continue;
+    if (object->getObjectType() == ARTICULATED_SYSTEM)
+      attachRobot(static_cast<ArticulatedSystem&>(*object), problems, limit);
+    else
+      attachBody(static_cast<SingleBodyObject&>(*object));
+  }
+  connectPoints();
+  chooseCouplings();
+}
+
+void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
+  using Problem = Single3DContactProblem;
+  row.problem = &p;
+  row.kind = p.rank_ == Problem::JOINT_LIMIT     ? RowKind::LIMIT
+             : p.rank_ == Problem::NOTHING_MOVES ? RowKind::IDLE
+                                                 : RowKind::CONTACT;
+  row.sideKinds[0] = row.sideKinds[1] = SideKind::NONE;
+  row.sign = 1.0;
+  row.target = p.targetVelZ_;
+  row.free = toLanes(p.tauStar_) - Lanes{0.0, 0.0, p.targetVelZ_, 0.0};
+  row.impulse = toLanes(p.imp_);
+  row.normal = toLanes(column(p.delassus_, 2));
+  row.isOrdinary = p.rank_ == Problem::FULL && p.mu_ >= Problem::kFrictionless;
+  row.cone = p.mu_ * p.mu_ * kConeTolerance;
+  row.stick = columnsOf(p.delassusInv_, -1.0);
+}
+
+void ContactSweep::attachBody(SingleBodyObject& body) {
+  const std::vector<Contact>& contacts = body.getContacts();
+  if (contacts.empty()) return;
+  BodyVelocity& velocity = bodyVelocities_[body.getIndexInWorld()];
+  velocity = {};
+  if (!body.usesFullDelassus()) {
+    velocity.linear = Lanes{body.genVel_[0], body.genVel_[1], body.genVel_[2], 0.0};
+    velocity.angular = Lanes{body.genVel_[3], body.genVel_[4], body.genVel_[5], 0.0};
+    queriedBodies_.push_back(&body);
+  }
+  for (size_t i = 0; i < contacts.size(); ++i) {
+    const Contact& c = contacts[i];
+    const size_t s = c.objectA_ ? 0 : 1;
+    const double sign = c.objectA_ ? 1.0 : -1.0;
+    ContactRow& row = rows_[c.contactProblemIndex_];
+    row.sideKinds[s] = SideKind::BODY;
+    BodySide& side = row.bodies[s];
+    side.velocity = &velocity;
+    const Mat<3, 6>& G = body.contactJacobian_[i];
+    const Mat<6, 3>& B = body.contactImpulseMap_[i];
+    for (size_t k = 0; k < 3; ++k) {
+      side.frame.columns[k] = sign * lanesAt(G.v + 3 * k);
+      side.lever.columns[k] = sign * lanesAt(G.v + 9 + 3 * k);
+      side.push.columns[k] = sign * lanesAt(B.v + 6 * k);
+      side.spin.columns[k] = sign * lanesAt(B.v + 6 * k + 3);
+    }
+  }
+}
+
+void ContactSweep::attachRobot(ArticulatedSystem& system, const ContactProblemList& problems,
+                               size_t& limit) {
+  const size_t first = points_.size();
+  const std::vector<Contact>& contacts = system.getContacts();
+  const size_t known = std::min(contacts.size(), system.numContacts_);
+  size_t limits = 0;
+  while (limit + limits < problems.size() && problems[limit + limits].objA_ == &system) ++limits;
+  if (known + limits <= kMaxPoints) {
+    for (size_t i = 0; i < known; ++i)
+      if (!contacts[i].skip_) appendContactPoint(system, i);
+    for (size_t k = 0; k < limits; ++k) appendLimitPoint(system, problems[limit + k], limit + k);
+    if (points_.size() > first) robots_.push_back({&system, first, points_.size() - first, 0});
+  } else {
+    for (size_t i = 0; i < contacts.size(); ++i)
+      if (!contacts[i].skip_) attachQuery(system, i);
+  }
+  limit += limits;
+}
+
+void ContactSweep::appendContactPoint(ArticulatedSystem& system, size_t contactIdx) {
+  const Contact& c = system.getContacts()[contactIdx];
+  const SparseJacobian& J = system.contactFrameJacobians_[contactIdx];
+  const double* responses = system.contactResponses_[contactIdx].v;
+  const size_t stride = system.factor_.stride();
+  points_.push_back({J.v.v,
+                     J.idx.data(),
+                     J.size,
+                     {responses, responses + stride, responses + 2 * stride},
+                     {},
+                     c.contactProblemIndex_,
+                     c.objectA_ ? 0u : 1u});
+}
+
+/// A limit of an axis moves one velocity, a limit of a cone three.
+void ContactSweep::appendLimitPoint(ArticulatedSystem& system, const Single3DContactProblem& p,
+                                    size_t row) {
+  const size_t n = system.dof_, d = system.dofStart_[p.contactIdxA_];
+  const double* inverse = system.massInverse_.v;
+  const bool isAxis = system.jointType_[p.contactIdxA_] != Joint::SPHERICAL;
+  if (zeros_.size() < n) zeros_.resize(n, 0.0);
+  rows_[row].isOrdinary = isAxis;
+  points_.push_back({kIdentity,
+                     nullptr,
+                     isAxis ? 1u : 3u,
+                     {inverse + d * n, isAxis ? zeros_.data() : inverse + (d + 1) * n,
+                      isAxis ? zeros_.data() : inverse + (d + 2) * n},
+                     {d, d + 1, d + 2},
+                     row,
+                     0});
+}
+
+void ContactSweep::attachQuery(Object& object, size_t contactIdx) {
+  const Contact& c = object.getContacts()[contactIdx];
+  const size_t s = c.objectA_ ? 0 : 1;
+  ContactRow& row = rows_[c.contactProblemIndex_];
+  row.sideKinds[s] = SideKind::QUERY;
+  row.objects[s] = &object;
+  row.contactIdx[s] = contactIdx;
+}
+
+/// Room for velocities and blocks, and the rows' way to them.
+void ContactSweep::connectPoints() {
+  size_t blockCount = 0;
+  for (Robot& robot : robots_) {
+    robot.firstBlock = blockCount;
+    blockCount += 3 * robot.count * robot.count;
+  }
+  if (blocks_.size() < blockCount) blocks_.resize(blockCount);
+  if (pointVelocities_.size() < points_.size()) {
+    pointVelocities_.resize(points_.size());
+    pointImpulses_.resize(points_.size());
+  }
+  for (Point& point : points_)
+    if (point.velocityIdx == nullptr) point.velocityIdx = point.limitIdx;
+  for (const Robot& robot : robots_) {
+    computePoints(robot);
+    for (size_t i = 0; i < robot.count; ++i) {
+      const Point& point = points_[robot.first + i];
+      ContactRow& row = rows_[point.row];
+      row.sideKinds[point.side] = SideKind::POINT;
+      row.points[point.side] = {&pointVelocities_[robot.first + i],
+                                &pointImpulses_[robot.first + i], &pointVelocities_[robot.first],
+                                &blocks_[robot.firstBlock + 3 * i * robot.count], robot.count};
+    }
+  }
+}
+
+/// Velocities before the sweeps, and the blocks, of which only half are computed.
+void ContactSweep::computePoints(const Robot& robot) {
+  const Point* points = &points_[robot.first];
+  const size_t n = robot.count;
+  Lanes* blocks = &blocks_[robot.firstBlock];
+  const double* u = robot.system->gvTemp_.v;
+  for (size_t j = 0; j < n; ++j) {
+    const Point& point = points[j];
+    Lanes v{};
+    for (size_t e = 0; e < point.size; ++e)
+      v += loadLanes(point.columns + 3 * e) * u[point.velocityIdx[e]];
+    pointVelocities_[robot.first + j] = v;
+    pointImpulses_[robot.first + j] = Lanes{};
+    for (size_t i = 0; i <= j; ++i) {
+      Lanes* block = blocks + 3 * (i * n + j);
+      computeBlock(point.columns, point.velocityIdx, point.size, points[i].responses, block);
+      if (i < j) transposeBlock(block, blocks + 3 * (j * n + i));
+    }
+  }
+}
+
+/// The only side of a row stands in front, with its sign.
+void ContactSweep::chooseCouplings() {
+  for (ContactRow& row : rows_) {
+    const SideKind a = row.sideKinds[0], b = row.sideKinds[1];
+    row.coupling = Coupling::OTHER;
+    if (a == SideKind::BODY && b == SideKind::BODY) row.coupling = Coupling::TWO_BODIES;
+    if (a != SideKind::NONE && b != SideKind::NONE) continue;
+    const size_t s = a != SideKind::NONE ? 0 : 1;
+    if (row.sideKinds[s] == SideKind::BODY) {
+      row.coupling = Coupling::ONE_BODY;
+      if (s == 1) row.bodies[0] = row.bodies[1];
+    } else if (row.sideKinds[s] == SideKind::POINT) {
+      row.coupling = Coupling::ONE_POINT;
+      if (s == 1) row.points[0] = row.points[1];
+      row.sign = s == 0 ? 1.0 : -1.0;
+    }
+  }
+}
+
+void ContactSweep::finish() {
+  for (const ContactRow& row : rows_)
+    if (row.kind == RowKind::CONTACT) row.problem->imp_ = toVec3(row.impulse);
+  for (SingleBodyObject* body : queriedBodies_) {
+    const BodyVelocity& velocity = bodyVelocities_[body->getIndexInWorld()];
+    for (int k = 0; k < 3; ++k) {
+      body->genVel_[k] = velocity.linear[k];
+      body->genVel_[3 + k] = velocity.angular[k];
+    }
+  }
+  for (const Robot& robot : robots_) finishRobot(robot);
+}
+
+/// u += M^-1 J^T p, summed over the points.
+void ContactSweep::finishRobot(const Robot& robot) {
+  double* u = robot.system->gvTemp_.v;
+  for (size_t i = robot.first; i < robot.first + robot.count; ++i) {
+    const Point& point = points_[i];
+    if (point.size == 0) continue;
+    const Lanes p = pointImpulses_[i];
+    for (size_t k = 0; k < robot.system->dof_; ++k)
+      u[k] += point.responses[0][k] * p[0] + point.responses[1][k] * p[1] +
+              point.responses[2][k] * p[2];
+  }
+}
+
+}  // namespace zelvik::contact

@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+#include <zelvik/contact/Contact.hpp>
+
+namespace zelvik {
+
+class Object;
+
+/// The impulses of the last step, from which the next one may start.
+///
+/// A contact is known again by its pair of bodies and, among the points of the pair, as the nearest
+/// one that no other contact has taken. What was not there before starts at zero, and so do joint
+/// limits, whose visits only ever add to an impulse. The answers depend on the order of contacts
+/// only.
+class ImpulseMemory {
+ public:
+  /// Takes the impulses out of solved contacts. @param dt time step of the solve (s)
+  void store(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
+  /// went since the last `store`. @param dt time step of the coming solve (s)
+  void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  void clear() { entries_.clear(); }
+
+ private:
+  /// Two bodies, each by object and place.
+  struct Key {
+    size_t objectA, bodyA, objectB, bodyB;
+    bool operator==(const Key& other) const {
+      return objectA == other.objectA && bodyA == other.bodyA && objectB == other.objectB &&
+             bodyB == other.bodyB;
+    }
+  };
+  struct Entry {
+    Key key;
+    Vec3 position;  ///< (m, world axes)
+    Vec3 impulse;   ///< on the A side (N s, world axes)
+    std::uint32_t next;
+    bool isTaken;
+  };
+  static constexpr std::uint32_t kNoEntry = ~0u;
+
+  static Key contactKey(const std::vector<Object*>& objects, const Object& object,
+                        const contact::Contact& c);
+  template <typename Visit>
+  static void forEachAssembled(const std::vector<Object*>& objects, Visit visit);
+  std::uint32_t& headOf(const Key& key);
+  void append(const Key& key, const Vec3& position, const Vec3& impulse);
+  Entry* takeNearest(const Key& key, const Vec3& position);
+
+  std::vector<Entry> entries_;
+  std::vector<std::uint32_t> heads_;  ///< a power of two of chains
+  double timeStep_ = 0.0;
+  size_t objectChangeCount_ = 0;
+};
+
+}  // namespace zelvik

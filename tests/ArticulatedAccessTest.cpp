@@ -1,0 +1,273 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <functional>
+
+#include <zelvik/World.hpp>
+
+#include "ArticulatedTestTools.hpp"
+
+namespace zelvik {
+namespace {
+
+using namespace articulated_test;
+
+struct Refusal {
+  const char* message;
+  std::function<void(AS&)> call;
+};
+
+/// A floating system of three bodies; the root carries one shape of each kind.
+std::unique_ptr<AS> systemWithShapes() {
+  scenes::RandomTreeOptions options;
+  options.bodies = 3;
+  options.floatingBase = true;
+  Child root = scenes::randomTree(1, options);
+  const std::pair<Shape::Type, std::vector<double>> shapes[] = {{Shape::BOX, {0.1, 0.2, 0.3}},
+                                                                {Shape::SPHERE, {0.1}},
+                                                                {Shape::CAPSULE, {0.1, 0.2}},
+                                                                {Shape::CYLINDER, {0.1, 0.2}}};
+  for (const auto& [shape, size] : shapes) {
+    CollisionBody body;
+    body.shape = shape;
+    body.size = size;
+    body.collisionBodyName = "shape" + std::to_string(root.collisionBodies.size());
+    root.collisionBodies.push_back(body);
+  }
+  return std::make_unique<AS>(root, ".");
+}
+
+void expectRefused(AS& system, const std::vector<Refusal>& refusals) {
+  const VecDyn gc = system.getGeneralizedCoordinate();
+  for (const Refusal& refusal : refusals)
+    messages::expect(
+        refusal.message, [&] { refusal.call(system); }, messages::OnFatal::GO_ON);
+  for (size_t i = 0; i < gc.n; ++i) EXPECT_EQ(system.getGeneralizedCoordinate()[i], gc[i]);
+}
+
+TEST(ArticulatedAccess, IndicesAndCountsOutOfRangeAreRefused) {
+  const auto system = systemWithShapes();
+  const VecDyn before = system->getGeneralizedCoordinate();
+  VecDyn tooLong(before.n + 1), coordinates(before.n);
+  Mat33 R;
+  Vec3 p;
+  SparseJacobian tooSmall;
+  tooSmall.reserve(1);
+  expectRefused(
+      *system,
+      {{"setPGain: 99 values are given, but there is room for",
+        [&](AS& s) { s.setPGain(VecDyn(99)); }},
+       {"setForceLimits, upper: ", [&](AS& s) { s.setForceLimits(VecDyn(1), VecDyn(99)); }},
+       {"setForceLimits, lower: ", [&](AS& s) { s.setForceLimits(VecDyn(99), VecDyn(1)); }},
+       {"setGeneralizedCoordinate: ", [&](AS& s) { s.setGeneralizedCoordinate(tooLong); }},
+       {"setJointLimits: 99 limits are given",
+        [](AS& s) { s.setJointLimits(std::vector<JointLimit>(99)); }},
+       {"setSprings: body index 3 is out of range, there are 3 bodies",
+        [](AS& s) {
+          s.setSprings({JointSpring{3, 1.0, {}}});
+        }},
+       {"getPosition: body index 3 is out of range", [&](AS& s) { s.getPosition(3, p); }},
+       {"getFrameOrientation: frame index 99 is out of range",
+        [&](AS& s) { s.getFrameOrientation(99, R); }},
+       {"unknown body id", [](AS& s) { EXPECT_EQ(s.getBodyIdx("nobody"), SIZE_MAX); }},
+       {"unknown frame id", [](AS& s) { EXPECT_EQ(s.getFrameIdxByName("nowhere"), SIZE_MAX); }},
+       {"the Jacobian has room for ", [&](AS& s) { s.getSparseJacobian_internal(2, p, tooSmall); }},
+       {"integratePosition: ", [&](AS& s) { s.integratePosition(coordinates, VecDyn(1), 0.1); }}});
+  EXPECT_TRUE(system->getSprings().empty());
+}
+
+TEST(ArticulatedAccess, ShapesOfBodiesTakeTheirParametersOnly) {
+  const auto system = systemWithShapes();
+  const auto resize = [](size_t shape, std::vector<double> size) {
+    return [shape, size](AS& s) { s.setCollisionObjectShapeParameters(shape, size); };
+  };
+  expectRefused(
+      *system,
+      {{"is a box and takes three parameters", resize(0, {1.0})},
+       {"is a sphere and takes only one parameter", resize(1, {1.0, 1.0})},
+       {"is a capsule and takes two parameters", resize(2, {1.0})},
+       {"is a cylinder and takes two parameters", resize(3, {1.0, 1.0, 1.0})},
+       {"'shape1' cannot take the size -1", resize(1, {-1.0})},
+       {"setCollisionObjectShapeParameters: collision object index 4 is out of range, there are 4",
+        resize(4, {1.0})},
+       {"setCollisionObjectPositionOffset: collision object index 4",
+        [](AS& s) { s.setCollisionObjectPositionOffset(4, {}); }},
+       {"setCollisionObjectOrientationOffset: collision object index 4",
+        [](AS& s) { s.setCollisionObjectOrientationOffset(4, {}); }}});
+}
+
+TEST(ArticulatedAccess, TheBaseTurnsAsTold) {
+  const Mat33 quarter{{0.0, 1.0, 0.0, -1.0, 0.0, 0.0, 0.0, 0.0, 1.0}};
+  const Vec3 position{{1.0, 2.0, 3.0}};
+  for (const bool floating : {false, true}) {
+    const auto system = randomSystem(floating, 3);
+    Vec3 before, after;
+    Mat33 R;
+    system->setBasePos(Vec3{});
+    system->setBaseOrientation(Mat33::identity());
+    system->getPosition(5, before);
+    system->setBaseOrientation(quarter);
+    system->setBasePos(position);
+    system->getPosition(5, after);
+    EXPECT_LT(norm(after - (position + quarter * before)), 1e-14);
+    system->getOrientation(0, R);
+    for (size_t k = 0; k < 9; ++k) EXPECT_NEAR(R[k], quarter[k], 1e-15);
+    Vec4 q{{9.0, 9.0, 9.0, 9.0}};
+    const std::string text = messages::of([&] { system->getBaseOrientation(q); });
+    EXPECT_EQ(text.find("This method is only for floating base") != std::string::npos, !floating);
+    EXPECT_NEAR(q[0], floating ? std::sqrt(0.5) : 9.0, 1e-15);
+    EXPECT_NEAR(q[3], floating ? std::sqrt(0.5) : 9.0, 1e-15);
+  }
+}
+
+TEST(ArticulatedAccess, ShapesMoveWithTheirOffsets) {
+  const auto system = systemWithShapes();
+  const Mat33 quarter{{0.0, 1.0, 0.0, -1.0, 0.0, 0.0, 0.0, 0.0, 1.0}};
+  system->setBasePos(Vec3{{0.0, 0.0, 2.0}});
+  system->setBaseOrientation(quarter);
+  system->setCollisionObjectPositionOffset(2, {{1.0, 0.0, 0.0}});
+  system->setCollisionObjectOrientationOffset(2, quarter);
+  system->setCollisionObjectShapeParameters(0, {0.4, 0.5, 0.6});
+  system->setCollisionObjectShapeParameters(2, {0.3, 0.7});
+  system->setCollisionObjectShapeParameters(3, {0.2, 0.8});
+  system->updateCollision();
+
+  const auto& shapes = system->getCollisionBodies();
+  Mat33 R;
+  Vec3 p;
+  system->getPose(system->getVisColObjects()[2], R, p);
+  const dReal* position = dGeomGetPosition(shapes[2].colObj);
+  for (int k = 0; k < 3; ++k) EXPECT_DOUBLE_EQ(position[k], p[static_cast<size_t>(k)]);
+  EXPECT_LT(norm(p - Vec3{{0.0, 1.0, 2.0}}), 1e-14);
+  EXPECT_NEAR(R(0, 0), -1.0, 1e-14) << "two quarter turns";
+  EXPECT_NEAR(dGeomGetRotation(shapes[2].colObj)[0], -1.0, 1e-14);
+  dVector3 lengths;
+  dReal radius = 0.0, length = 0.0;
+  dGeomBoxGetLengths(shapes[0].colObj, lengths);
+  EXPECT_EQ(lengths[2], 0.6);
+  dGeomCapsuleGetParams(shapes[2].colObj, &radius, &length);
+  EXPECT_EQ(radius + length, 1.0);
+  dGeomCylinderGetParams(shapes[3].colObj, &radius, &length);
+  EXPECT_EQ(radius + length, 1.0);
+}
+
+TEST(ArticulatedAccess, SpringsAndLimitsSetLaterAct) {
+  World world;
+  world.setTimeStep(1e-4);
+  world.setGravity(Vec3{});
+  Child base = body("base", Joint::FIXED);
+  base.childrenMovable.push_back(body("arm", Joint::REVOLUTE));  // 0.1 kg m^2 about its joint
+  ArticulatedSystem* system = world.addArticulatedSystem(base, ".");
+  JointSpring spring;
+  spring.bodyIdx = 1;
+  spring.stiffness = 10.0;
+  spring.mount[0] = 0.5;
+  system->setSprings({spring});
+  // A spring in a hinge pushes away from its mount: 0.5 - 0.5 cosh(w t), w^2 = k / I.
+  for (int i = 0; i < 1000; ++i) world.integrate();
+  EXPECT_NEAR(system->getGeneralizedCoordinate()[0], 0.5 - 0.5 * std::cosh(1.0), 1e-3);
+  system->setJointLimits({{{-0.4, 0.4}}});
+  for (int i = 0; i < 1000; ++i) world.integrate();
+  const double stopped = system->getGeneralizedCoordinate()[0];
+  EXPECT_NEAR(stopped, -0.4, 2e-3);  // it came at 7.5 rad/s, and is not pushed back
+  for (int i = 0; i < 1000; ++i) world.integrate();
+  EXPECT_NEAR(system->getGeneralizedCoordinate()[0], stopped, 1e-9);
+}
+
+TEST(ArticulatedAccess, EnergyIsThatOfThePendulum) {
+  const auto system = onFixedBase(body("bob", Joint::REVOLUTE, 2.0, {{0.0, 0.0, -3.0}}, 0.5));
+  system->setGeneralizedCoordinate({1.0});
+  system->setGeneralizedVelocity({4.0});
+  const Vec3 down{{0.0, 0.0, -9.81}};
+  system->updateTimeStep(0.01);
+  system->preContactSolverUpdate1(down, 0.01);
+  EXPECT_NEAR(system->getPotentialEnergy(down), -9.81 * 2.0 * 3.0 * std::cos(1.0), 1e-12);
+  EXPECT_NEAR(system->getKineticEnergy(), 0.5 * (0.5 + 2.0 * 9.0) * 16.0, 1e-12);
+  EXPECT_EQ(system->getEnergy(down), system->getKineticEnergy() + system->getPotentialEnergy(down));
+}
+
+TEST(ArticulatedAccess, ANewMassReachesTheBodiesAbove) {
+  scenes::RandomTreeOptions options;
+  options.bodies = 2;
+  Child heavy = scenes::randomTree(5, options);
+  AS system(heavy, ".");
+  MatDyn M(system.getDOF(), system.getDOF());
+  M.setZero();
+  system.computeMassMatrix(M);
+  const double mass = system.getMass(0);
+  const Vec3 leaf = system.getCompositeCom()[1];
+  system.setMass(1, 2.0 * system.getMass(1));
+  system.updateMassInfo();
+  EXPECT_NEAR(system.getCompositeMass()[0], mass + system.getMass(1), 1e-12);
+  // The moments are those of the mass before.
+  EXPECT_LT(norm(system.getCompositeCom()[1] - 0.5 * leaf), 1e-12);
+}
+
+TEST(ArticulatedAccess, AJacobianTimesTheVelocityIsThatOfThePoint) {
+  const auto system = randomSystem(true, 4);
+  VecDyn h(system->getDOF());
+  system->computeNonlinearities(Vec3{}, h);
+  const size_t body = system->getBodyCount() - 1;
+  const Vec3 point{{0.3, -0.2, 0.1}};
+  Vec3 pointW, byJacobian, byBody, turning;
+  SparseJacobian J;
+  system->getPosition(body, point, pointW);
+  system->getSparseJacobian(body, pointW, J);
+  system->getVelocity(J, byJacobian);
+  system->getVelocity(body, point, byBody);
+  EXPECT_LT(norm(byJacobian - byBody), 1e-12);
+  system->getSparseRotationalJacobian(body, J);
+  system->getVelocity(J, byJacobian);
+  system->getAngularVelocity(body, turning);
+  EXPECT_LT(norm(byJacobian - turning), 1e-12);
+  Vec3 linear, atOrigin;
+  system->getVelocity(body, linear);
+  system->getVelocity(body, Vec3{}, atOrigin);
+  EXPECT_LT(norm(linear - atOrigin), 1e-12);
+}
+
+TEST(ArticulatedAccess, ForcesOnASystemCanBeTakenBack) {
+  World world;
+  world.setGravity(Vec3{});
+  Child root = body("root", Joint::FLOATING);
+  Object *ball = world.addSphere(0.1, 1.0), *system = world.addArticulatedSystem(root, ".");
+  for (Object* object : {ball, system}) {
+    object->setExternalForce(0, Mat<3, 1>{{1.0, 0.0, 0.0}});
+    object->clearExternalForcesAndTorques();
+  }
+  world.integrate();
+  Vec3 velocity;
+  system->getVelocity(0, velocity);
+  EXPECT_EQ(velocity[0], 0.0);
+  ball->getVelocity(0, velocity);
+  EXPECT_NEAR(velocity[0], world.getTimeStep(), 1e-15) << "a single body keeps the sum";
+  EXPECT_TRUE(ball->getVisForces().empty());
+}
+
+TEST(ArticulatedAccess, ChildrenComeInTheOrderThatIsAskedFor) {
+  const auto link = [](const std::string& name) {
+    return "<link name='" + name +
+           "'><inertial><mass value='1'/><inertia ixx='1' iyy='1' izz='1'"
+           " ixy='0' ixz='0' iyz='0'/></inertial></link>";
+  };
+  const auto joint = [](const std::string& name) {
+    return "<joint name='" + name + "Joint' type='revolute'><parent link='root'/><child link='" +
+           name + "'/><axis xyz='0 0 1'/></joint>";
+  };
+  const std::string text = "<robot name='r'>" + link("root") + link("a") + link("b") + joint("a") +
+                           joint("b") + "</robot>";
+  std::vector<std::string> names;
+  const std::string output = messages::of([&] {
+    const AS system(text, ".", std::vector<std::string>{"bJoint", "aJoint"}, {});
+    names = system.getBodyNames();
+    system.printOutBodyNamesInOrder();
+    system.printOutFrameNamesInOrder();
+  });
+  EXPECT_EQ(names, (std::vector<std::string>{"root", "b", "a"}));
+  EXPECT_NE(output.find("Using manually specified joint order"), std::string::npos);
+  EXPECT_NE(output.find("bJoint aJoint"), std::string::npos);
+  EXPECT_NE(output.find("0th body: root\n1th body: b\n2th body: a"), std::string::npos) << output;
+  EXPECT_NE(output.find("th frame: aJoint"), std::string::npos) << output;
+}
+
+}  // namespace
+}  // namespace zelvik

@@ -1,0 +1,215 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include <random>
+#include <zelvik/World.hpp>
+
+#include "ArticulatedTestTools.hpp"
+#include "StandingRobot.hpp"
+
+// The solver's sweeps over rows against its sweeps over the records, which follow the definition.
+
+namespace zelvik {
+namespace {
+
+/// A chain of boxes that lie on the ground: more contacts than a robot has points for.
+std::string snake(int links) {
+  std::string text = "<robot name='snake'>";
+  for (int i = 0; i < links; ++i) {
+    const std::string n = std::to_string(i);
+    text += "<link name='l" + n +
+            "'><inertial><mass value='0.5'/><inertia ixx='1e-3' iyy='1e-3' izz='1e-3' ixy='0' "
+            "ixz='0' iyz='0'/></inertial><collision><geometry><box size='0.16 0.1 0.1'/></geometry>"
+            "</collision></link>";
+    if (i == 0) continue;
+    text += "<joint name='j" + n + "' type='revolute'><parent link='l" + std::to_string(i - 1) +
+            "'/><child link='l" + n +
+            "'/><origin xyz='0.2 0 0'/><axis xyz='0 1 0'/><limit lower='-0.02' upper='0.02' "
+            "effort='10' velocity='10'/></joint>";
+  }
+  return text + "</robot>";
+}
+
+/// Every kind of side and pair: bodies with few and with many contacts, on a moving base and on the
+/// ground, robots with limits, with contacts among their own bodies, with other bodies on them,
+/// with too many contacts for blocks, and wires.
+void fill(World& world, unsigned seed) {
+  std::mt19937 generator(seed);
+  const auto number = [&] { return static_cast<double>(generator()) / 2147483648.0 - 1.0; };
+  world.setTimeStep(0.004);
+  world.addGround();
+  Box* base = world.addBox(2.0, 2.0, 0.2, 1.0);
+  base->setBodyType(BodyType::KINEMATIC);
+  base->setPosition(5.0, 0.0, 0.099);
+  base->setVelocity(0.3, 0.1, 0.0, 0.0, 0.0, 0.2);
+  const auto push = [&](SingleBodyObject* body) {
+    body->setVelocity(number(), number(), 0.5 * number() - 0.5, number(), number(), number());
+  };
+  for (int i = 0; i < 4; ++i) {
+    Box* box = world.addBox(0.3, 0.3, 0.2, 1.0 + i);
+    box->setPosition(5.0 + 0.05 * number(), 0.05 * number(), 0.298 + 0.199 * i);
+    push(box);
+  }
+  for (int i = 0; i < 14; ++i) {
+    Sphere* sphere = world.addSphere(0.1, 0.5);
+    sphere->setPosition(0.18 * (i % 3) - 3.0, 0.18 * (i / 3 % 3), 0.099 + 0.15 * (i / 9));
+    push(sphere);
+  }
+  ArticulatedSystem* quadruped = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  VecDyn q = quadruped->getGeneralizedCoordinate();
+  q[2] = 0.16;
+  for (unsigned long k = 7; k < q.n; ++k) q[k] = 1.5 * number();
+  quadruped->setGeneralizedCoordinate(q);
+  Sphere* rider = world.addSphere(0.1, 2.0);
+  rider->setPosition(0.0, 0.0, 0.3);
+  ArticulatedSystem* chain = world.addArticulatedSystem(snake(10), ".");
+  chain->setBasePos({{0.0, 3.0, 0.0499}});
+  Child bob = articulated_test::body("bob", Joint::SPHERICAL, 1.0, {{0.0, 0.0, -0.5}});
+  bob.jointLimit[0] = 0.3;
+  Child mount = articulated_test::body("mount", Joint::FIXED);
+  mount.childrenMovable.push_back(bob);
+  ArticulatedSystem* pendulum = world.addArticulatedSystem(mount);
+  const Eigen::Vector4d turned(std::cos(0.2), std::sin(0.2), 0.0, 0.0);
+  pendulum->setGeneralizedCoordinate(Eigen::VectorXd(turned));
+  pendulum->setGeneralizedVelocity(Eigen::VectorXd(Eigen::Vector3d(1.0, number(), 0.5)));
+  world.addStiffWire(rider, 0, {}, base, 0, {}, 4.9);
+  world.addStiffWire(quadruped, 0, {}, chain, 2, {}, 2.9);
+}
+
+/// `World::integrate` with the sweep over records.
+void integrateByRecords(World& world) {
+  world.integrate1();
+  const double dt = world.getTimeStep();
+  for (Object* object : world.getObjList())
+    if (object->getBodyType() != BodyType::STATIC)
+      object->preContactSolverUpdate2(world.getGravity(), dt);
+  for (Object* object : world.getObjList())
+    if (object->getBodyType() == BodyType::DYNAMIC) world.contactProblemUpdate(object);
+  auto& problems = const_cast<contact::ContactProblemList&>(world.getContactProblems());
+  for (contact::Single3DContactProblem& p : problems) p.imp_.setZero();
+  world.getContactSolver().solve(problems);
+  for (Object* object : world.getObjList())
+    if (object->getBodyType() != BodyType::STATIC) object->integrate(dt, world.getGravity());
+}
+
+TEST(ContactSweep, EqualsTheSweepOverRecords) {
+  using Problem = contact::Single3DContactProblem;
+  int compared = 0, wentApart = 0, limits = 0, sliding = 0;
+  for (unsigned seed = 1; seed <= 12; ++seed) {
+    World records, rows;
+    for (World* world : {&records, &rows}) {
+      fill(*world, seed);
+      world->setContactSolverParam(seed % 3 == 0 ? 0.9 : 1.0, 1.0, 1.0, 12, 0.0);
+    }
+    double worst = 0.0;
+    for (int step = 0; step < 12; ++step) {
+      integrateByRecords(records);
+      rows.integrate();
+      const contact::ContactProblemList &a = records.getContactProblems(),
+                                        &b = rows.getContactProblems();
+      ASSERT_EQ(a.size(), b.size());
+      double largest = 0.0;
+      for (const Problem& p : a) largest = std::max(largest, norm(p.imp_));
+      for (size_t i = 0; i < a.size(); ++i) {
+        ASSERT_EQ(a[i].rank_, b[i].rank_);
+        ++compared;
+        limits += a[i].rank_ == Problem::JOINT_LIMIT ? 1 : 0;
+        sliding += std::fabs(std::hypot(a[i].imp_[0], a[i].imp_[1]) - a[i].mu_ * a[i].imp_[2]) <
+                           1e-9 * a[i].imp_[2]
+                       ? 1
+                       : 0;
+        worst = std::max(worst, norm(a[i].imp_ - b[i].imp_) / largest);
+      }
+      if (worst > 1e-6) break;
+    }
+    // A rounding error can decide whether the search for an angle runs one more round, and a
+    // contact that is wedged between links makes it large.
+    wentApart += worst > 1e-6 ? 1 : 0;
+  }
+  EXPECT_GT(compared, 10000);
+  EXPECT_GT(limits, 100);
+  EXPECT_GT(sliding, 500);
+  EXPECT_LE(wentApart, 2);
+}
+
+/// A tower of boxes with few sweeps per step.
+struct Tower {
+  explicit Tower(bool warm) {
+    world.addGround();
+    for (int i = 0; i < 8; ++i) {
+      boxes.push_back(world.addBox(0.2, 0.2, 0.2, 1.0));
+      boxes.back()->setPosition(0.0, 0.0, 0.1 + 0.2 * i);
+    }
+    world.setTimeStep(0.005);
+    world.setContactSolverParam(1.0, 1.0, 1.0, 20, 1e-12);
+    world.setWarmStart(warm);
+  }
+  void run(int steps) {
+    for (int i = 0; i < steps; ++i) world.integrate();
+  }
+  double sinking() const { return 1.5 - boxes.back()->getBodyPosition()[2]; }
+  double forceOnGround() const {
+    double sum = 0.0;
+    Vec3 impulse;
+    for (const contact::Contact& c : boxes.front()->getContacts())
+      if (c.pairObjectIndex_ == 0) {
+        c.getImpulse(impulse);
+        sum += impulse[2] / world.getTimeStep();
+      }
+    return sum;
+  }
+
+  World world;
+  std::vector<Box*> boxes;
+};
+
+TEST(WarmStart, CarriesATowerWithFewSweeps) {
+  Tower cold(false), warm(true);
+  cold.run(2000);
+  warm.run(2000);
+  EXPECT_GT(cold.sinking(), 0.5);  // fallen
+  EXPECT_LT(warm.sinking(), 0.0005);
+  const double weight = 8.0 * 9.81;
+  EXPECT_NEAR(warm.forceOnGround(), weight, 2e-3 * weight);
+  EXPECT_LT(norm(warm.boxes.back()->getLinearVelocity()), 1e-3);
+
+  // Another time step: the impulses are scaled with it.
+  warm.world.setTimeStep(0.0025);
+  warm.run(1);
+  EXPECT_NEAR(warm.forceOnGround(), weight, 1e-2 * weight);
+  // Where the load changes at once, the impulses of before must not throw anything up.
+  while (warm.boxes.size() > 1) {
+    warm.world.removeObject(warm.boxes.back());
+    warm.boxes.pop_back();
+  }
+  warm.run(2);
+  EXPECT_LT(norm(warm.boxes.back()->getLinearVelocity()), 0.02);
+  EXPECT_NEAR(warm.forceOnGround(), 9.81, 0.1);
+}
+
+TEST(WarmStart, FindsTheSameForcesInFewerSweeps) {
+  scenes::StandingRobot cold(ZELVIK_MODEL_DIR "/quadruped.urdf"),
+      warm(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  warm.world.setWarmStart(true);
+  int coldSweeps = 0, warmSweeps = 0;
+  for (int step = 0; step < 400; ++step) {
+    for (scenes::StandingRobot* scene : {&cold, &warm}) {
+      scene->world.setContactSolverParam(1.0, 1.0, 1.0, 500, 1e-18);
+      scene->world.integrate();
+    }
+    coldSweeps += cold.world.getContactSolver().getLoopCounter();
+    warmSweeps += warm.world.getContactSolver().getLoopCounter();
+  }
+  EXPECT_LT(2 * warmSweeps, coldSweeps);
+  const auto &a = cold.robot->getContacts(), &b = warm.robot->getContacts();
+  ASSERT_EQ(a.size(), 4u);
+  ASSERT_EQ(b.size(), 4u);
+  for (size_t i = 0; i < 4; ++i) {
+    Vec3 p, q;
+    a[i].getImpulse(p);
+    b[i].getImpulse(q);
+    EXPECT_LT(norm(p - q), 1e-6 * norm(p));
+  }
+}
+
+}  // namespace
+}  // namespace zelvik
