@@ -1,60 +1,25 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <cstring>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 
 #include "JointLimitLaw.hpp"
 
 namespace zelvik {
 
-namespace {
-
-/// Limits of a system from which on the whole inverse costs less than a column for each of them.
-constexpr size_t kManyLimits = 3;
-
-void solveForColumn(TreeFactor& factor, size_t k, MatDyn& inverse) {
-  double* column = inverse.v + k * inverse.n;
-  std::memset(column, 0, inverse.n * sizeof(double));
-  column[k] = 1.0;
-  factor.solve(column);
-}
-
-/// Inverse inertia about an axis e of a spherical joint: e^T B e, with B the block of the joint.
-double responseAbout(const Vec3& e, size_t d, const MatDyn& inverse) {
-  double response = 0.0;
-  for (size_t c = 0; c < 3; ++c)
-    for (size_t r = 0; r < 3; ++r) response += e[r] * inverse(d + r, d + c) * e[c];
-  return response;
-}
-
-}  // namespace
-
 using contact::Single3DContactProblem;
 
 void ArticulatedSystem::appendJointLimits(contact::ContactProblemList& problems) {
-  const size_t first = problems.size();
   for (size_t i = 1; i < bodyCount_; ++i) {
     if (jointType_[i] == Joint::REVOLUTE || jointType_[i] == Joint::PRISMATIC)
       appendAxisLimit(i, problems);
     else if (jointType_[i] == Joint::SPHERICAL)
       appendConeLimit(i, problems);
   }
-  // What a limit needs of the inverse are the columns of its joint.
-  if (problems.size() - first >= kManyLimits) formMassInverse();
-  for (size_t p = first; p < problems.size(); ++p) {
-    Single3DContactProblem& problem = problems[p];
-    const size_t i = problem.contactIdxA_, d = dofStart_[i];
-    for (size_t t = 0; t < dofOfBody_[i] && !massInverseFormed_; ++t)
-      solveForColumn(factor_, d + t, massInverse_);
-    problem.reducedDzz_ = massInverse_(d, d);
-    problem.delassusInv_(0, 0) = 1.0 / (jointType_[i] == Joint::SPHERICAL
-                                            ? responseAbout(problem.planeBasis_[0], d, massInverse_)
-                                            : massInverse_(d, d));
-  }
 }
 
 Single3DContactProblem& ArticulatedSystem::appendLimitProblem(
     size_t bodyIdx, double depth, contact::ContactProblemList& problems) {
+  formMassInverse();
   problems.emplace_back();
   Single3DContactProblem& problem = problems.back();
   problem.rank_ = Single3DContactProblem::JOINT_LIMIT;
@@ -62,6 +27,8 @@ Single3DContactProblem& ArticulatedSystem::appendLimitProblem(
   problem.contactIdxA_ = bodyIdx;
   problem.position_ = positionW_[bodyIdx];
   problem.depth_ = depth;
+  const size_t d = dofStart_[bodyIdx];
+  problem.reducedDzz_ = massInverse_(d, d);
   jointLimitProblems_.push_back(&problem);
   return problem;
 }
@@ -76,6 +43,7 @@ void ArticulatedSystem::appendAxisLimit(size_t bodyIdx, contact::ContactProblemL
   Single3DContactProblem& problem =
       appendLimitProblem(bodyIdx, isBelow ? q - lower : upper - q, problems);
   problem.mu_ = isBelow ? 1.0 : -1.0;
+  problem.delassusInv_(0, 0) = 1.0 / massInverse_(d, d);
 }
 
 void ArticulatedSystem::appendConeLimit(size_t bodyIdx, contact::ContactProblemList& problems) {
@@ -89,6 +57,11 @@ void ArticulatedSystem::appendConeLimit(size_t bodyIdx, contact::ContactProblemL
   const Vec3 vector{{q[1], q[2], q[3]}};
   Vec3& e = problem.planeBasis_[0];
   e = ((angle > 0.0 ? 1.0 : -1.0) / norm(vector)) * vector;
+  // Inverse inertia about the axis: e^T B e, with B the joint's block of the inverse.
+  double response = 0.0;
+  for (size_t c = 0; c < 3; ++c)
+    for (size_t r = 0; r < 3; ++r) response += e[r] * massInverse_(d + r, d + c) * e[c];
+  problem.delassusInv_(0, 0) = 1.0 / response;
 }
 
 double ArticulatedSystem::enforceJointLimits(Single3DContactProblem& problem) {

@@ -150,6 +150,36 @@ void TreeFactor::solve(double* x) {
               [&](auto w, const Segment& s) { solveSegmentDownwards<decltype(w)::value>(s, x); });
 }
 
+namespace {
+
+/// Calls `visit(l, j)` for the entries l of a packed row and the velocities j that they belong to,
+/// without that of the row itself: those above the segment, then those inside.
+template <typename Visit>
+inline void forChain(const TreePattern& p, const Segment& s, size_t k, const double* row,
+                     Visit&& visit) {
+  for (size_t i = s.runBegin; i < s.runEnd; ++i) {
+    const TreePattern::Run run = p.runs[i];
+    for (size_t t = 0; t < run.count; ++t) visit(row[run.position + t], run.first + t);
+  }
+  for (size_t j = s.first; j < k; ++j) visit(row[s.depth + j - s.first], j);
+}
+
+/// X(k, c) = -sum_j L(k, j) X(j, c) for 4 m columns from c on.
+template <size_t m>
+inline void invertColumns(const TreePattern& p, const Segment& s, size_t k, const double* row,
+                          size_t c, double* X) {
+  const size_t n = p.size;
+  Lanes sum[m];
+  for (size_t i = 0; i < m; ++i) sum[i] = Lanes{};
+  forChain(p, s, k, row, [&](double l, size_t j) {
+    const double* Xj = X + j * n + c;
+    for (size_t i = 0; i < m; ++i) sum[i] -= l * loadLanes(Xj + kLanes * i);
+  });
+  for (size_t i = 0; i < m; ++i) storeLanes(X + k * n + c + kLanes * i, sum[i]);
+}
+
+}  // namespace
+
 /// From A^-1 = L^-1 D^-1 L^-T, row by row: X(k, c) = -sum_j L(k, j) X(j, c) for c < k, and
 /// X(k, k) = 1 / D(k) - sum_j L(k, j) X(k, j), over the chain of k. X is symmetric.
 void TreeFactor::invert(double* X) const {
@@ -159,28 +189,23 @@ void TreeFactor::invert(double* X) const {
     for (size_t k = s.first; k < s.first + s.count; ++k) {
       const double* row = factor_.v + p.rowStart[k];
       double* Xk = X + k * n;
-      const auto forChain = [&](auto&& visit) {
-        for (size_t r = s.runBegin; r < s.runEnd; ++r)
-          for (size_t t = 0; t < p.runs[r].count; ++t)
-            visit(row[p.runs[r].position + t], p.runs[r].first + t);
-        for (size_t j = s.first; j < k; ++j) visit(row[s.depth + j - s.first], j);
-      };
+      size_t c = 0;
+      for (; c + 3 * kLanes <= k; c += 3 * kLanes) invertColumns<3>(p, s, k, row, c, X);
+      for (; c + kLanes <= k; c += kLanes) invertColumns<1>(p, s, k, row, c, X);
       // The last lanes overlap those before them where four does not divide k.
-      for (size_t c = 0; k >= kLanes && c < k; c += kLanes) {
-        const size_t at = c + kLanes <= k ? c : k - kLanes;
-        Lanes sum{};
-        forChain([&](double l, size_t j) { sum -= l * loadLanes(X + j * n + at); });
-        storeLanes(Xk + at, sum);
+      if (c < k && k >= kLanes) {
+        invertColumns<1>(p, s, k, row, k - kLanes, X);
+        c = k;
       }
-      for (size_t c = 0; k < kLanes && c < k; ++c) {
+      for (; c < k; ++c) {
         double sum = 0.0;
-        forChain([&](double l, size_t j) { sum -= l * X[j * n + c]; });
+        forChain(p, s, k, row, [&](double l, size_t j) { sum -= l * X[j * n + c]; });
         Xk[c] = sum;
       }
       double diagonal = inversePivot_[k];
-      forChain([&](double l, size_t j) { diagonal -= l * Xk[j]; });
+      forChain(p, s, k, row, [&](double l, size_t j) { diagonal -= l * Xk[j]; });
       Xk[k] = diagonal;
-      for (size_t c = 0; c < k; ++c) X[c * n + k] = Xk[c];
+      for (c = 0; c < k; ++c) X[c * n + k] = Xk[c];
     }
 }
 

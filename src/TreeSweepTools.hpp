@@ -23,10 +23,17 @@ inline Lanes3 TreeSweeps::gather(const Places& places, Get&& get) const {
 namespace detail {
 
 inline void addLane(Lanes3& to, size_t lane, const Lanes3& from, size_t l) {
-  setLane(to, lane, getLane(to, lane) + getLane(from, l));
+  to.x[lane] += from.x[l];
+  to.y[lane] += from.y[l];
+  to.z[lane] += from.z[l];
 }
 inline void addLane(LanesSymmetric& to, size_t lane, const LanesSymmetric& from, size_t l) {
-  setLane(to, lane, getLane(to, lane) + getLane(from, l));
+  to.xx[lane] += from.xx[l];
+  to.xy[lane] += from.xy[l];
+  to.xz[lane] += from.xz[l];
+  to.yy[lane] += from.yy[l];
+  to.yz[lane] += from.yz[l];
+  to.zz[lane] += from.zz[l];
 }
 
 }  // namespace detail
