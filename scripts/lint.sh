@@ -10,7 +10,7 @@ preset=${1:-release}
 
 git ls-files -z -- '*.cpp' '*.hpp' | xargs -0 clang-format --dry-run -Werror
 
-[[ -f build/$preset/compile_commands.json ]] || cmake --preset "$preset" > /dev/null
+cmake --preset "$preset" > /dev/null  # finds sources that came since the last time
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 if ! run-clang-tidy -p "build/$preset" -quiet "^$PWD/src/" > "$log" 2>&1; then

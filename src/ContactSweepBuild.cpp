@@ -59,6 +59,7 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
   queriedBodies_.clear();
   robots_.clear();
   points_.clear();
+  growZeros(objects);
   size_t limit = 0;  // limits stand behind the contacts, in the order of the objects
   while (limit < problems.size() && rows_[limit].kind != RowKind::LIMIT) ++limit;
   for (Object* object : objects) {
@@ -70,6 +71,14 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
   }
   connectPoints();
   chooseCouplings();
+}
+
+/// Before any point refers to them.
+void ContactSweep::growZeros(const std::vector<Object*>& objects) {
+  for (const Object* object : objects)
+    if (object->getObjectType() == ARTICULATED_SYSTEM)
+      zeros_.resize(
+          std::max(zeros_.size(), static_cast<const ArticulatedSystem&>(*object).getDOF()), 0.0);
 }
 
 void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
@@ -157,7 +166,6 @@ void ContactSweep::appendLimitPoint(ArticulatedSystem& system, const Single3DCon
   const size_t n = system.dof_, d = system.dofStart_[p.contactIdxA_];
   const double* inverse = system.massInverse_.v;
   const bool isAxis = system.jointType_[p.contactIdxA_] != Joint::SPHERICAL;
-  if (zeros_.size() < n) zeros_.resize(n, 0.0);
   rows_[row].isOrdinary = isAxis;
   points_.push_back({kIdentity,
                      nullptr,

@@ -8,6 +8,7 @@
 #include "CylinderOnPlane.hpp"
 #include "OdeGuard.hpp"
 #include "PairSearch.hpp"
+#include "WorldGeoms.hpp"
 
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.
@@ -126,10 +127,9 @@ void World::detectCollisions() {
     if (object->getObjectType() != HEIGHTMAP) continue;
     const HeightMap& map = static_cast<const HeightMap&>(*object);
     if (!map.isTurned()) continue;
-    for (int i = 0; i < dSpaceGetNumGeoms(worldSpace_); ++i) {
-      const dGeomID geom = dSpaceGetGeom(worldSpace_, i);
+    forEachGeom(objectList_, worldSpace_, [&](dGeomID geom) {
       if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
-    }
+    });
   }
   if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
 }

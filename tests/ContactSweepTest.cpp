@@ -54,6 +54,13 @@ void fill(World& world, unsigned seed) {
     sphere->setPosition(0.18 * (i % 3) - 3.0, 0.18 * (i / 3 % 3), 0.099 + 0.15 * (i / 9));
     push(sphere);
   }
+  Child flap = articulated_test::body("flap", Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}});
+  flap.jointLimit[0] = -0.1;
+  flap.jointLimit[1] = 0.1;
+  Child hinge = articulated_test::body("hinge", Joint::FIXED);
+  hinge.childrenMovable.push_back(flap);
+  ArticulatedSystem* door = world.addArticulatedSystem(hinge);
+  door->setGeneralizedCoordinate(Eigen::VectorXd(Eigen::VectorXd::Constant(1, 0.2)));
   ArticulatedSystem* quadruped = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
   VecDyn q = quadruped->getGeneralizedCoordinate();
   q[2] = 0.16;
