@@ -60,7 +60,8 @@ void RandomWorld::fill() {
   if (chance(0.4)) addHeightMap();
   for (size_t i = 2 + pick(5); i > 0; --i) addObject();
   if (chance(0.4)) addWire();
-  if (chance(0.3)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(3)));
+  if (chance(0.3)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(4)));
+  if (chance(0.3)) world_.setWarmStart(true);
 }
 
 void RandomWorld::addObject() {
@@ -244,6 +245,8 @@ void RandomWorld::disturb() {
   if (chance(0.015)) removeSomething();
   if (chance(0.005)) addWire();
   if (chance(0.01)) changeParameters();
+  if (chance(0.005)) world_.setWarmStart(!world_.isWarmStarted());
+  if (chance(0.005)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(4)));
   if (chance(0.05)) castRay();
   Object* object = anyObject();
   if (object == nullptr) return;

@@ -20,6 +20,11 @@ LaneMatrix columnsOf(const Mat33& A, double factor) {
            factor * toLanes(column(A, 2))}};
 }
 
+/// Three values and a zero.
+Lanes lanesAt(const double* v) {
+  return Lanes{v[0], v[1], v[2], 0.0};
+}
+
 /// Block of the velocities at one point per unit impulse at another one, whose responses are given.
 void computeBlock(const double* columns, const size_t* idx, size_t size,
                   const double* const* responses, Lanes* block) {
@@ -102,17 +107,14 @@ void ContactSweep::attachBody(SingleBodyObject& body) {
     row.sideKinds[s] = SideKind::BODY;
     BodySide& side = row.bodies[s];
     side.velocity = &velocity;
-    side.frame = columnsOf(c.frame_, sign);
-    Mat33 lever;  // rows of `lever`: (p - com) x t_c
-    for (int a = 0; a < 3; ++a) {
-      const Vec3 t = zelvik::row(c.frame_, a);
-      const Vec3 l = cross(t, body.contactArm_[i]);
-      const Vec3 r = body.worldInertiaInv_ * l;
-      side.push.columns[a] = (sign * body.invMass_) * toLanes(t);
-      side.spin.columns[a] = sign * toLanes(r);
-      for (int k = 0; k < 3; ++k) lever(a, k) = l[k];
+    const Mat<3, 6>& G = body.contactJacobian_[i];
+    const Mat<6, 3>& B = body.contactImpulseMap_[i];
+    for (size_t k = 0; k < 3; ++k) {
+      side.frame.columns[k] = sign * lanesAt(G.v + 3 * k);
+      side.lever.columns[k] = sign * lanesAt(G.v + 9 + 3 * k);
+      side.push.columns[k] = sign * lanesAt(B.v + 6 * k);
+      side.spin.columns[k] = sign * lanesAt(B.v + 6 * k + 3);
     }
-    side.lever = columnsOf(lever, sign);
   }
 }
 

@@ -47,6 +47,7 @@ void SingleBodyObject::preContactSolverUpdate1(const Mat<3, 1>&, double) {
   resizeBlockRows(count);
   contactArm_.resize(count);
   for (size_t i = 0; i < count; ++i) contactArm_[i] = comPos_ - contacts[i].position_;
+  computeContactMaps();
   computeOwnBlocks();
 }
 
@@ -68,17 +69,42 @@ void SingleBodyObject::resizeBlockRows(size_t count) {
   }
 }
 
-/// D = R ([a]^T J^-1 [a]) R^T + 1/m
-void SingleBodyObject::computeOwnBlocks() {
+/// Per contact the rows of G = R [1, [p - com]x^T] and the columns of B = M^-1 G^T: what gives the
+/// contact's velocity, and what an impulse does.
+void SingleBodyObject::computeContactMaps() {
   const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  contactImpulseMap_.resize(contacts.size());
+  contactJacobian_.resize(contacts.size());
   for (size_t i = 0; i < contacts.size(); ++i) {
-    rows[i].blocks.resize(fullDelassus_ ? contacts.size() : 1);
-    Mat33 W;  // [a] J^-1 [a]^T, equal to [a]^T J^-1 [a]
+    Mat<6, 3>& impulseMap = contactImpulseMap_[i];
+    Mat<3, 6>& G = contactJacobian_[i];
+    for (int c = 0; c < 3; ++c) {
+      const Vec3 t = row(contacts[i].frame_, c);
+      const Vec3 lever = cross(t, contactArm_[i]);  // (p - comPos) x t_c
+      const Vec3 spin = worldInertiaInv_ * lever;
+      for (int k = 0; k < 3; ++k) {
+        impulseMap(k, c) = invMass_ * t[k];
+        impulseMap(3 + k, c) = spin[k];
+        G(c, k) = t[k];
+        G(c, 3 + k) = lever[k];
+      }
+    }
+  }
+}
+
+/// D = G B = R ([a]^T J^-1 [a]) R^T + 1/m
+void SingleBodyObject::computeOwnBlocks() {
+  const size_t count = perObjectContact_.contacts_.size();
+  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  for (size_t i = 0; i < count; ++i) {
+    rows[i].blocks.resize(fullDelassus_ ? count : 1);
     Mat33& D = rows[i].blocks[fullDelassus_ ? i : 0];
-    similarityTransform(skew(contactArm_[i]), worldInertiaInv_, W);
-    similarityTransform(contacts[i].frame_, W, D);
-    for (int k = 0; k < 3; ++k) D(k, k) += invMass_;
+    for (int c = 0; c < 3; ++c)
+      for (int r = 0; r <= c; ++r) {
+        double sum = r == c ? invMass_ : 0.0;
+        for (int k = 3; k < 6; ++k) sum += contactJacobian_[i](r, k) * contactImpulseMap_[i](k, c);
+        D(r, c) = D(c, r) = sum;
+      }
   }
 }
 
@@ -89,7 +115,7 @@ void SingleBodyObject::preContactSolverUpdate2(const Mat<3, 1>& gravity, double 
     if (bodyType_ == BodyType::DYNAMIC) computeCouplingBlocks();
     computeTauStar();
   } else {
-    computeContactMaps();
+    startFromFreeVelocity();
   }
   visForcesCurrent_ = !externalForceFlags_.empty();
   if (!visForcesCurrent_) return;
@@ -106,20 +132,16 @@ void SingleBodyObject::computeImpactVelocities() {
         dot(row(contacts[i].frame_, 2), linVel_ + cross(contactArm_[i], angVel_));
 }
 
-/// B = R_i (1/m + [a_i]^T J^-1 [a_j]) R_j^T for i < j, and its transpose
+/// G_i B_j for i < j, and its transpose
 void SingleBodyObject::computeCouplingBlocks() {
-  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  const size_t count = perObjectContact_.contacts_.size();
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
-  for (size_t i = 0; i + 1 < contacts.size(); ++i) {
-    const Mat33 aJ = transposeMul(skew(contactArm_[i]), worldInertiaInv_);
-    for (size_t j = i + 1; j < contacts.size(); ++j) {
-      Mat33 W = aJ * skew(contactArm_[j]);
-      for (int k = 0; k < 3; ++k) W(k, k) += invMass_;
-      const Mat33 B = contacts[i].frame_ * W * transpose(contacts[j].frame_);
+  for (size_t i = 0; i + 1 < count; ++i)
+    for (size_t j = i + 1; j < count; ++j) {
+      const Mat33 B = contactJacobian_[i] * contactImpulseMap_[j];
       rows[i].blocks[j] = B;
       rows[j].blocks[i] = transpose(B);
     }
-  }
 }
 
 /// tauStar = R (v + a x w) with the free velocities
@@ -130,31 +152,13 @@ void SingleBodyObject::computeTauStar() {
     rows[i].tauStar = contacts[i].frame_ * (linVelFree_ + cross(contactArm_[i], angVelFree_));
 }
 
-/// Maps of the mode without blocks; the whole free velocity comes through `genVel_`.
-void SingleBodyObject::computeContactMaps() {
-  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  contactImpulseMap_.resize(contacts.size());
-  contactJacobian_.resize(contacts.size());
+/// In the mode without blocks the whole free velocity comes through `genVel_`.
+void SingleBodyObject::startFromFreeVelocity() {
   for (int k = 0; k < 3; ++k) {
     genVel_[k] = linVelFree_[k];
     genVel_[3 + k] = angVelFree_[k];
   }
-  for (size_t i = 0; i < contacts.size(); ++i) {
-    Mat<6, 3>& impulseMap = contactImpulseMap_[i];
-    Mat<3, 6>& G = contactJacobian_[i];
-    for (int c = 0; c < 3; ++c) {
-      const Vec3 t = row(contacts[i].frame_, c);
-      const Vec3 lever = cross(t, contactArm_[i]);  // (p - comPos) x t_c
-      const Vec3 spin = worldInertiaInv_ * lever;
-      for (int k = 0; k < 3; ++k) {
-        impulseMap(k, c) = invMass_ * t[k];
-        impulseMap(3 + k, c) = spin[k];
-        G(c, k) = t[k];
-        G(c, 3 + k) = lever[k];
-      }
-    }
-    perObjectContact_.delassusAndTauStar_[i].tauStar.setZero();
-  }
+  for (DelassusAndTauStar& row : perObjectContact_.delassusAndTauStar_) row.tauStar.setZero();
 }
 
 void SingleBodyObject::getContactPointVel(size_t contactIdx, Mat<3, 1>& vel) const {

@@ -50,15 +50,19 @@ void TreeFactor::eliminate(const Segment& s) {
         storeLanes(P[q] + b, loadLanes(P[q] + b) - f * loadLanes(L[r] + b));
     }
   }
+  // Four columns at a time through all rows above, so that the lanes of L are read once.
   for (size_t i = s.runBegin; i < s.runEnd; ++i) {
     const TreePattern::Run& run = pattern_->runs[i];
-    for (size_t t = 0; t < run.count; ++t) {
-      const size_t at = run.position + t;
-      double* row = rows_.v + pattern_->rowStart[run.first + t];
-      for (size_t b = 0; b <= at; b += kLanes) {
-        Lanes sum = loadLanes(row + b);
-        for (size_t r = 0; r < w; ++r) sum -= P[r][at] * loadLanes(L[r] + b);
-        storeLanes(row + b, sum);
+    const size_t* start = pattern_->rowStart.data() + run.first;
+    const size_t end = run.position + run.count;
+    for (size_t b = 0; b < end; b += kLanes) {
+      Lanes l[w];
+      for (size_t r = 0; r < w; ++r) l[r] = loadLanes(L[r] + b);
+      for (size_t at = b > run.position ? b : run.position; at < end; ++at) {
+        double* row = rows_.v + start[at - run.position] + b;
+        Lanes sum = loadLanes(row);
+        for (size_t r = 0; r < w; ++r) sum -= P[r][at] * l[r];
+        storeLanes(row, sum);
       }
     }
   }
@@ -77,14 +81,20 @@ void TreeFactor::multiplySegment(const Segment& s, const double* rows, const dou
   const SegmentRows<w> A(*pattern_, s, rows);
   double u[w], sum[w];
   for (size_t r = 0; r < w; ++r) u[r] = x[s.first + r];
-  double* chain = pattern_->gatherChain(s, x, packed_.v);
-  A.clearBehind(chain);
-  A.dotChain(chain, sum);
-  A.combineChain(u, chain);
+  if (isBelowOneRun(s)) {
+    const size_t above = pattern_->runs[s.runBegin].first;
+    A.dotRun(x + above, sum);
+    A.addToRun(u, product + above);
+  } else {
+    double* chain = pattern_->gatherChain(s, x, packed_.v);
+    A.clearBehind(chain);
+    A.dotChain(chain, sum);
+    A.combineChain(u, chain);
+    pattern_->scatterChain(s, chain, 1.0, product);
+  }
   for (size_t r = 0; r < w; ++r)
     for (size_t q = 0; q < w; ++q) sum[r] += A.own(r > q ? r : q, r > q ? q : r) * u[q];
   for (size_t r = 0; r < w; ++r) product[s.first + r] = sum[r];
-  pattern_->scatterChain(s, chain, 1.0, product);
 }
 
 void TreeFactor::multiply(const double* rows, const double* x, double* product) {
@@ -103,8 +113,13 @@ void TreeFactor::solveSegmentUpwards(const Segment& s, double* x) {
   for (size_t r = w; r-- > 1;)
     for (size_t q = 0; q < r; ++q) y[q] -= L.own(r, q) * y[r];
   for (size_t r = 0; r < w; ++r) x[s.first + r] = y[r];
-  L.combineChain(y, packed_.v);
-  pattern_->scatterChain(s, packed_.v, -1.0, x);
+  if (isBelowOneRun(s)) {
+    for (size_t r = 0; r < w; ++r) y[r] = -y[r];
+    L.addToRun(y, x + pattern_->runs[s.runBegin].first);
+  } else {
+    L.combineChain(y, packed_.v);
+    pattern_->scatterChain(s, packed_.v, -1.0, x);
+  }
 }
 
 /// L x = D^-1 y for the rows of a segment, with x known above.
@@ -112,9 +127,13 @@ template <size_t w>
 void TreeFactor::solveSegmentDownwards(const Segment& s, double* x) {
   const SegmentRows<w> L(*pattern_, s, factor_.v);
   double sum[w];
-  const double* chain = pattern_->gatherChain(s, x, packed_.v);
-  L.clearBehind(packed_.v);
-  L.dotChain(chain, sum);
+  if (isBelowOneRun(s)) {
+    L.dotRun(x + pattern_->runs[s.runBegin].first, sum);
+  } else {
+    const double* chain = pattern_->gatherChain(s, x, packed_.v);
+    L.clearBehind(packed_.v);
+    L.dotChain(chain, sum);
+  }
   for (size_t r = 0; r < w; ++r) {
     double value = x[s.first + r] * inversePivot_[s.first + r] - sum[r];
     for (size_t q = 0; q < r; ++q) value -= L.own(r, q) * x[s.first + q];
@@ -131,6 +150,36 @@ void TreeFactor::solve(double* x) {
               [&](auto w, const Segment& s) { solveSegmentDownwards<decltype(w)::value>(s, x); });
 }
 
+namespace {
+
+/// Calls `visit(l, j)` for the entries l of a packed row and the velocities j that they belong to,
+/// without that of the row itself: those above the segment, then those inside.
+template <typename Visit>
+inline void forChain(const TreePattern& p, const Segment& s, size_t k, const double* row,
+                     Visit&& visit) {
+  for (size_t i = s.runBegin; i < s.runEnd; ++i) {
+    const TreePattern::Run run = p.runs[i];
+    for (size_t t = 0; t < run.count; ++t) visit(row[run.position + t], run.first + t);
+  }
+  for (size_t j = s.first; j < k; ++j) visit(row[s.depth + j - s.first], j);
+}
+
+/// X(k, c) = -sum_j L(k, j) X(j, c) for 4 m columns from c on.
+template <size_t m>
+inline void invertColumns(const TreePattern& p, const Segment& s, size_t k, const double* row,
+                          size_t c, double* X) {
+  const size_t n = p.size;
+  Lanes sum[m];
+  for (size_t i = 0; i < m; ++i) sum[i] = Lanes{};
+  forChain(p, s, k, row, [&](double l, size_t j) {
+    const double* Xj = X + j * n + c;
+    for (size_t i = 0; i < m; ++i) sum[i] -= l * loadLanes(Xj + kLanes * i);
+  });
+  for (size_t i = 0; i < m; ++i) storeLanes(X + k * n + c + kLanes * i, sum[i]);
+}
+
+}  // namespace
+
 /// From A^-1 = L^-1 D^-1 L^-T, row by row: X(k, c) = -sum_j L(k, j) X(j, c) for c < k, and
 /// X(k, k) = 1 / D(k) - sum_j L(k, j) X(k, j), over the chain of k. X is symmetric.
 void TreeFactor::invert(double* X) const {
@@ -140,28 +189,23 @@ void TreeFactor::invert(double* X) const {
     for (size_t k = s.first; k < s.first + s.count; ++k) {
       const double* row = factor_.v + p.rowStart[k];
       double* Xk = X + k * n;
-      const auto forChain = [&](auto&& visit) {
-        for (size_t r = s.runBegin; r < s.runEnd; ++r)
-          for (size_t t = 0; t < p.runs[r].count; ++t)
-            visit(row[p.runs[r].position + t], p.runs[r].first + t);
-        for (size_t j = s.first; j < k; ++j) visit(row[s.depth + j - s.first], j);
-      };
+      size_t c = 0;
+      for (; c + 3 * kLanes <= k; c += 3 * kLanes) invertColumns<3>(p, s, k, row, c, X);
+      for (; c + kLanes <= k; c += kLanes) invertColumns<1>(p, s, k, row, c, X);
       // The last lanes overlap those before them where four does not divide k.
-      for (size_t c = 0; k >= kLanes && c < k; c += kLanes) {
-        const size_t at = c + kLanes <= k ? c : k - kLanes;
-        Lanes sum{};
-        forChain([&](double l, size_t j) { sum -= l * loadLanes(X + j * n + at); });
-        storeLanes(Xk + at, sum);
+      if (c < k && k >= kLanes) {
+        invertColumns<1>(p, s, k, row, k - kLanes, X);
+        c = k;
       }
-      for (size_t c = 0; k < kLanes && c < k; ++c) {
+      for (; c < k; ++c) {
         double sum = 0.0;
-        forChain([&](double l, size_t j) { sum -= l * X[j * n + c]; });
+        forChain(p, s, k, row, [&](double l, size_t j) { sum -= l * X[j * n + c]; });
         Xk[c] = sum;
       }
       double diagonal = inversePivot_[k];
-      forChain([&](double l, size_t j) { diagonal -= l * Xk[j]; });
+      forChain(p, s, k, row, [&](double l, size_t j) { diagonal -= l * Xk[j]; });
       Xk[k] = diagonal;
-      for (size_t c = 0; c < k; ++c) X[c * n + k] = Xk[c];
+      for (c = 0; c < k; ++c) X[c * n + k] = Xk[c];
     }
 }
 

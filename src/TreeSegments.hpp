@@ -24,6 +24,11 @@ inline void withWidth(const TreePattern::Segment& s, Kernel&& kernel) {
   }
 }
 
+/// Whether the velocities above a segment are neighbours; then its rows meet a vector as it stands.
+inline bool isBelowOneRun(const TreePattern::Segment& s) {
+  return s.runEnd - s.runBegin == 1;
+}
+
 /// The packed rows of a segment of w velocities.
 template <size_t w>
 class SegmentRows {
@@ -56,6 +61,51 @@ class SegmentRows {
       for (size_t r = 1; r < w; ++r) sum += u[r] * loadLanes(row_[r] + b);
       storeLanes(chain + b, sum);
     }
+  }
+
+  /// The same as `dotChain` for a chain whose velocities are neighbours, from `x` on.
+  void dotRun(const double* x, double (&sum)[w]) const {
+    size_t b = 0;
+    if (depth_ < kLanes) {
+      for (size_t r = 0; r < w; ++r) sum[r] = 0.0;
+    } else {
+      Lanes lanes[w];
+      const Lanes first = loadLanes(x);
+      for (size_t r = 0; r < w; ++r) lanes[r] = loadLanes(row_[r]) * first;
+      for (b = kLanes; b + kLanes <= depth_; b += kLanes) {
+        const Lanes next = loadLanes(x + b);
+        for (size_t r = 0; r < w; ++r) lanes[r] += loadLanes(row_[r] + b) * next;
+      }
+      for (size_t r = 0; r < w; ++r) sum[r] = sumOfLanes(lanes[r]);
+    }
+    if ((depth_ & 2) != 0) {
+      const Pair next = loadPair(x + b);
+      for (size_t r = 0; r < w; ++r) {
+        const Pair product = loadPair(row_[r] + b) * next;
+        sum[r] += product[0] + product[1];
+      }
+      b += 2;
+    }
+    if ((depth_ & 1) != 0)
+      for (size_t r = 0; r < w; ++r) sum[r] += row_[r][b] * x[b];
+  }
+
+  /// x += sum of u[r] times row r, for such a chain.
+  void addToRun(const double (&u)[w], double* x) const {
+    size_t b = 0;
+    for (; b + kLanes <= depth_; b += kLanes) {
+      Lanes sum = loadLanes(x + b);
+      for (size_t r = 0; r < w; ++r) sum += u[r] * loadLanes(row_[r] + b);
+      storeLanes(x + b, sum);
+    }
+    if ((depth_ & 2) != 0) {
+      Pair sum = loadPair(x + b);
+      for (size_t r = 0; r < w; ++r) sum += u[r] * loadPair(row_[r] + b);
+      storePair(x + b, sum);
+      b += 2;
+    }
+    if ((depth_ & 1) != 0)
+      for (size_t r = 0; r < w; ++r) x[b] += u[r] * row_[r][b];
   }
 
  private:

@@ -6,23 +6,34 @@
 
 namespace zelvik {
 
-/// A vector of each of four bodies, which `get` reads from `Bodies`.
+/// A vector of each of four bodies, to which `get` refers in `Bodies`.
 template <typename Get>
 inline Lanes3 TreeSweeps::gather(const Places& places, Get&& get) const {
   if (places.lanesMatch) return get(bodies_[places.batch[0]]);
-  Lanes3 value;
-  for (size_t l = 0; l < kLanes; ++l)
-    setLane(value, l, getLane(get(bodies_[places.batch[l]]), places.lane[l]));
-  return value;
+  const Lanes3* v[kLanes];
+  for (size_t l = 0; l < kLanes; ++l) v[l] = &get(bodies_[places.batch[l]]);
+  const size_t* lane = places.lane;
+  const auto pick = [&](Lanes Lanes3::*axis) {
+    return Lanes{(v[0]->*axis)[lane[0]], (v[1]->*axis)[lane[1]], (v[2]->*axis)[lane[2]],
+                 (v[3]->*axis)[lane[3]]};
+  };
+  return {pick(&Lanes3::x), pick(&Lanes3::y), pick(&Lanes3::z)};
 }
 
 namespace detail {
 
 inline void addLane(Lanes3& to, size_t lane, const Lanes3& from, size_t l) {
-  setLane(to, lane, getLane(to, lane) + getLane(from, l));
+  to.x[lane] += from.x[l];
+  to.y[lane] += from.y[l];
+  to.z[lane] += from.z[l];
 }
 inline void addLane(LanesSymmetric& to, size_t lane, const LanesSymmetric& from, size_t l) {
-  setLane(to, lane, getLane(to, lane) + getLane(from, l));
+  to.xx[lane] += from.xx[l];
+  to.xy[lane] += from.xy[l];
+  to.xz[lane] += from.xz[l];
+  to.yy[lane] += from.yy[l];
+  to.yz[lane] += from.yz[l];
+  to.zz[lane] += from.zz[l];
 }
 
 }  // namespace detail

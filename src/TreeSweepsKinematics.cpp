@@ -84,7 +84,7 @@ void TreeSweeps::placeRoot() {
 void TreeSweeps::placeBatch(const Batch& batch, Bodies& B) {
   Lanes33 Rp;
   for (size_t j = 0; j < 3; ++j)
-    Rp.c[j] = gather(batch.parents, [j](const Bodies& p) { return p.R.c[j]; });
+    Rp.c[j] = gather(batch.parents, [j](const Bodies& p) -> const Lanes3& { return p.R.c[j]; });
 
   Lanes q, cosine, sine;
   for (size_t l = 0; l < kLanes; ++l) q[l] = s_.gc_[batch.gc[l]];
@@ -106,7 +106,8 @@ void TreeSweeps::placeBatch(const Batch& batch, Bodies& B) {
     B.turn[0] = B.turns * axis + B.balls * B.R.c[0];
     for (size_t k = 1; k < 3; ++k) B.turn[k] = B.balls * B.R.c[k];
   }
-  B.position = gather(batch.parents, [](const Bodies& p) { return p.position; }) + B.offset;
+  B.position =
+      gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.position; }) + B.offset;
   B.comOffset = B.R * B.comB;
   B.com = B.position + B.comOffset;
 

@@ -54,9 +54,10 @@ void TreeSweeps::gatherInertia(const Batch& batch, Bodies& B) {
   addInertia(B.mass, B.com - B.compositeCom, B.compositeInertia);
   const bool isBelowRoot = batch.parents.batch[0] == 0;
   if (isBelowRoot && s_.jointType_[0] != Joint::FLOATING) return;
-  const Lanes3 origin = isBelowRoot
-                            ? bodies_[0].position
-                            : gather(batch.parents, [](const Bodies& p) { return p.compositeCom; });
+  const Lanes3 origin =
+      isBelowRoot
+          ? bodies_[0].position
+          : gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.compositeCom; });
   LanesSymmetric share = B.compositeInertia;
   addInertia(B.compositeMass, B.compositeCom - origin, share);
   addToParents(batch, share, &Bodies::compositeInertia);
@@ -82,13 +83,17 @@ const std::uint32_t* TreeSweeps::writeRows(const Batch& batch, const Bodies& B,
     }
     for (size_t i = batch.stepBegin; i < batch.stepEnd; ++i) {
       const Step& step = steps_[i];
-      const Lanes3 p = gather(step.joints, [](const Bodies& j) { return j.position; });
+      const Lanes3 p =
+          gather(step.joints, [](const Bodies& j) -> const Lanes3& { return j.position; });
       const Lanes3 moment = n + cross(B.compositeCom - p, f);
       const size_t end = i == batch.stepBegin ? k + 1 : step.width;
       for (size_t l = 0; l < end; ++l, target += kLanes) {
-        Lanes entry = dot(gather(step.joints, [l](const Bodies& j) { return j.turn[l]; }), moment);
+        Lanes entry =
+            dot(gather(step.joints, [l](const Bodies& j) -> const Lanes3& { return j.turn[l]; }),
+                moment);
         if (l == 0 && hasSlides_)
-          entry += dot(gather(step.joints, [](const Bodies& j) { return j.slide; }), f);
+          entry +=
+              dot(gather(step.joints, [](const Bodies& j) -> const Lanes3& { return j.slide; }), f);
         for (size_t lane = 0; lane < kLanes; ++lane) rows[target[lane]] = entry[lane];
       }
     }

@@ -35,12 +35,14 @@ void TreeSweeps::startRoot(const Vec3& gravity) {
 
 /// Velocities and bias accelerations, from those of the parents.
 void TreeSweeps::propagateVelocities(const Batch& batch, Bodies& B) {
-  const Lanes3 omega = gather(batch.parents, [](const Bodies& p) { return p.omega; });
-  const Lanes3 alpha = gather(batch.parents, [](const Bodies& p) { return p.alpha; });
+  const Lanes3 omega =
+      gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.omega; });
+  const Lanes3 alpha =
+      gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.alpha; });
   const Lanes3 omegaXr = cross(omega, B.offset);
-  B.v = gather(batch.parents, [](const Bodies& p) { return p.v; }) + omegaXr;
-  B.a = gather(batch.parents, [](const Bodies& p) { return p.a; }) + cross(omega, omegaXr) +
-        cross(alpha, B.offset);
+  B.v = gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.v; }) + omegaXr;
+  B.a = gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.a; }) +
+        cross(omega, omegaXr) + cross(alpha, B.offset);
 
   Lanes3 w{};
   for (size_t k = 0; k < batch.width; ++k) {

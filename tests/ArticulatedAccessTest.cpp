@@ -50,6 +50,8 @@ TEST(ArticulatedAccess, IndicesAndCountsOutOfRangeAreRefused) {
   VecDyn tooLong(before.n + 1), coordinates(before.n);
   Mat33 R;
   Vec3 p;
+  VecDyn one(1);
+  MatDyn narrow(1, 2);
   SparseJacobian tooSmall;
   tooSmall.reserve(1);
   expectRefused(
@@ -71,6 +73,9 @@ TEST(ArticulatedAccess, IndicesAndCountsOutOfRangeAreRefused) {
        {"unknown body id", [](AS& s) { EXPECT_EQ(s.getBodyIdx("nobody"), SIZE_MAX); }},
        {"unknown frame id", [](AS& s) { EXPECT_EQ(s.getFrameIdxByName("nowhere"), SIZE_MAX); }},
        {"the Jacobian has room for ", [&](AS& s) { s.getSparseJacobian_internal(2, p, tooSmall); }},
+       {"computeNonlinearities: the vector has 1 entries",
+        [&](AS& s) { s.computeNonlinearities(Vec3{}, one); }},
+       {"the matrix is 1 by 2", [&](AS& s) { s.computeMassMatrix(narrow); }},
        {"integratePosition: ", [&](AS& s) { s.integratePosition(coordinates, VecDyn(1), 0.1); }}});
   EXPECT_TRUE(system->getSprings().empty());
 }

@@ -278,6 +278,35 @@ TEST(ArticulatedShapes, FollowTheBodiesAndTakeNewSizes) {
   system->destroyCollisionBodies(nullptr);
 }
 
+TEST(ArticulatedShapes, ArePlacedAsByPlainProducts) {
+  const auto system = onFixedBase(withSphere(body("ball", Joint::SPHERICAL)));
+  const dGeomID geom = system->getCollisionBodies()[0].colObj;
+  Mat33 offset;
+  rotationAboutAxis({{0.48, -0.6, 0.64}}, std::cos(0.7), std::sin(0.7), offset);
+  system->setCollisionObjectOrientationOffset(0, offset);
+  // The last one is far beyond what a quick look takes for ordinary, and still to be shown.
+  for (const double distance : {0.3, -2.0, double{NAN}, 1.7, 5e7}) {
+    system->setCollisionObjectPositionOffset(0, {{0.2, distance, -0.1}});
+    system->setGeneralizedCoordinate({0.7, 0.1, -0.5, 0.5});
+    system->updateCollision();
+    EXPECT_EQ(dGeomIsEnabled(geom), distance == distance ? 1 : 0);
+    if (distance != distance) continue;
+    Mat33 R;
+    Vec3 origin;
+    const size_t b = system->getCollisionBodies()[0].localIdx;
+    system->getOrientation(b, R);
+    system->getPosition(b, Vec3{}, origin);
+    const Vec3 position = origin + R * Vec3{{0.2, distance, -0.1}};
+    const Mat33 rotation = R * offset;
+    for (size_t i = 0; i < 3; ++i) {
+      EXPECT_NEAR(dGeomGetPosition(geom)[i], position[i], 4e-15 * (1.0 + std::fabs(distance)));
+      for (size_t j = 0; j < 3; ++j)
+        EXPECT_NEAR(dGeomGetRotation(geom)[4 * i + j], rotation(i, j), 4e-15);
+    }
+  }
+  system->destroyCollisionBodies(nullptr);
+}
+
 TEST(ArticulatedSystemRefuses, TreesListsAndFilesThatItCannotTreat) {
   const auto refused = [](const std::string& text, auto&&... arguments) {
     messages::expect(
@@ -294,6 +323,10 @@ TEST(ArticulatedSystemRefuses, TreesListsAndFilesThatItCannotTreat) {
   Child nested = body("base", Joint::FIXED);
   nested.childrenMovable.push_back(body("drone", Joint::FLOATING));
   refused("Floating joints are only supported at the root. The joint", nested, ".");
+  Child nameless = body("base", Joint::FIXED), wheel = body("wheel", Joint::REVOLUTE);
+  wheel.jointName.clear();
+  nameless.childrenMovable.push_back(wheel);
+  refused("All joints must have a name", nameless, ".");
   refused("The joint of the root must be fixed or floating", body("wheel", Joint::REVOLUTE), ".");
   refused("models/nowhere/robot.urdf does not exist", "models/nowhere/robot.urdf");
 

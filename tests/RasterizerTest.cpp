@@ -212,6 +212,26 @@ TEST(Picture, EveryShapeCoversItsSilhouette) {
   }
 }
 
+TEST(Picture, WiresAndForcesShowWhereAskedFor) {
+  World world;
+  Sphere *above = world.addSphere(0.05, 1.0), *below = world.addSphere(0.05, 1.0);
+  above->setBodyType(STATIC);
+  above->setPosition(0, 0, 1);
+  world.addStiffWire(above, 0, {}, below, 0, {}, 1.0)->setStretchType(2);
+  Recorder recorder(world);
+  below->setExternalForce(0, Vec3{{0, 5.0, 0}});
+  world.integrate();
+  recorder.capture();
+  PictureOptions neither;
+  neither.wires = false;
+  PictureOptions wires = neither, forces = neither;
+  wires.wires = true;
+  forces.forces = true;
+  const Image bare = recorder.render(neither);
+  EXPECT_GT(countDifferent(recorder.render(wires), bare), 100);
+  EXPECT_GT(countDifferent(recorder.render(forces), bare), 100);
+}
+
 TEST(Picture, BadInput) {
   World world;
   world.addSphere(0.1, 1.0);
@@ -230,6 +250,12 @@ TEST(Picture, BadInput) {
   expect("1000000 x 400", "a.png", wide);
   expect("field of view 0", "a.png", flat);
   expect("its target is out of range", "a.png", lost);
+  messages::expect(
+      "a.png is not written: an image of 2 x 2 pixels with 0 bytes",
+      [] {
+        EXPECT_FALSE(writePng("a.png", {2, 2, {}}));
+      },
+      messages::OnFatal::GO_ON);
   expect("no such directory/a.png cannot be written: No such file", "no such directory/a.png", {});
   PictureOptions follow;
   follow.camera.follow = "nobody";

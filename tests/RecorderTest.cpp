@@ -256,9 +256,11 @@ TEST(Recorder, MeshesAndLayers) {
                   "iyy='1' izz='1' ixy='0' ixz='0' iyz='0'/></inertial><visual><geometry><mesh "
                   "filename='missing.obj'/></geometry></visual><visual><geometry><mesh "
                   "filename='broken.obj'/></geometry></visual><visual><geometry><mesh "
+                  "filename='garbled.obj'/></geometry></visual><visual><geometry><mesh "
                   "filename='pentagon.obj'/></geometry></visual><visual><geometry><sphere "
                   "radius='0.2'/></geometry></visual><collision><geometry><box size='1 2 3'/>"
                   "</geometry></collision></link></robot>");
+  directory.write("garbled.obj", "v 0 0\n");
   directory.write("broken.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 4\n");
   directory.write("pentagon.obj",
                   "v 0 0 0\nv 2 0 0\nv\t3  1 0\r\nv 1 2 +1e-60\nv -1 1 0\nf 1/1 2//3 -3 -2 5\n");
@@ -270,6 +272,7 @@ TEST(Recorder, MeshesAndLayers) {
   const std::string output = messages::of([&] { recorder.capture(); });
   EXPECT_NE(output.find("missing.obj is not shown: there is no such file"), std::string::npos);
   EXPECT_NE(output.find("broken.obj is not shown: a face names a vertex"), std::string::npos);
+  EXPECT_NE(output.find("line 1 is no vertex or face: v 0 0"), std::string::npos);
   const Replay replay(recorder.encodeReplay());
   const nlohmann::json& shapes = replay.header["bodies"][1]["shapes"];
   ASSERT_EQ(shapes.size(), 3u);
@@ -280,6 +283,20 @@ TEST(Recorder, MeshesAndLayers) {
   const std::size_t positions = replay.header["meshes"][0]["positions"];
   EXPECT_EQ(replay.header["blocks"][positions]["count"], 18);
   EXPECT_EQ(replay.pose(0, 0)[0], 5.0);
+
+  RecorderOptions eyeOnly;
+  eyeOnly.collisionShapes = false;
+  Recorder visual(world, eyeOnly);
+  messages::of([&] { visual.capture(); });
+  const std::string file = directory.path + "visual.zlvr";
+  ASSERT_TRUE(visual.writeReplay(file, "title"));
+  const std::string bytes = directory.read("visual.zlvr");
+  EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.end()), visual.encodeReplay("title"));
+  EXPECT_EQ(Replay(visual.encodeReplay()).header["bodies"][1]["shapes"].size(), 2u);
+  EXPECT_EQ(visual.getFrameCount(), 1u);
+  const std::size_t memory = visual.getMemory();
+  for (int i = 0; i < 100; ++i) visual.capture();
+  EXPECT_GT(visual.getMemory(), memory + 100 * sizeof(double));
 }
 
 std::string decodeBase64(const std::string& text) {

@@ -47,6 +47,10 @@ TEST(WorldFile, Faults) {
       {objects(sphere + "radius='-1'/><state/></sphere>"), "Sphere.cpp: "},
       {objects("<mesh mass='1' scale='2'/>"), "mesh/scale, at row:1"},
       {objects("<compound mass='1' com='0 0 0'><children/></compound>"), "less than 2 children"},
+      {objects("<compound mass='1' com='0 0 0'><children><cone><dim x='1'/><state pos='0 0 0' "
+               "quat='1 0 0 0'/></cone><cone><dim x='1'/><state pos='0 0 0' quat='1 0 0 0'/></cone>"
+               "</children></compound>"),
+       "Compound.cpp: Unsupported shape: cone for a compound object"},
       {objects("<heightmap/>"),
        "WorldFileHeightMap.cpp: Height map in \"URDF from a string\", zelvik/objects/heightmap/ "
        "does not have a proper initialization properties. Need one of: height, "

@@ -229,6 +229,32 @@ TEST(World, HalvesLeaveTheWorldAsPromised) {
   EXPECT_NEAR(impulse[2], 0.005 * (2.0 * 9.81 + 100.0) + 2.0 * target, 1e-9);
 }
 
+TEST(World, AStateSetBetweenTheHalvesFreesTheContactsOfBothSides) {
+  for (const bool ballFirst : {false, true}) {
+    World world;
+    Child link;
+    link.bodyName = "link";
+    link.jointType = Joint::FLOATING;
+    link.mass = 1.0;
+    link.inertia = Mat33::identity();
+    CollisionBody shape;
+    shape.shape = Shape::SPHERE;
+    shape.size = {0.5};
+    link.collisionBodies.push_back(shape);
+    Sphere* ball = ballFirst ? world.addSphere(0.5, 1.0) : nullptr;
+    ArticulatedSystem* system = world.addArticulatedSystem(link, ".");
+    if (!ballFirst) ball = world.addSphere(0.5, 1.0);
+    ball->setPosition(0.9, 0, 0);
+    world.integrate1();
+    ASSERT_EQ(ball->getContacts().size(), 1u);
+    system->setGeneralizedCoordinate(system->getGeneralizedCoordinate());
+    world.integrate2();
+    const VecDyn& u = system->getGeneralizedVelocity();
+    for (const Vec3& v : {ball->getLinearVelocity(), Vec3{{u[0], u[1], u[2]}}})
+      EXPECT_LT(norm(v - Vec3{{0, 0, -9.81 * world.getTimeStep()}}), 1e-12) << ballFirst;
+  }
+}
+
 TEST(World, RemovalReleasesTheContactsOfTheStep) {
   // The belt lies on the box, the ball beside them on the ground; the box dies between the halves.
   World world;
@@ -326,6 +352,38 @@ TEST(World, BroadPhasesGiveTheSameContacts) {
       EXPECT_EQ(a[i]->getContacts().size(), b[i]->getContacts().size());
     run(other, 0.2);
   }
+}
+
+// In a simple space with many geoms the library looks for pairs itself, in the order of ODE, on
+// which the order of contacts depends and the last bits with it. Bodies that meet nothing decide
+// who looks.
+TEST(World, OwnSearchOfPairsKeepsTheOrder) {
+  World few, many;
+  std::vector<SingleBodyObject*> a, b;
+  for (auto [world, bodies] : {std::pair{&few, &a}, std::pair{&many, &b}}) {
+    world->setBroadPhase(World::BroadPhase::SIMPLE);
+    world->addGround(0.0);
+    fillWithDebris(*world, *bodies);
+    bodies->front()->setCollisionMask(0);
+    bodies->front()->setCollisionGroup(0);
+  }
+  for (int i = 0; i < 100; ++i) many.addSphere(0.1, 1.0)->setPosition(i, 0.0, 1000.0);
+  size_t contacts = 0;
+  for (int step = 0; step < 100; ++step) {
+    few.integrate();
+    many.integrate();
+    const contact::ContactProblemList &p = few.getContactProblems(), &q = many.getContactProblems();
+    ASSERT_EQ(p.size(), q.size()) << step;
+    for (size_t i = 0; i < p.size(); ++i)
+      for (size_t k = 0; k < 3; ++k) {
+        EXPECT_EQ(p[i].position_[k], q[i].position_[k]);
+        EXPECT_EQ(p[i].imp_[k], q[i].imp_[k]);
+      }
+    contacts += p.size();
+  }
+  EXPECT_GT(contacts, 100u);
+  for (size_t i = 0; i < a.size(); ++i)
+    EXPECT_EQ(a[i]->getContacts().size(), b[i]->getContacts().size());
 }
 
 }  // namespace

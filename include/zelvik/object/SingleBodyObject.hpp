@@ -270,6 +270,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void computeCouplingBlocks();
   void computeTauStar();
   void computeContactMaps();
+  void startFromFreeVelocity();
   void applyContactImpulses();
   Vec3 addForceAtPoint(const Mat<3, 1>& pos, const Mat<3, 1>& force);
   void integratePosition(double dt);
