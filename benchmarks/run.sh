@@ -55,8 +55,14 @@ settings_of() { # ENGINE SCENE SETTING...
   for setting in "${@:3}"; do
     [[ $scene == A* && $setting == broad=* ]] || echo "$setting"
   done
-  [[ $scene != A4 || $engine != zelvik ]] || printf 'scheme=semi\nscheme=rk4\n'
-  [[ $scene != A4 || $engine != mujoco* ]] || echo integrator=RK4
+  case $engine:$scene in
+    zelvik:A4) printf 'scheme=semi\nscheme=rk4\n' ;;
+    mujoco*:A4) echo integrator=RK4 ;;
+    zelvik:S1*) echo broad=simple,threshold=1e-12 ;;
+    zelvik:A[12]*) echo threshold=1e-12,iterations=1000 ;;
+    zelvik:S3 | zelvik:S4* | zelvik:S5) echo broad=sap,warm=1 ;;
+    zelvik:A5-S4* | zelvik:A5-S5) echo warm=1 ;;
+  esac
 }
 
 # Whether the first pass could not run it. Then the second does not try.

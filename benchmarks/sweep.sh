@@ -27,7 +27,8 @@ robot=(
   "bullet iterations=10 iterations=50 iterations=200"
   "dart solver=dantzig solver=pgs solver=dantzig,detector=fcl")
 piles=(
-  "zelvik broad=sap,iterations=10 broad=sap,iterations=30 broad=sap broad=sap,erp=5 broad=sap,erp=20"
+  "zelvik broad=sap,iterations=10 broad=sap,iterations=30 broad=sap broad=sap,erp=5 broad=sap,erp=20
+   broad=sap,warm=1,iterations=10 broad=sap,warm=1,iterations=30 broad=sap,warm=1,erp=20"
   "mujoco default cone=pyramidal solver=CG,iterations=10 solver=CG,iterations=50"
   "mujoco_newer default solver=CG,iterations=10 solver=CG,iterations=50"
   "ode iterations=10,space=sap iterations=20,space=sap iterations=50,space=sap
