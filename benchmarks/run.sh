@@ -45,7 +45,7 @@ engines=(
   "zelvik default broad=simple broad=sap"
   "mujoco default cone=pyramidal"
   "mujoco_newer default"
-  "ode default step=world"
+  "ode default space=sap step=world"
   "bullet default iterations=50"
   "dart default")
 
@@ -60,7 +60,8 @@ settings_of() { # ENGINE SCENE SETTING...
     mujoco*:A4) echo integrator=RK4 ;;
     zelvik:S1*) echo broad=simple,threshold=1e-12 ;;
     zelvik:A[12]*) echo threshold=1e-12,iterations=1000 ;;
-    zelvik:S3 | zelvik:S4* | zelvik:S5) echo broad=sap,warm=1 ;;
+    zelvik:S3) printf 'broad=simple,warm=1\nbroad=simple,warm=1,erp=20,iterations=10\n' ;;
+    zelvik:S4* | zelvik:S5) printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=20,iterations=10\n' ;;
     zelvik:A5-S4* | zelvik:A5-S5) echo warm=1 ;;
   esac
 }
