@@ -162,8 +162,8 @@ void ContactSweep::appendLimitPoint(ArticulatedSystem& system, const Single3DCon
   points_.push_back({kIdentity,
                      nullptr,
                      isAxis ? 1u : 3u,
-                     {inverse + d * n, isAxis ? zeros_.data() : inverse + (d + 1) * n,
-                      isAxis ? zeros_.data() : inverse + (d + 2) * n},
+                     {inverse + d * n, isAxis ? nullptr : inverse + (d + 1) * n,
+                      isAxis ? nullptr : inverse + (d + 2) * n},
                      {d, d + 1, d + 2},
                      row,
                      0});
@@ -190,8 +190,11 @@ void ContactSweep::connectPoints() {
     pointVelocities_.resize(points_.size());
     pointImpulses_.resize(points_.size());
   }
-  for (Point& point : points_)
+  for (Point& point : points_) {  // lists of our own stay where they are from here on
     if (point.velocityIdx == nullptr) point.velocityIdx = point.limitIdx;
+    for (const double*& response : point.responses)
+      if (response == nullptr) response = zeros_.data();
+  }
   for (const Robot& robot : robots_) {
     computePoints(robot);
     for (size_t i = 0; i < robot.count; ++i) {
