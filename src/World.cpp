@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <algorithm>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "ImpulseMemory.hpp"
+#include "ObjectGeoms.hpp"
 #include "OdeGuard.hpp"
 #include "PairSearch.hpp"
 
@@ -95,19 +95,11 @@ void World::updateMaterialProp(const MaterialManager& manager) {
 void World::setBroadPhase(BroadPhase kind) {
   const dSpaceID old = worldSpace_;
   worldSpace_ = createSpace(kind);
-  std::vector<std::pair<std::pair<size_t, size_t>, dGeomID>> geoms;
-  for (int i = 0; i < dSpaceGetNumGeoms(old); ++i) {
-    const dGeomID geom = dSpaceGetGeom(old, i);
-    const GeomRecord& record = geomRecord(geom);
-    geoms.push_back({{record.objectIdx, record.localBodyIdx}, geom});
-  }
-  // A space lists the geoms that moved last first: reverse that before sorting by owner.
-  std::stable_sort(geoms.rbegin(), geoms.rend(),
-                   [](const auto& a, const auto& b) { return a.first > b.first; });
-  for (const auto& [owner, geom] : geoms) {
-    dSpaceRemove(old, geom);
-    dSpaceAdd(worldSpace_, geom);
-  }
+  for (const Object* object : objectList_)
+    forEachGeom(*object, [&](dGeomID geom) {
+      dSpaceRemove(old, geom);
+      dSpaceAdd(worldSpace_, geom);
+    });
   dSpaceDestroy(old);
 }
 

@@ -6,6 +6,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 
 #include "CylinderOnPlane.hpp"
+#include "ObjectGeoms.hpp"
 #include "OdeGuard.hpp"
 #include "PairSearch.hpp"
 
@@ -126,10 +127,10 @@ void World::detectCollisions() {
     if (object->getObjectType() != HEIGHTMAP) continue;
     const HeightMap& map = static_cast<const HeightMap&>(*object);
     if (!map.isTurned()) continue;
-    for (int i = 0; i < dSpaceGetNumGeoms(worldSpace_); ++i) {
-      const dGeomID geom = dSpaceGetGeom(worldSpace_, i);
-      if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
-    }
+    for (const Object* other : objectList_)
+      forEachGeom(*other, [&](dGeomID geom) {
+        if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
+      });
   }
   if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
 }
