@@ -139,7 +139,6 @@ class ContactSweep {
     size_t firstBlock;    ///< in `blocks_`
   };
 
-  void growZeros(const std::vector<Object*>& objects);
   void writeRow(Single3DContactProblem& problem, ContactRow& row);
   void attachBody(SingleBodyObject& body);
   void attachRobot(ArticulatedSystem& system, const ContactProblemList& problems, size_t& limit);

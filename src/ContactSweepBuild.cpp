@@ -59,7 +59,6 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
   queriedBodies_.clear();
   robots_.clear();
   points_.clear();
-  growZeros(objects);
   size_t limit = 0;  // limits stand behind the contacts, in the order of the objects
   while (limit < problems.size() && rows_[limit].kind != RowKind::LIMIT) ++limit;
   for (Object* object : objects) {
@@ -71,14 +70,6 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
   }
   connectPoints();
   chooseCouplings();
-}
-
-/// Before any point refers to them.
-void ContactSweep::growZeros(const std::vector<Object*>& objects) {
-  for (const Object* object : objects)
-    if (object->getObjectType() == ARTICULATED_SYSTEM)
-      zeros_.resize(
-          std::max(zeros_.size(), static_cast<const ArticulatedSystem&>(*object).getDOF()), 0.0);
 }
 
 void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
@@ -166,12 +157,13 @@ void ContactSweep::appendLimitPoint(ArticulatedSystem& system, const Single3DCon
   const size_t n = system.dof_, d = system.dofStart_[p.contactIdxA_];
   const double* inverse = system.massInverse_.v;
   const bool isAxis = system.jointType_[p.contactIdxA_] != Joint::SPHERICAL;
+  if (zeros_.size() < n) zeros_.resize(n, 0.0);
   rows_[row].isOrdinary = isAxis;
   points_.push_back({kIdentity,
                      nullptr,
                      isAxis ? 1u : 3u,
-                     {inverse + d * n, isAxis ? zeros_.data() : inverse + (d + 1) * n,
-                      isAxis ? zeros_.data() : inverse + (d + 2) * n},
+                     {inverse + d * n, isAxis ? nullptr : inverse + (d + 1) * n,
+                      isAxis ? nullptr : inverse + (d + 2) * n},
                      {d, d + 1, d + 2},
                      row,
                      0});
@@ -198,8 +190,11 @@ void ContactSweep::connectPoints() {
     pointVelocities_.resize(points_.size());
     pointImpulses_.resize(points_.size());
   }
-  for (Point& point : points_)
+  for (Point& point : points_) {  // lists of our own stay where they are from here on
     if (point.velocityIdx == nullptr) point.velocityIdx = point.limitIdx;
+    for (const double*& response : point.responses)
+      if (response == nullptr) response = zeros_.data();
+  }
   for (const Robot& robot : robots_) {
     computePoints(robot);
     for (size_t i = 0; i < robot.count; ++i) {

@@ -5,9 +5,9 @@
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "ImpulseMemory.hpp"
+#include "ObjectGeoms.hpp"
 #include "OdeGuard.hpp"
 #include "PairSearch.hpp"
-#include "WorldGeoms.hpp"
 
 namespace zelvik {
 
@@ -95,10 +95,11 @@ void World::updateMaterialProp(const MaterialManager& manager) {
 void World::setBroadPhase(BroadPhase kind) {
   const dSpaceID old = worldSpace_;
   worldSpace_ = createSpace(kind);
-  forEachGeom(objectList_, old, [&](dGeomID geom) {
-    dSpaceRemove(old, geom);
-    dSpaceAdd(worldSpace_, geom);
-  });
+  for (const Object* object : objectList_)
+    forEachGeom(*object, [&](dGeomID geom) {
+      dSpaceRemove(old, geom);
+      dSpaceAdd(worldSpace_, geom);
+    });
   dSpaceDestroy(old);
 }
 

@@ -6,9 +6,9 @@
 #include <zelvik/object/GeomRecord.hpp>
 
 #include "CylinderOnPlane.hpp"
+#include "ObjectGeoms.hpp"
 #include "OdeGuard.hpp"
 #include "PairSearch.hpp"
-#include "WorldGeoms.hpp"
 
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.
@@ -127,9 +127,10 @@ void World::detectCollisions() {
     if (object->getObjectType() != HEIGHTMAP) continue;
     const HeightMap& map = static_cast<const HeightMap&>(*object);
     if (!map.isTurned()) continue;
-    forEachGeom(objectList_, worldSpace_, [&](dGeomID geom) {
-      if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
-    });
+    for (const Object* other : objectList_)
+      forEachGeom(*other, [&](dGeomID geom) {
+        if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
+      });
   }
   if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
 }

@@ -4,6 +4,8 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "ObjectGeoms.hpp"
+
 // Adding and removing objects: the list stays dense, and every geom knows its owner's place in it.
 
 namespace zelvik {
@@ -189,24 +191,9 @@ void removeWire(std::vector<std::unique_ptr<Wire>>& wires, const Wire* wire) {
   }
 }
 
-void setOwner(dGeomID geom, size_t index) {
-  if (geom != nullptr) geomRecord(geom).objectIdx = index;
-}
-
 /// Writes the owner's place on all geoms of an object.
-void setOwnerOfGeoms(Object& object, size_t index) {
-  switch (object.getObjectType()) {
-    case ARTICULATED_SYSTEM:
-      for (const CollisionDefinition& body :
-           static_cast<ArticulatedSystem&>(object).getCollisionBodies())
-        setOwner(body.colObj, index);
-      break;
-    case COMPOUND:
-      for (dGeomID geom : static_cast<Compound&>(object).getCollisionGeoms()) setOwner(geom, index);
-      break;
-    default:
-      setOwner(static_cast<SingleBodyObject&>(object).getCollisionObject(), index);
-  }
+void setOwnerOfGeoms(const Object& object, size_t index) {
+  forEachGeom(object, [index](dGeomID geom) { geomRecord(geom).objectIdx = index; });
 }
 
 }  // namespace

@@ -218,5 +218,39 @@ TEST(WarmStart, FindsTheSameForcesInFewerSweeps) {
   }
 }
 
+/// A hanging chain whose joints all reach their limits.
+Child chainWithLimits(size_t links) {
+  using articulated_test::body;
+  Child node = body("link0", Joint::FIXED);
+  for (Child* last = &node; links > 0; --links, last = &last->childrenMovable[0]) {
+    Child next = body("link" + std::to_string(links), Joint::REVOLUTE, 1.0, {{0.2, 0.0, 0.0}});
+    next.jointPosition = {{0.4, 0.0, 0.0}};
+    next.jointLimit[0] = -0.1;
+    next.jointLimit[1] = 0.1;
+    last->childrenMovable.push_back(next);
+  }
+  return node;
+}
+
+TEST(ContactSweep, LimitsOfASystemLeaveThoseOfSmallerOnesAlone) {
+  World together;
+  std::vector<ArticulatedSystem*> systems;
+  for (size_t links = 1; links < 9; ++links)
+    systems.push_back(together.addArticulatedSystem(chainWithLimits(links), "."));
+  for (int i = 0; i < 100; ++i) together.integrate();
+  for (size_t links = 1; links < 9; ++links) {
+    World alone;
+    ArticulatedSystem* system = alone.addArticulatedSystem(chainWithLimits(links), ".");
+    for (int i = 0; i < 100; ++i) alone.integrate();
+    // Together the longest chain decides when the sweeps end.
+    const VecDyn &q = system->getGeneralizedCoordinate(),
+                 &p = systems[links - 1]->getGeneralizedCoordinate();
+    for (size_t k = 0; k < q.n; ++k) {
+      EXPECT_NEAR(p[k], q[k], 1e-4);
+      EXPECT_NEAR(q[k], 0.1, 0.05);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace zelvik

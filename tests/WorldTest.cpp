@@ -387,5 +387,22 @@ TEST(World, OwnSearchOfPairsKeepsTheOrder) {
     EXPECT_EQ(a[i]->getContacts().size(), b[i]->getContacts().size());
 }
 
+TEST(World, BroadPhasesChangeWhileAWorldRunsOnTurnedTerrain) {
+  using Kind = World::BroadPhase;
+  World world;
+  HeightMap* map = world.addHeightMap(5, 5, 4.0, 4.0, 0.0, 0.0, std::vector<double>(25, 0.0));
+  map->setOrientation(std::cos(M_PI / 8), 0, 0, std::sin(M_PI / 8));
+  world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf")->setBasePos(Vec3{{1, 0, 0.6}});
+  Sphere* corner = world.addSphere(0.1, 1.0);  // outside of the map before it was turned
+  corner->setPosition(2.5, 0, 0.099);
+  for (Kind kind : {Kind::QUADTREE, Kind::SIMPLE, Kind::QUADTREE, Kind::SWEEP_AND_PRUNE,
+                    Kind::QUADTREE, Kind::HASH}) {
+    world.setBroadPhase(kind);
+    world.integrate();
+    EXPECT_EQ(corner->getContacts().size(), 1u) << static_cast<int>(kind);
+    world.removeObject(world.addBox(0.1, 0.1, 0.1, 1.0));
+  }
+}
+
 }  // namespace
 }  // namespace zelvik

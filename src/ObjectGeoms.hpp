@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/object/SingleBodyObject.hpp>
+
+namespace zelvik {
+
+/// Calls `action` with each geom of an object, in the order of its bodies. Asking the space instead
+/// is no way: a quadtree cannot list what it holds, and ends the process.
+template <typename Action>
+void forEachGeom(const Object& object, Action&& action) {
+  if (object.getObjectType() == ARTICULATED_SYSTEM) {
+    for (const auto& body : static_cast<const ArticulatedSystem&>(object).getCollisionBodies())
+      if (body.colObj != nullptr) action(body.colObj);
+    return;
+  }
+  const auto& body = static_cast<const SingleBodyObject&>(object);
+  for (size_t k = 0; k < body.getGeomCount(); ++k) action(body.getGeom(k));
+}
+
+}  // namespace zelvik
