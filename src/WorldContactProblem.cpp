@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <utility>
 #include <zelvik/World.hpp>
 
@@ -67,7 +68,8 @@ void World::clearContactProblems() {
   contactProblems_.clear();
 }
 
-/// Makes room for `count` coupling blocks in the empty lists of p.
+/// Makes room for `count` coupling blocks in the empty lists of p, and for some more, which a later
+/// contact that takes the lists over may need.
 void World::reserveCoupling(Problem& p, size_t count) {
   if (p.otherBlocks_.capacity() == 0 && !spareCouplingLists_.empty()) {
     CouplingLists& spare = spareCouplingLists_.back();
@@ -77,8 +79,9 @@ void World::reserveCoupling(Problem& p, size_t count) {
     p.otherBlocks_.clear();
     p.otherProblems_.clear();
   }
-  p.otherBlocks_.reserve(count);
-  p.otherProblems_.reserve(count);
+  constexpr size_t usualCount = 8;
+  p.otherBlocks_.reserve(std::max(count, usualCount));
+  p.otherProblems_.reserve(std::max(count, usualCount));
 }
 
 /// The other side is static or kinematic.
