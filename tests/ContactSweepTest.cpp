@@ -246,8 +246,8 @@ TEST(ContactSweep, LimitsOfASystemLeaveThoseOfSmallerOnesAlone) {
     const VecDyn &q = system->getGeneralizedCoordinate(),
                  &p = systems[links - 1]->getGeneralizedCoordinate();
     for (size_t k = 0; k < q.n; ++k) {
-      EXPECT_NEAR(p[k], q[k], 1e-4);
-      EXPECT_NEAR(q[k], 0.1, 0.05);
+      EXPECT_NEAR(p[k], q[k], 1e-3);
+      EXPECT_LT(std::fabs(q[k]), 0.3);  // hanging straight down it would be pi / 2
     }
   }
 }
