@@ -234,7 +234,11 @@ void ContactSweep::chooseCouplings() {
   for (ContactRow& row : rows_) {
     const SideKind a = row.sideKinds[0], b = row.sideKinds[1];
     row.coupling = Coupling::OTHER;
-    if (a == SideKind::BODY && b == SideKind::BODY) row.coupling = Coupling::TWO_BODIES;
+    if (a == SideKind::BODY && b == SideKind::BODY) {
+      row.coupling = Coupling::TWO_BODIES;
+      // A wire from a body to itself moves nothing.
+      if (row.bodies[0].velocity == row.bodies[1].velocity) row.kind = RowKind::IDLE;
+    }
     if (a != SideKind::NONE && b != SideKind::NONE) continue;
     const size_t s = a != SideKind::NONE ? 0 : 1;
     if (row.sideKinds[s] == SideKind::BODY) {

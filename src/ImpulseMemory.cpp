@@ -16,7 +16,8 @@ ImpulseMemory::Key ImpulseMemory::contactKey(const std::vector<Object*>& objects
   const std::vector<Contact>& others = objects[c.pairObjectIndex_]->getContacts();
   if (c.pairBodyType_ != BodyType::STATIC && c.pairContactIndex_ < others.size())
     bodyB = others[c.pairContactIndex_].localBodyIndex_;
-  return {object.getIndexInWorld(), c.localBodyIndex_, c.pairObjectIndex_, bodyB};
+  const bool isWire = c.contactProblem_->rank_ == Problem::NORMAL_ONLY;
+  return {object.getIndexInWorld(), c.localBodyIndex_, c.pairObjectIndex_, bodyB, isWire ? 1u : 0u};
 }
 
 /// Each contact that has a problem once, from the side that assembles it.
@@ -33,7 +34,7 @@ void ImpulseMemory::forEachAssembled(const std::vector<Object*>& objects, Visit 
 
 std::uint32_t& ImpulseMemory::headOf(const Key& key) {
   std::uint64_t hash = 0;
-  for (const size_t part : {key.objectA, key.bodyA, key.objectB, key.bodyB})
+  for (const size_t part : {key.object, key.body, key.otherObject, key.otherBody, key.isWire})
     hash = (hash ^ part) * 0x9E3779B97F4A7C15ull;
   return heads_[(hash >> 32) & (heads_.size() - 1)];
 }
@@ -56,7 +57,8 @@ void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
   entries_.clear();
   forEachAssembled(objects, [&](const Object& object, const Contact& c) {
     if (c.contactProblem_ == nullptr) return;
-    const Vec3 impulse = transposeMul(c.frame_, c.contactProblem_->imp_);
+    Vec3 impulse;
+    c.getImpulse(impulse);
     append(contactKey(objects, object, c), c.position_, impulse);
   });
 }
@@ -80,13 +82,14 @@ ImpulseMemory::Entry* ImpulseMemory::takeNearest(const Key& key, const Vec3& pos
 void ImpulseMemory::recall(const std::vector<Object*>& objects, double dt,
                            size_t objectChangeCount) {
   if (entries_.empty() || objectChangeCount != objectChangeCount_) return;
+  for (Entry& entry : entries_) entry.isTaken = false;
   const double scale = dt / timeStep_;
   forEachAssembled(objects, [&](const Object& object, const Contact& c) {
     if (c.contactProblem_ == nullptr) return;
     const Entry* entry = takeNearest(contactKey(objects, object, c), c.position_);
     if (entry == nullptr) return;
     Problem& p = *c.contactProblem_;
-    p.imp_ = scale * (c.frame_ * entry->impulse);
+    p.imp_ = (c.objectA_ ? scale : -scale) * (c.frame_ * entry->impulse);
     // Wires and contacts without friction have a tangential part of zero for ever.
     if (p.rank_ == Problem::NORMAL_ONLY || p.mu_ < Problem::kFrictionless)
       p.imp_ = {{0.0, 0.0, p.imp_[2]}};

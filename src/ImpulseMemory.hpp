@@ -14,31 +14,28 @@ class Object;
 /// The impulses of the last step, from which the next one may start.
 ///
 /// A contact is known again by its pair of bodies and, among the points of the pair, as the nearest
-/// one that no other contact has taken. What was not there before starts at zero, and so do joint
-/// limits, whose visits only ever add to an impulse. The answers depend on the order of contacts
-/// only.
+/// one that no other contact has taken, however far. Pairs without a contact before start at zero,
+/// and so do joint limits, whose visits only ever add to an impulse. The answers depend on the
+/// order of contacts only.
 class ImpulseMemory {
  public:
   /// Takes the impulses out of solved contacts. @param dt time step of the solve (s)
   void store(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
   /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
-  /// went since the last `store`. @param dt time step of the coming solve (s)
+  /// went since the `store` of this step. @param dt time step of the coming solve (s)
   void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
   void clear() { entries_.clear(); }
 
  private:
-  /// Two bodies, each by object and place.
+  /// Two bodies, each by object and place; contacts and wires between them apart.
   struct Key {
-    size_t objectA, bodyA, objectB, bodyB;
-    bool operator==(const Key& other) const {
-      return objectA == other.objectA && bodyA == other.bodyA && objectB == other.objectB &&
-             bodyB == other.bodyB;
-    }
+    size_t object, body, otherObject, otherBody, isWire;
+    bool operator==(const Key&) const = default;
   };
   struct Entry {
     Key key;
     Vec3 position;  ///< (m, world axes)
-    Vec3 impulse;   ///< on the A side (N s, world axes)
+    Vec3 impulse;   ///< on the first body (N s, world axes)
     std::uint32_t next;
     bool isTaken;
   };

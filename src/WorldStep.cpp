@@ -9,6 +9,18 @@
 
 namespace zelvik {
 
+namespace {
+
+/// A wire that can move nothing, since both ends are on one body or an end has lost its contacts
+/// between the halves, would take an infinite impulse.
+void resetForSolve(contact::Single3DContactProblem& p) {
+  using Problem = contact::Single3DContactProblem;
+  p.imp_.setZero();
+  if (p.rank_ == Problem::NORMAL_ONLY && p.delassus_(2, 2) == 0.0) p.rank_ = Problem::NOTHING_MOVES;
+}
+
+}  // namespace
+
 void World::integrate() {
   integrate1();
   integrate2();
@@ -16,7 +28,7 @@ void World::integrate() {
 
 void World::integrate1() {
   ZELVIK_STAGES_BEGIN();
-  if (warmStart_) impulseMemory_->store(objectList_, solvedTimeStep_, objectChangeCount_);
+  if (warmStart_) storeImpulses();
   clearContactProblems();
   for (Object* object : objectList_) object->clearPerObjectContact();
   for (Object* object : objectList_)
@@ -41,6 +53,13 @@ void World::integrate1() {
   ZELVIK_STAGE_DONE("joint limits");
 }
 
+/// Of the last solve, once.
+void World::storeImpulses() {
+  if (solvedTimeStep_ > 0.0)
+    impulseMemory_->store(objectList_, solvedTimeStep_, objectChangeCount_);
+  solvedTimeStep_ = 0.0;
+}
+
 void World::integrate2() {
   ZELVIK_STAGES_BEGIN();
   ++stepCount_;
@@ -56,7 +75,7 @@ void World::integrate2() {
   ZELVIK_STAGE_DONE("assembly of problems");
 
   if (!contactProblems_.empty()) {
-    for (contact::Single3DContactProblem& problem : contactProblems_) problem.imp_.setZero();
+    for (contact::Single3DContactProblem& problem : contactProblems_) resetForSolve(problem);
     if (warmStart_) impulseMemory_->recall(objectList_, timeStep_, objectChangeCount_);
     solver_.solve(contactProblems_, objectList_);
   }

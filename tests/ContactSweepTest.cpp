@@ -118,6 +118,7 @@ TEST(ContactSweep, EqualsTheSweepOverRecords) {
       for (const Problem& p : a) largest = std::max(largest, norm(p.imp_));
       for (size_t i = 0; i < a.size(); ++i) {
         ASSERT_EQ(a[i].rank_, b[i].rank_);
+        ASSERT_TRUE(std::isfinite(norm(b[i].imp_)));
         ++compared;
         limits += a[i].rank_ == Problem::JOINT_LIMIT ? 1 : 0;
         sliding += std::fabs(std::hypot(a[i].imp_[0], a[i].imp_[1]) - a[i].mu_ * a[i].imp_[2]) <
@@ -136,6 +137,32 @@ TEST(ContactSweep, EqualsTheSweepOverRecords) {
   EXPECT_GT(limits, 100);
   EXPECT_GT(sliding, 500);
   EXPECT_LE(wentApart, 2);
+}
+
+TEST(ContactSweep, WiresThatMoveNothingHarmNothing) {
+  World world;
+  world.addGround();
+  Box* box = world.addBox(0.2, 0.2, 0.2, 1.0);
+  box->setPosition(0.0, 0.0, 0.0999);
+  Box* anchor = world.addBox(0.1, 0.1, 0.1, 1.0);
+  anchor->setBodyType(BodyType::STATIC);
+  anchor->setPosition(0.0, 0.0, 3.0);
+  ArticulatedSystem* robot = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  robot->setBasePos({{2.0, 0.0, 1.0}});
+  // From a link and from a body to itself; from the box and from the anchor to the robot.
+  world.addStiffWire(robot, 0, {}, robot, 0, {{0.2, 0.0, 0.0}}, 0.1);
+  world.addStiffWire(box, 0, {}, box, 0, {{0.1, 0.0, 0.0}}, 0.05);
+  world.addStiffWire(box, 0, {}, robot, 0, {}, 1.0);
+  world.addStiffWire(anchor, 0, {}, robot, 0, {}, 1.0);
+  for (int step = 0; step < 20; ++step) {
+    world.integrate1();
+    // A new state lets go of the robot's contacts and wires.
+    if (step % 2 == 0) robot->setGeneralizedCoordinate(robot->getGeneralizedCoordinate());
+    world.integrate2();
+    EXPECT_TRUE(std::isfinite(norm(box->getLinearVelocity())));
+    for (size_t k = 0; k < robot->getDOF(); ++k)
+      ASSERT_TRUE(std::isfinite(robot->getGeneralizedVelocity()[k])) << step;
+  }
 }
 
 /// A tower of boxes with few sweeps per step.
@@ -182,6 +209,13 @@ TEST(WarmStart, CarriesATowerWithFewSweeps) {
   // Another time step: the impulses are scaled with it.
   warm.world.setTimeStep(0.0025);
   warm.run(1);
+  EXPECT_NEAR(warm.forceOnGround(), weight, 1e-2 * weight);
+  // A step of no length, and a first half that is repeated, lose nothing.
+  warm.world.setTimeStep(0.0);
+  warm.run(1);
+  warm.world.setTimeStep(0.005);
+  warm.world.integrate1();
+  warm.run(2);
   EXPECT_NEAR(warm.forceOnGround(), weight, 1e-2 * weight);
   // Where the load changes at once, the impulses of before must not throw anything up.
   while (warm.boxes.size() > 1) {

@@ -113,7 +113,8 @@ class ZELVIK_API World {
   /// The solution that the sweeps converge to is the same; they come near to it sooner. So 10 to 30
   /// sweeps (`setContactSolverParam`) serve for piles and towers at rest that need more than 100
   /// from zero. The impulses become part of the state of the world: setting poses and velocities
-  /// alone does not repeat a run to the bit. They are forgotten when an object is added or removed.
+  /// alone does not repeat a run to the bit. Switching it on or off
+  /// forgets them.
   void setWarmStart(bool on);
   /// See `setWarmStart`.
   bool isWarmStarted() const { return warmStart_; }
@@ -322,6 +323,7 @@ class ZELVIK_API World {
   void testPair(dGeomID o1, dGeomID o2);
   void buildContacts();
   void updateWires();
+  void storeImpulses();
   void appendWireProblems();
   /// The two sides of a contact before it has records.
   struct ContactSides;
@@ -345,7 +347,7 @@ class ZELVIK_API World {
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;
   std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
-  double solvedTimeStep_ = 0.0;                   ///< of the last solve (s)
+  double solvedTimeStep_ = 0.0;      ///< of the last solve, 0 once its impulses are stored (s)
   std::vector<Object*> objectList_;  ///< owned; `Object::getIndexInWorld` is the place here
   contact::ContactProblemList contactProblems_;
   /// The memory of the coupling lists of past problems, which new ones take over.
