@@ -265,9 +265,9 @@ TEST(WorldObjects, WhatALinkCannotLoadIsRefused) {
       {"<mesh filename='cube.obj' scale='1 1e9 1'/>", "scale 1e+09 is no scale of the mesh"},
       {"<mesh filename='none.obj'/>", "none.obj is not found."},
       {"<cylinder radius='-1' length='1'/>", "-1 is no size of a cylinder"}};
-  for (const auto& [geometry, message] : table)
+  for (const auto& row : table)
     messages::expect(
-        message, [&] { world.addArticulatedSystem(linkWith(geometry), directory.path); },
+        row.second, [&] { world.addArticulatedSystem(linkWith(row.first), directory.path); },
         messages::OnFatal::GO_ON);
   const std::string file = directory.write("robot.sdf", linkWith("<sphere radius='1'/>"));
   messages::expect(
@@ -286,9 +286,9 @@ TEST(WorldObjects, NothingIsNoSourceAndNoEndOfAWire) {
        [&] { return world.addStiffWire(ball, 0, {}, nullptr, 0, {}, 1.0) != nullptr; }},
       {"addCompliantWire: Got a nullptr for body 1",
        [&] { return world.addCompliantWire(nullptr, 0, {}, ball, 0, {}, 1.0, 9.0) != nullptr; }}};
-  for (const auto& [message, add] : table)
+  for (const auto& row : table)
     messages::expect(
-        message, [&] { EXPECT_FALSE(add()); }, messages::OnFatal::GO_ON);
+        row.first, [&] { EXPECT_FALSE(row.second()); }, messages::OnFatal::GO_ON);
   world.integrate();
   EXPECT_EQ(world.getObjList().size(), 1u);
 }
