@@ -16,8 +16,16 @@ struct Refusal {
   std::function<void(AS&)> call;
 };
 
+/// A system without a world: nobody but its holder destroys its geoms.
+struct DestroyWithGeoms {
+  void operator()(AS* system) const {
+    system->destroyCollisionBodies(nullptr);
+    delete system;
+  }
+};
+
 /// A floating system of three bodies; the root carries one shape of each kind.
-std::unique_ptr<AS> systemWithShapes() {
+std::unique_ptr<AS, DestroyWithGeoms> systemWithShapes() {
   scenes::RandomTreeOptions options;
   options.bodies = 3;
   options.floatingBase = true;
@@ -33,7 +41,7 @@ std::unique_ptr<AS> systemWithShapes() {
     body.collisionBodyName = "shape" + std::to_string(root.collisionBodies.size());
     root.collisionBodies.push_back(body);
   }
-  return std::make_unique<AS>(root, ".");
+  return std::unique_ptr<AS, DestroyWithGeoms>(new AS(root, "."));
 }
 
 void expectRefused(AS& system, const std::vector<Refusal>& refusals) {
