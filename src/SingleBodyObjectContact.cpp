@@ -3,7 +3,7 @@
 #include <utility>
 #include <zelvik/object/SingleBodyObject.hpp>
 
-#include "Lanes.hpp"
+#include "ColumnLanes.hpp"
 
 // Response of one rigid body to its contacts. Notation, per contact: R is the contact's `frame_`
 // with rows t_c, p its position, a = comPos - p its arm, [a] the cross product matrix, J the world
@@ -16,15 +16,18 @@ namespace {
 /// From this number on blocks for every pair cost more than queries of the velocity.
 constexpr size_t kMaxContactsWithBlocks = 4;
 
-// The two products that the solver asks for at every visit, in whole registers.
+inline Mat<6, 1> joined(const Vec3& linear, const Vec3& angular) {
+  return {{linear[0], linear[1], linear[2], angular[0], angular[1], angular[2]}};
+}
 
-/// G u. Columns of three values are read four at a time, the last one from one value before.
+// Products in whole registers.
+
+/// G u.
 inline Vec3 multiply(const Mat<3, 6>& G, const Mat<6, 1>& u) {
   const double* g = G.v;
-  const Lanes last = __builtin_shufflevector(loadLanes(g + 14), loadLanes(g + 14), 1, 2, 3, 0);
   const Lanes a = loadLanes(g) * u[0] + loadLanes(g + 9) * u[3];
   const Lanes b = loadLanes(g + 3) * u[1] + loadLanes(g + 12) * u[4];
-  const Lanes v = (loadLanes(g + 6) * u[2] + last * u[5]) + (a + b);
+  const Lanes v = (loadLanes(g + 6) * u[2] + loadLastColumn(g + 15) * u[5]) + (a + b);
   return {{v[0], v[1], v[2]}};
 }
 
@@ -37,21 +40,54 @@ inline void addProduct(const Mat<6, 3>& B, const Vec3& p, Mat<6, 1>& u) {
                          loadPair(b + 16) * p[2]);
 }
 
+/// The normal's row of G times u.
+inline double multiplyLastRow(const Mat<3, 6>& G, const Mat<6, 1>& u) {
+  return (G[2] * u[0] + G[5] * u[1] + G[8] * u[2]) + (G[11] * u[3] + G[14] * u[4] + G[17] * u[5]);
+}
+
+/// G = [R, lever]
+inline void storeJacobian(const Columns33& R, const Columns33& lever, Mat<3, 6>& G) {
+  for (size_t k = 0; k < 3; ++k) storeLanes(G.v + 3 * k, R.c[k]);
+  storeLanes(G.v + 9, lever.c[0]);
+  storeLanes(G.v + 12, lever.c[1]);
+  storeLastColumn(G.v + 15, lever.c[1], lever.c[2]);
+}
+
+/// B = [push, spin]^T
+inline void storeImpulseMap(const Columns33& push, const Columns33& spin, Mat<6, 3>& B) {
+  Lanes a = push.c[0], b = push.c[1], c = push.c[2], d = spin.c[0];
+  transposeLanes(a, b, c, d);
+  const Lanes even = __builtin_shufflevector(spin.c[1], spin.c[2], 0, 4, 2, 6);
+  const Lanes odd = __builtin_shufflevector(spin.c[1], spin.c[2], 1, 5, 3, 7);
+  storeLanes(B.v, a);
+  storeLanes(B.v + 6, b);
+  storeLanes(B.v + 12, c);
+  storePair(B.v + 4, Pair{even[0], even[1]});
+  storePair(B.v + 10, Pair{odd[0], odd[1]});
+  storePair(B.v + 16, Pair{even[2], even[3]});
+}
+
+/// G B
+inline Columns33 multiply(const Mat<3, 6>& G, const Mat<6, 3>& B) {
+  const Columns33 R = loadColumns(G.v), lever = loadColumns(G.v + 9);
+  const double* b = B.v;
+  return {{multiply(R, b[0], b[1], b[2]) + multiply(lever, b[3], b[4], b[5]),
+           multiply(R, b[6], b[7], b[8]) + multiply(lever, b[9], b[10], b[11]),
+           multiply(R, b[12], b[13], b[14]) + multiply(lever, b[15], b[16], b[17])}};
+}
+
 }  // namespace
 
 void SingleBodyObject::preContactSolverUpdate1(const Mat<3, 1>&, double) {
   updateWorldInertia();
-  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  const size_t count = contacts.size();
+  const size_t count = perObjectContact_.contacts_.size();
   fullDelassus_ = count <= kMaxContactsWithBlocks || bodyType_ == BodyType::KINEMATIC;
   resizeBlockRows(count);
-  contactArm_.resize(count);
-  for (size_t i = 0; i < count; ++i) contactArm_[i] = comPos_ - contacts[i].position_;
-  computeContactMaps();
-  computeOwnBlocks();
+  if (count > 0) computeContactMaps();
 }
 
-/// Sizes the list of rows; rows that drop out lend their memory to those that come later.
+/// Sizes the list of rows and the rows; rows that drop out lend their memory to those that come
+/// later.
 void SingleBodyObject::resizeBlockRows(size_t count) {
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   while (rows.size() > count) {
@@ -67,44 +103,38 @@ void SingleBodyObject::resizeBlockRows(size_t count) {
     rows.back().blocks = std::move(spareBlockRows_.back());
     spareBlockRows_.pop_back();
   }
+  const size_t blockCount = fullDelassus_ ? count : 1;
+  for (DelassusAndTauStar& row : rows)
+    if (row.blocks.size() != blockCount) row.blocks.resize(blockCount);
 }
 
-/// Per contact the rows of G = R [1, [p - com]x^T] and the columns of B = M^-1 G^T: what gives the
-/// contact's velocity, and what an impulse does.
+/// Per contact G = R [1, [p - com]x^T] and B = M^-1 G^T, what gives the contact's velocity and what
+/// an impulse does, and the own block D = G B = R ([a]^T J^-1 [a]) R^T + 1/m.
 void SingleBodyObject::computeContactMaps() {
   const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  contactImpulseMap_.resize(contacts.size());
-  contactJacobian_.resize(contacts.size());
-  for (size_t i = 0; i < contacts.size(); ++i) {
-    Mat<6, 3>& impulseMap = contactImpulseMap_[i];
-    Mat<3, 6>& G = contactJacobian_[i];
-    for (int c = 0; c < 3; ++c) {
-      const Vec3 t = row(contacts[i].frame_, c);
-      const Vec3 lever = cross(t, contactArm_[i]);  // (p - comPos) x t_c
-      const Vec3 spin = worldInertiaInv_ * lever;
-      for (int k = 0; k < 3; ++k) {
-        impulseMap(k, c) = invMass_ * t[k];
-        impulseMap(3 + k, c) = spin[k];
-        G(c, k) = t[k];
-        G(c, 3 + k) = lever[k];
-      }
-    }
-  }
-}
-
-/// D = G B = R ([a]^T J^-1 [a]) R^T + 1/m
-void SingleBodyObject::computeOwnBlocks() {
-  const size_t count = perObjectContact_.contacts_.size();
-  AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  const size_t count = contacts.size();
+  contactArm_.resize(count);
+  contactImpulseMap_.resize(count);
+  contactJacobian_.resize(count);
+  DelassusAndTauStar* rows = perObjectContact_.delassusAndTauStar_.data();
+  const double m = invMass_;
+  const Mat33 J = worldInertiaInv_;
   for (size_t i = 0; i < count; ++i) {
-    rows[i].blocks.resize(fullDelassus_ ? count : 1);
-    Mat33& D = rows[i].blocks[fullDelassus_ ? i : 0];
-    for (int c = 0; c < 3; ++c)
-      for (int r = 0; r <= c; ++r) {
-        double sum = r == c ? invMass_ : 0.0;
-        for (int k = 3; k < 6; ++k) sum += contactJacobian_[i](r, k) * contactImpulseMap_[i](k, c);
-        D(r, c) = D(c, r) = sum;
-      }
+    const Vec3 a = comPos_ - contacts[i].position_;
+    contactArm_[i] = a;
+    const Columns33 R = loadColumns(contacts[i].frame_.v);
+    const Lanes &x = R.c[0], &y = R.c[1], &z = R.c[2];
+    // In row c: (p - comPos) x t_c = t_c x a, and J^-1 times it.
+    const Columns33 lever = {{y * a[2] - z * a[1], z * a[0] - x * a[2], x * a[1] - y * a[0]}};
+    const Columns33 spin = {{multiply(lever, J[0], J[1], J[2]), multiply(lever, J[3], J[4], J[5]),
+                             multiply(lever, J[6], J[7], J[8])}};
+    storeJacobian(R, lever, contactJacobian_[i]);
+    storeImpulseMap({{m * x, m * y, m * z}}, spin, contactImpulseMap_[i]);
+
+    const Columns33 D = multiplyTransposed(lever, spin);
+    storeColumns(rows[i].blocks[fullDelassus_ ? i : 0].v,
+                 mirroredLower({{D.c[0] + Lanes{m, 0.0, 0.0, 0.0}, D.c[1] + Lanes{0.0, m, 0.0, 0.0},
+                                 D.c[2] + Lanes{0.0, 0.0, m, 0.0}}}));
   }
 }
 
@@ -127,9 +157,9 @@ void SingleBodyObject::preContactSolverUpdate2(const Mat<3, 1>& gravity, double 
 /// n . (v + a x w) before the solve
 void SingleBodyObject::computeImpactVelocities() {
   std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  const Mat<6, 1> u = joined(linVel_, angVel_);
   for (size_t i = 0; i < contacts.size(); ++i)
-    contacts[i].impactVel_ =
-        dot(row(contacts[i].frame_, 2), linVel_ + cross(contactArm_[i], angVel_));
+    contacts[i].impactVel_ = multiplyLastRow(contactJacobian_[i], u);
 }
 
 /// G_i B_j for i < j, and its transpose
@@ -138,26 +168,22 @@ void SingleBodyObject::computeCouplingBlocks() {
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   for (size_t i = 0; i + 1 < count; ++i)
     for (size_t j = i + 1; j < count; ++j) {
-      const Mat33 B = contactJacobian_[i] * contactImpulseMap_[j];
-      rows[i].blocks[j] = B;
-      rows[j].blocks[i] = transpose(B);
+      const Columns33 B = multiply(contactJacobian_[i], contactImpulseMap_[j]);
+      storeColumns(rows[i].blocks[j].v, B);
+      storeColumns(rows[j].blocks[i].v, transposed(B));
     }
 }
 
 /// tauStar = R (v + a x w) with the free velocities
 void SingleBodyObject::computeTauStar() {
-  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
-  for (size_t i = 0; i < contacts.size(); ++i)
-    rows[i].tauStar = contacts[i].frame_ * (linVelFree_ + cross(contactArm_[i], angVelFree_));
+  const Mat<6, 1> u = joined(linVelFree_, angVelFree_);
+  for (size_t i = 0; i < rows.size(); ++i) rows[i].tauStar = multiply(contactJacobian_[i], u);
 }
 
 /// In the mode without blocks the whole free velocity comes through `genVel_`.
 void SingleBodyObject::startFromFreeVelocity() {
-  for (int k = 0; k < 3; ++k) {
-    genVel_[k] = linVelFree_[k];
-    genVel_[3 + k] = angVelFree_[k];
-  }
+  genVel_ = joined(linVelFree_, angVelFree_);
   for (DelassusAndTauStar& row : perObjectContact_.delassusAndTauStar_) row.tauStar.setZero();
 }
 
@@ -175,6 +201,22 @@ void SingleBodyObject::subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) {
 
 void SingleBodyObject::updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) {
   addProduct(contactImpulseMap_[contactIdx], impulseChange, genVel_);
+}
+
+/// Velocities after the contact solve.
+void SingleBodyObject::applyContactImpulses() {
+  if (fullDelassus_) {
+    genVel_ = joined(linVelFree_, angVelFree_);
+    const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+    for (size_t i = 0; i < contacts.size(); ++i) {
+      const contact::Contact& c = contacts[i];
+      if (c.contactProblem_ == nullptr) continue;
+      const Vec3& p = c.contactProblem_->imp_;
+      addProduct(contactImpulseMap_[i], c.objectA_ ? p : -p, genVel_);
+    }
+  }
+  linVel_ = {{genVel_[0], genVel_[1], genVel_[2]}};
+  angVel_ = {{genVel_[3], genVel_[4], genVel_[5]}};
 }
 
 }  // namespace zelvik

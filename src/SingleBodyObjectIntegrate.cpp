@@ -5,6 +5,45 @@
 #include <zelvik/object/SingleBodyObject.hpp>
 
 namespace zelvik {
+namespace {
+
+/// sin(t) / t and (1 - cos(t)) / t^2 to rounding, without trigonometry for an ordinary step: the
+/// remainders of the series are t^12 / 13! and t^12 / 14!.
+void rotationFactors(double angle, double& sine, double& versine) {
+  constexpr double kSmall = 0.2;
+  const double y = angle * angle;
+  if (angle < kSmall) {
+    sine = 1.0 + y * (-1.0 / 6.0 +
+                      y * (1.0 / 120.0 +
+                           y * (-1.0 / 5040.0 + y * (1.0 / 362880.0 + y * (-1.0 / 39916800.0)))));
+    versine =
+        0.5 + y * (-1.0 / 24.0 +
+                   y * (1.0 / 720.0 +
+                        y * (-1.0 / 40320.0 + y * (1.0 / 3628800.0 + y * (-1.0 / 479001600.0)))));
+    return;
+  }
+  sine = std::sin(angle) / angle;
+  versine = (1.0 - std::cos(angle)) / y;
+}
+
+/// Rotation about the vector r by its length `angle` (rad), by Rodrigues' formula.
+void rotationByVector(const Vec3& r, double angle, Mat33& R) {
+  double sine, versine;
+  rotationFactors(angle, sine, versine);
+  const double cosine = 1.0 - versine * (angle * angle);
+  const Vec3 s = sine * r, k = versine * r;
+  R[0] = k[0] * r[0] + cosine;
+  R[1] = k[0] * r[1] + s[2];
+  R[2] = k[0] * r[2] - s[1];
+  R[3] = k[0] * r[1] - s[2];
+  R[4] = k[1] * r[1] + cosine;
+  R[5] = k[1] * r[2] + s[0];
+  R[6] = k[0] * r[2] + s[1];
+  R[7] = k[1] * r[2] - s[0];
+  R[8] = k[2] * r[2] + cosine;
+}
+
+}  // namespace
 
 void SingleBodyObject::updateTimeStep(double) {}
 
@@ -76,25 +115,6 @@ void SingleBodyObject::integrate(double dt, const Mat<3, 1>&) {
   torque_.setZero();
 }
 
-/// Velocities after the contact solve.
-void SingleBodyObject::applyContactImpulses() {
-  if (!fullDelassus_) {
-    linVel_ = {{genVel_[0], genVel_[1], genVel_[2]}};
-    angVel_ = {{genVel_[3], genVel_[4], genVel_[5]}};
-    return;
-  }
-  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
-  Vec3 linear{}, angular{};
-  for (size_t i = 0; i < contacts.size(); ++i) {
-    Vec3 p;
-    contacts[i].getImpulse(p);
-    linear += p;
-    angular -= cross(contactArm_[i], p);
-  }
-  linVel_ = linVelFree_ + invMass_ * linear;
-  angVel_ = angVelFree_ + worldInertiaInv_ * angular;
-}
-
 void SingleBodyObject::integratePosition(double dt) {
   if (!perObjectContact_.contacts_.empty() || constraintForceApplied_) {
     constraintForceApplied_ = false;
@@ -106,17 +126,16 @@ void SingleBodyObject::integratePosition(double dt) {
 }
 
 void SingleBodyObject::integrateOrientation(double dt) {
-  const double n = norm(angVel_);
-  const double angle = dt * n;
+  const double angle = dt * norm(angVel_);
   // Negated, so that a NaN spreads to the pose.
   if (!(angle < 1e-11)) {
     Mat33 E;
     const Mat33 rotOld = rot_;
-    rotationAboutAxis((1.0 / n) * angVel_, std::cos(angle), std::sin(angle), E);
+    rotationByVector(dt * angVel_, angle, E);
     rotmatmul(E, rotOld, rot_);
   }
   // Back and forth through a unit quaternion keeps the matrix a rotation.
-  rotMatToQuat(rot_, quaternion_);
+  scaledQuaternion(rot_, quaternion_);
   quaternion_ *= 1.0 / norm(quaternion_);
   quatToRotMat(quaternion_, rot_);
 }

@@ -69,24 +69,31 @@ inline void quatToRotMat(const Mat<4, 1>& q, Mat<3, 3>& R) {
   quatToRotMat(q.v, R);
 }
 
-/// Quaternion of the rotation matrix R, from the largest of trace and diagonal (S. W. Shepperd,
-/// Quaternion from rotation matrix, J. Guidance and Control 1 (1978)). The sign of w is not
-/// normalised.
-inline void rotMatToQuat(const Mat<3, 3>& R, Mat<4, 1>& q) {
+/// The quaternion of the rotation matrix R times a positive number, from the largest of trace and
+/// diagonal (S. W. Shepperd, Quaternion from rotation matrix, J. Guidance and Control 1 (1978)).
+/// @return the largest value, four times its square in the quaternion of unit length
+inline double scaledQuaternion(const Mat<3, 3>& R, Mat<4, 1>& q) {
   const double trace = R[0] + R[4] + R[8];
   if (trace > 0.0) {
-    const double s = 2.0 * std::sqrt(trace + 1.0);
-    q = {{0.25 * s, (R[5] - R[7]) / s, (R[6] - R[2]) / s, (R[1] - R[3]) / s}};
-  } else if (R[0] > R[4] && R[0] > R[8]) {
-    const double s = 2.0 * std::sqrt(1.0 + R[0] - R[4] - R[8]);
-    q = {{(R[5] - R[7]) / s, 0.25 * s, (R[3] + R[1]) / s, (R[6] + R[2]) / s}};
-  } else if (R[4] > R[8]) {
-    const double s = 2.0 * std::sqrt(1.0 + R[4] - R[0] - R[8]);
-    q = {{(R[6] - R[2]) / s, (R[3] + R[1]) / s, 0.25 * s, (R[7] + R[5]) / s}};
-  } else {
-    const double s = 2.0 * std::sqrt(1.0 + R[8] - R[0] - R[4]);
-    q = {{(R[1] - R[3]) / s, (R[6] + R[2]) / s, (R[7] + R[5]) / s, 0.25 * s}};
+    q = {{1.0 + trace, R[5] - R[7], R[6] - R[2], R[1] - R[3]}};
+    return q[0];
   }
+  if (R[0] > R[4] && R[0] > R[8]) {
+    q = {{R[5] - R[7], 1.0 + R[0] - R[4] - R[8], R[3] + R[1], R[6] + R[2]}};
+    return q[1];
+  }
+  if (R[4] > R[8]) {
+    q = {{R[6] - R[2], R[3] + R[1], 1.0 + R[4] - R[0] - R[8], R[7] + R[5]}};
+    return q[2];
+  }
+  q = {{R[1] - R[3], R[6] + R[2], R[7] + R[5], 1.0 + R[8] - R[0] - R[4]}};
+  return q[3];
+}
+
+/// Quaternion of the rotation matrix R. The sign of w is not normalised.
+inline void rotMatToQuat(const Mat<3, 3>& R, Mat<4, 1>& q) {
+  const double largest = scaledQuaternion(R, q);
+  q *= 0.5 / std::sqrt(largest);
 }
 
 /// C = A B for rotation matrices: two columns are products, the third is their cross product, which

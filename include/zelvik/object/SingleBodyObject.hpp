@@ -265,7 +265,6 @@ class ZELVIK_API SingleBodyObject : public Object {
   void computeFreeAngularVelocity(double dt);
   void applyDamping(double dt);
   void resizeBlockRows(size_t count);
-  void computeOwnBlocks();
   void computeImpactVelocities();
   void computeCouplingBlocks();
   void computeTauStar();
