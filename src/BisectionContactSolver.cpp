@@ -4,6 +4,7 @@
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/object/Object.hpp>
 
+#include "ColumnLanes.hpp"
 #include "ContactLaw.hpp"
 #include "ContactSweep.hpp"
 
@@ -73,10 +74,11 @@ void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
   if (p.rank_ != Single3DContactProblem::PLANE && p.rank_ != Single3DContactProblem::FULL) return;
 
   // M(i,j) = D(i,j) - D(i,2) D(2,j) / D(2,2).
-  for (int j = 0; j < 2; ++j) {
-    const double share = D(2, j) * p.dzzInv_;
-    for (int i = 0; i < 3; ++i) p.tangentMap_(i, j) = D(i, j) - D(i, 2) * share;
-  }
+  const Columns33 d = loadColumns(D.v);
+  const Lanes x = d.c[0] - d.c[2] * (D(2, 0) * p.dzzInv_);
+  const Lanes y = d.c[1] - d.c[2] * (D(2, 1) * p.dzzInv_);
+  storeLanes(p.tangentMap_.v, x);
+  storeLastColumn(p.tangentMap_.v + 3, x, y);
   if (p.mu_ == 0.0) p.imp_[0] = p.imp_[1] = 0.0;
   if (p.rank_ == Single3DContactProblem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
 }

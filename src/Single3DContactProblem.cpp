@@ -40,6 +40,21 @@ struct ColumnGeometry {
   }
 };
 
+/// Whether D is of full rank with so wide a margin that rounding cannot matter: the comparisons of
+/// the long way, multiplied out. What this leaves open, NaN as well, goes the long way.
+bool isClearlyFull(const Mat33& D) {
+  constexpr double kSafeSquare = 1e-20, kSine = 1e-6, kCosine = 0.999;  // all squared
+  const Vec3 c0 = column(D, 0), c1 = column(D, 1), c2 = column(D, 2);
+  const double n0 = squaredNorm(c0), n1 = squaredNorm(c1), n2 = squaredNorm(c2);
+  const double c01 = dot(c0, c1), c02 = dot(c0, c2), c12 = dot(c1, c2);
+  const double n02 = n0 * n2, n12 = n1 * n2;
+  const double sine0 = n02 - c02 * c02, sine1 = n12 - c12 * c12;  // |R0|^2 and |R1|^2, scaled
+  const double product = c01 * n2 - c02 * c12;                    // R0 . R1, scaled
+  return n0 > kSafeSquare && n1 > kSafeSquare && n2 > kSafeSquare &&
+         D(2, 2) * D(2, 2) >= kZeroNormalColumn && sine0 > kSine * n02 && sine1 > kSine * n12 &&
+         product * product < kCosine * (sine0 * sine1);
+}
+
 }  // namespace
 
 void matrixInversion22(const Mat<2, 2>& in, Mat<2, 2>& out) {
@@ -76,8 +91,11 @@ void Single3DContactProblem::finishPlane(const Mat<3, 1>& b1, const Mat<3, 1>& b
 
 void Single3DContactProblem::checkRank() {
   if (rank_ == NORMAL_ONLY) reducedDzz_ = 1.0 / delassus_(2, 2);
-  if (rank_ != FULL) return;
+  if (rank_ == FULL && !isClearlyFull(delassus_)) classifyByColumns();
+}
 
+// Never taken into `checkRank`, where its roots would be computed ahead of the test.
+__attribute__((noinline)) void Single3DContactProblem::classifyByColumns() {
   const ColumnGeometry g(delassus_);
   const bool normalDead =
       g.norm2 < kZeroNormalColumn || delassus_(2, 2) * delassus_(2, 2) < kZeroNormalColumn;

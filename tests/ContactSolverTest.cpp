@@ -96,6 +96,39 @@ TEST(CheckRank, ClassifiesByColumns) {
   EXPECT_DOUBLE_EQ(line.reducedDzz_, 8.0);
 }
 
+TEST(CheckRank, TellsFullBlocksFromThinOnes) {
+  // Two columns that come near to a line, or three that come near to a plane, of all sizes, against
+  // the definition with more digits.
+  using Vector = Eigen::Matrix<long double, 3, 1>;
+  const long double parallel = 0.99999999999L;
+  Uniform random(5);
+  int full = 0, thin = 0;
+  for (int trial = 0; trial < 4000; ++trial) {
+    Vec3 a = random.vector(1.0), b = random.vector(1.0), c = random.vector(1.0);
+    const double gap = std::pow(10.0, random(-8.0, 0.0)), size = std::pow(10.0, random(-3.0, 3.0));
+    if (trial % 3 == 0) a = c + gap * a;
+    if (trial % 3 == 1) b = c - gap * b;
+    if (trial % 3 == 2) a = 2.0 * b - c + gap * a;
+    const Mat33 D{{a[0], a[1], a[2], b[0], b[1], b[2], c[0], c[1], c[2]}};
+    Problem p = makeProblem(size * D, Vec3{}, 0.5);
+    const Eigen::Matrix<long double, 3, 3> E = p.delassus_.e().cast<long double>();
+    const Vector u0 = E.col(0).normalized(), u1 = E.col(1).normalized(), u2 = E.col(2).normalized();
+    const Vector r0 = u0 - u0.dot(u2) * u2, r1 = u1 - u1.dot(u2) * u2;
+    const long double cosines[] = {u0.dot(u2), u1.dot(u2), r0.normalized().dot(r1.normalized())};
+    bool isFull = true, isClear = E(2, 2) * E(2, 2) > 2e-12L;
+    for (const long double x : cosines) {
+      isFull = isFull && x * x <= parallel;
+      isClear = isClear && std::fabs(x * x - parallel) > 1e-13L;
+    }
+    if (!isClear) continue;  // a matter of rounding
+    p.checkRank();
+    EXPECT_EQ(p.rank_ == Problem::FULL, isFull) << trial;
+    ++(isFull ? full : thin);
+  }
+  EXPECT_GT(full, 1000);
+  EXPECT_GT(thin, 100);
+}
+
 TEST(ContactSolver, UncoupledBlockHasTheClosedForm) {
   Uniform random(1);
   for (int trial = 0; trial < 2000; ++trial) {

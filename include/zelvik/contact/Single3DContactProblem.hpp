@@ -74,6 +74,7 @@ struct ZELVIK_API Single3DContactProblem {
   void checkRank();
 
  private:
+  void classifyByColumns();
   void setLine(const Mat<3, 1>& c2);
   void finishPlane(const Mat<3, 1>& b1, const Mat<3, 1>& b2);
 };
