@@ -17,7 +17,8 @@ ImpulseMemory::Key ImpulseMemory::contactKey(const std::vector<Object*>& objects
   if (c.pairBodyType_ != BodyType::STATIC && c.pairContactIndex_ < others.size())
     bodyB = others[c.pairContactIndex_].localBodyIndex_;
   const bool isWire = c.contactProblem_->rank_ == Problem::NORMAL_ONLY;
-  return {object.getIndexInWorld(), c.localBodyIndex_, c.pairObjectIndex_, bodyB, isWire ? 1u : 0u};
+  return {object.getIndexInWorld() << 32 | c.pairObjectIndex_,
+          c.localBodyIndex_ << 32 | bodyB << 1 | (isWire ? 1u : 0u)};
 }
 
 /// Each contact that has a problem once, from the side that assembles it.
@@ -33,16 +34,25 @@ void ImpulseMemory::forEachAssembled(const std::vector<Object*>& objects, Visit 
 }
 
 std::uint32_t& ImpulseMemory::headOf(const Key& key) {
-  std::uint64_t hash = 0;
-  for (const size_t part : {key.object, key.body, key.otherObject, key.otherBody, key.isWire})
-    hash = (hash ^ part) * 0x9E3779B97F4A7C15ull;
+  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15ull;
+  const std::uint64_t hash = (key.objects * kFactor ^ key.bodies) * kFactor;
   return heads_[(hash >> 32) & (heads_.size() - 1)];
 }
 
-void ImpulseMemory::append(const Key& key, const Vec3& position, const Vec3& impulse) {
+/// The first run with the key from `run` on.
+std::uint32_t ImpulseMemory::findInChain(const Key& key, std::uint32_t run) const {
+  while (run != kNoRun && !(runs_[run].key == key)) run = runs_[run].next;
+  return run;
+}
+
+/// A run that begins with the next entry.
+void ImpulseMemory::appendRun(const Key& key) {
+  const std::uint32_t first = static_cast<std::uint32_t>(entries_.size());
   std::uint32_t& head = headOf(key);
-  entries_.push_back({key, position, impulse, head, false});
-  head = static_cast<std::uint32_t>(entries_.size() - 1);
+  const std::uint32_t other = findInChain(key, head);
+  if (other != kNoRun) runs_[other].isAlone = false;
+  runs_.push_back({key, first, first, head, other == kNoRun});
+  head = static_cast<std::uint32_t>(runs_.size() - 1);
 }
 
 void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
@@ -53,40 +63,61 @@ void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
   for (const Object* object : objects) count += object->getContacts().size();
   size_t chains = std::max<size_t>(heads_.size(), 64);
   while (chains < 2 * count) chains *= 2;
-  heads_.assign(chains, kNoEntry);
-  entries_.clear();
+  heads_.assign(chains, kNoRun);
+  clear();
   forEachAssembled(objects, [&](const Object& object, const Contact& c) {
     if (c.contactProblem_ == nullptr) return;
-    Vec3 impulse;
-    c.getImpulse(impulse);
-    append(contactKey(objects, object, c), c.position_, impulse);
+    const Key key = contactKey(objects, object, c);
+    if (runs_.empty() || !(runs_.back().key == key)) appendRun(key);
+    Entry& entry = entries_.emplace_back();
+    entry.position = c.position_;
+    entry.takenBy = recallCount_;
+    c.getImpulse(entry.impulse);
+    ++runs_.back().end;
   });
 }
 
-ImpulseMemory::Entry* ImpulseMemory::takeNearest(const Key& key, const Vec3& position) {
+/// The run that the cursor is at or the next one, if the key is theirs, or the first of its chain.
+std::uint32_t ImpulseMemory::findRun(const Key& key, std::uint32_t cursor) {
+  for (std::uint32_t run = cursor; run < runs_.size() && run < cursor + 2; ++run)
+    if (runs_[run].isAlone && runs_[run].key == key) return run;
+  return findInChain(key, headOf(key));
+}
+
+/// Out of the runs from `run` on that have its key.
+ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t run, const Vec3& position) {
   Entry* nearest = nullptr;
   double least = 0.0;
-  for (std::uint32_t i = headOf(key); i != kNoEntry; i = entries_[i].next) {
-    Entry& entry = entries_[i];
-    if (entry.isTaken || !(entry.key == key)) continue;
-    const Vec3 way = entry.position - position;
-    const double distance2 = dot(way, way);
-    if (nearest != nullptr && !(distance2 < least)) continue;
-    nearest = &entry;
-    least = distance2;
+  const Key key = runs_[run].key;
+  while (run != kNoRun) {
+    const Run& r = runs_[run];
+    for (std::uint32_t i = r.end; i-- > r.first;) {
+      Entry& entry = entries_[i];
+      if (entry.takenBy == recallCount_) continue;
+      const Vec3 way = entry.position - position;
+      const double distance2 = dot(way, way);
+      if (nearest != nullptr && !(distance2 < least)) continue;
+      nearest = &entry;
+      least = distance2;
+    }
+    run = r.isAlone ? kNoRun : findInChain(key, r.next);
   }
-  if (nearest != nullptr) nearest->isTaken = true;
+  if (nearest != nullptr) nearest->takenBy = recallCount_;
   return nearest;
 }
 
 void ImpulseMemory::recall(const std::vector<Object*>& objects, double dt,
                            size_t objectChangeCount) {
   if (entries_.empty() || objectChangeCount != objectChangeCount_) return;
-  for (Entry& entry : entries_) entry.isTaken = false;
+  ++recallCount_;
   const double scale = dt / timeStep_;
+  std::uint32_t cursor = 0;
   forEachAssembled(objects, [&](const Object& object, const Contact& c) {
     if (c.contactProblem_ == nullptr) return;
-    const Entry* entry = takeNearest(contactKey(objects, object, c), c.position_);
+    const std::uint32_t run = findRun(contactKey(objects, object, c), cursor);
+    if (run == kNoRun) return;
+    cursor = run;
+    const Entry* entry = takeNearest(run, c.position_);
     if (entry == nullptr) return;
     Problem& p = *c.contactProblem_;
     p.imp_ = (c.objectA_ ? scale : -scale) * (c.frame_ * entry->impulse);

@@ -17,6 +17,10 @@ class Object;
 /// one that no other contact has taken, however far. Pairs without a contact before start at zero,
 /// and so do joint limits, whose visits only ever add to an impulse. The answers depend on the
 /// order of contacts only.
+///
+/// The points of a pair are neighbours in the list of contacts and make up a run of entries. Most
+/// contacts come in the order of the last step, so a cursor goes along with them; what it does not
+/// find is looked up in chains of runs.
 class ImpulseMemory {
  public:
   /// Takes the impulses out of solved contacts. @param dt time step of the solve (s)
@@ -24,33 +28,45 @@ class ImpulseMemory {
   /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
   /// went since the `store` of this step. @param dt time step of the coming solve (s)
   void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
-  void clear() { entries_.clear(); }
+  void clear() {
+    entries_.clear();
+    runs_.clear();
+  }
 
  private:
   /// Two bodies, each by object and place; contacts and wires between them apart.
   struct Key {
-    size_t object, body, otherObject, otherBody, isWire;
+    std::uint64_t objects, bodies;
     bool operator==(const Key&) const = default;
   };
   struct Entry {
-    Key key;
-    Vec3 position;  ///< (m, world axes)
-    Vec3 impulse;   ///< on the first body (N s, world axes)
-    std::uint32_t next;
-    bool isTaken;
+    Vec3 position;          ///< (m, world axes)
+    Vec3 impulse;           ///< on the first body (N s, world axes)
+    std::uint64_t takenBy;  ///< number of the recall that took it
   };
-  static constexpr std::uint32_t kNoEntry = ~0u;
+  /// Neighbours in the list of entries with the same key.
+  struct Run {
+    Key key;
+    std::uint32_t first, end;  ///< in the list of entries
+    std::uint32_t next;        ///< of its chain
+    bool isAlone;              ///< no other run has the same key
+  };
+  static constexpr std::uint32_t kNoRun = ~0u;
 
   static Key contactKey(const std::vector<Object*>& objects, const Object& object,
                         const contact::Contact& c);
   template <typename Visit>
   static void forEachAssembled(const std::vector<Object*>& objects, Visit visit);
   std::uint32_t& headOf(const Key& key);
-  void append(const Key& key, const Vec3& position, const Vec3& impulse);
-  Entry* takeNearest(const Key& key, const Vec3& position);
+  std::uint32_t findInChain(const Key& key, std::uint32_t run) const;
+  std::uint32_t findRun(const Key& key, std::uint32_t cursor);
+  void appendRun(const Key& key);
+  Entry* takeNearest(std::uint32_t run, const Vec3& position);
 
   std::vector<Entry> entries_;
-  std::vector<std::uint32_t> heads_;  ///< a power of two of chains
+  std::vector<Run> runs_;
+  std::vector<std::uint32_t> heads_;  ///< a power of two of chains of runs
+  std::uint64_t recallCount_ = 0;
   double timeStep_ = 0.0;
   size_t objectChangeCount_ = 0;
 };

@@ -156,60 +156,62 @@ struct World::ContactSides {
   Object& B;
   size_t bodyB;
   bool bIsObjectA;
+  BodyType typeA = A.getBodyType(bodyA), typeB = B.getBodyType(bodyB);
+
+  bool canMove() const { return typeA == BodyType::DYNAMIC || typeB == BodyType::DYNAMIC; }
 };
 
 void World::appendContact(const ContactSides& s, const Mat<3, 1>& position, const Mat<3, 1>& normal,
                           double depth, const MaterialPairProperties& material) {
-  const BodyType typeA = s.A.getBodyType(s.bodyA), typeB = s.B.getBodyType(s.bodyB);
   std::vector<contact::Contact>&contactsA = s.A.getContacts(), &contactsB = s.B.getContacts();
   const int problem = static_cast<int>(contactProblems_.size());
-  if (typeA != BodyType::STATIC) {
-    // The twin of a contact inside one object comes right behind it.
-    const size_t twin = contactsB.size() + (&s.A == &s.B ? 1 : 0);
-    contactsA.emplace_back(position, normal, s.aIsObjectA, problem, contactsA.size(),
-                           s.B.getIndexInWorld(), typeB, twin, s.bodyA, depth);
-  }
-  if (typeB != BodyType::STATIC)
-    contactsB.emplace_back(position, normal, s.bIsObjectA, problem, contactsB.size(),
-                           s.A.getIndexInWorld(), typeA, contactsA.size() - 1, s.bodyB, depth);
+  const size_t a = contactsA.size(), worldA = s.A.getIndexInWorld(), worldB = s.B.getIndexInWorld();
+  // The twin of a contact inside one object comes right behind it.
+  const size_t b = contactsB.size() + (&s.A == &s.B && s.typeA != BodyType::STATIC ? 1 : 0);
+  if (s.typeA != BodyType::STATIC)
+    contactsA.emplace_back(position, normal, s.aIsObjectA, problem, a, worldB, s.typeB, b, s.bodyA,
+                           depth);
+  if (s.typeA != BodyType::STATIC && s.typeB != BodyType::STATIC)
+    contactsB.emplace_back(contactsA[a], s.bIsObjectA, b, worldA, s.typeA, a, s.bodyB);
+  else if (s.typeB != BodyType::STATIC)
+    contactsB.emplace_back(position, normal, s.bIsObjectA, problem, b, worldA, s.typeA, a - 1,
+                           s.bodyB, depth);
   contactProblems_.emplace_back(material, position[0], position[1], position[2], depth);
 }
 
 void World::buildContacts() {
   // The points of a pair come one behind the other: names of materials are looked up once for all.
-  const GeomRecord *material1 = nullptr, *material2 = nullptr;
+  const GeomRecord *record1 = nullptr, *record2 = nullptr;
   const MaterialPairProperties* material = nullptr;
   for (int i = 0; i < numContactGeoms_; ++i) {
     const dContactGeom& g = contactGeoms_[static_cast<size_t>(i)];
     const GeomRecord &r1 = geomRecord(g.g1), &r2 = geomRecord(g.g2);
-    Object &A = *objectList_[r1.objectIdx], &B = *objectList_[r2.objectIdx];
-    const size_t l1 = r1.localBodyIdx, l2 = r2.localBodyIdx;
-    if (A.getBodyType(l1) != BodyType::DYNAMIC && B.getBodyType(l2) != BodyType::DYNAMIC) continue;
-    if (&A == &B && selfContactExists(A, l1, l2)) continue;
+    const ContactSides sides = {*objectList_[r1.objectIdx], r1.localBodyIdx, true,
+                                *objectList_[r2.objectIdx], r2.localBodyIdx, false};
+    if (!sides.canMove()) continue;
+    if (&sides.A == &sides.B && selfContactExists(sides.A, sides.bodyA, sides.bodyB)) continue;
 
     Vec3 n{{g.normal[0], g.normal[1], g.normal[2]}};
     n *= 1.0 / norm(n);
-    if (&r1 != material1 || &r2 != material2) {
-      material1 = &r1;
-      material2 = &r2;
+    if (&r1 != record1 || &r2 != record2) {
+      record1 = &r1;
+      record2 = &r2;
       material = &materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
     }
-    appendContact({A, l1, true, B, l2, false}, {{g.pos[0], g.pos[1], g.pos[2]}}, n, -g.depth,
-                  *material);
+    appendContact(sides, {{g.pos[0], g.pos[1], g.pos[2]}}, n, -g.depth, *material);
   }
 }
 
 void World::appendWireProblems() {
   for (auto& wire : stiffWire_) {
     if (!wire->isActive()) continue;
-    Object &A = *wire->getBody1(), &B = *wire->getBody2();
-    const size_t l1 = wire->getLocalIdx1(), l2 = wire->getLocalIdx2();
-    if (A.getBodyType(l1) != BodyType::DYNAMIC && B.getBodyType(l2) != BodyType::DYNAMIC) continue;
     // An unresolved gap, whatever the sign of the error: the sign decides which side is A.
     const double stretch = wire->getStretch();
     const bool firstIsA = stretch > 0.0;
-    appendContact({A, l1, firstIsA, B, l2, !firstIsA}, wire->getP1(), wire->getNorm(),
-                  -std::fabs(stretch), wireMaterial_);
+    const ContactSides sides = {*wire->getBody1(), wire->getLocalIdx1(), firstIsA,
+                                *wire->getBody2(), wire->getLocalIdx2(), !firstIsA};
+    if (!sides.canMove()) continue;
+    appendContact(sides, wire->getP1(), wire->getNorm(), -std::fabs(stretch), wireMaterial_);
     contactProblems_.back().rank_ = contact::Single3DContactProblem::NORMAL_ONLY;
   }
 }

@@ -48,6 +48,22 @@ struct Contact {
     buildFrame();
   }
 
+  /// The same contact as another side sees it: frame, position, normal and depth are those of
+  /// `twin`.
+  Contact(const Contact& twin, bool objectA, size_t contactIndex, size_t pairObjectIndex,
+          BodyType pairBodyType, size_t pairContactIndex, size_t localBodyIndex)
+      : frame_(twin.frame_),
+        position_(twin.position_),
+        normal_(twin.normal_),
+        depth_(twin.depth_),
+        contactIndex_(contactIndex),
+        pairObjectIndex_(pairObjectIndex),
+        pairContactIndex_(pairContactIndex),
+        contactProblemIndex_(twin.contactProblemIndex_),
+        localBodyIndex_(localBodyIndex),
+        objectA_(objectA),
+        pairBodyType_(pairBodyType) {}
+
   /// Impulse on this object from the last solve (N s, world axes). Valid between a step's
   /// `integrate2` and the next `integrate1`; zero before the contact has a problem. The twin of a
   /// self-collision reports the reaction of the merged contact.
@@ -57,16 +73,14 @@ struct Contact {
   void buildFrame() {
     const double nx = normal_[0], ny = normal_[1], nz = normal_[2];
     const double flat2 = nx * nx + ny * ny;
-    Vec3 t1, t2;
+    const double scale = 1.0 / std::sqrt(flat2 + nz * nz);
+    const Vec3 n = scale * normal_;
+    Vec3 t1{{1.0, 0.0, 0.0}}, t2{{0.0, n[2], 0.0}};
     if (nx != 0.0 || ny != 0.0) {
-      t1 = (1.0 / std::sqrt(flat2)) * Vec3{{ny, -nx, 0.0}};
-      t2 = {{nx * nz, ny * nz, -flat2}};
-    } else {
-      t1 = {{1.0, 0.0, 0.0}};
-      t2 = {{0.0, nz, 0.0}};
+      const double flatScale = 1.0 / std::sqrt(flat2);
+      t1 = {{flatScale * ny, -flatScale * nx, 0.0}};
+      t2 = (scale * flatScale) * Vec3{{nx * nz, ny * nz, -flat2}};
     }
-    t2 *= 1.0 / norm(t2);
-    const Vec3 n = (1.0 / norm(normal_)) * normal_;
     for (int c = 0; c < 3; ++c) {
       frame_(0, c) = t1[c];
       frame_(1, c) = t2[c];
