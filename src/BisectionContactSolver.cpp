@@ -116,10 +116,10 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   return (z + w) * (z + w);
 }
 
-/// Sweeps all in one direction, until the error is small enough or the limit is reached.
+/// Sweeps all `count` stops in one direction, until the error is small enough or the limit is reached.
 template <typename Visit>
-void BisectionContactSolver::sweep(size_t count, Visit visit) {
-  const double stoppingError = static_cast<double>(count) * threshold_;
+void BisectionContactSolver::sweep(size_t problemCount, size_t count, Visit visit) {
+  const double stoppingError = static_cast<double>(problemCount) * threshold_;
   const bool forward = forwardSweep_;
   forwardSweep_ = !forwardSweep_;
 
@@ -137,7 +137,7 @@ void BisectionContactSolver::sweep(size_t count, Visit visit) {
 
 void BisectionContactSolver::solve(ContactProblemList& problems) {
   prepare(problems);
-  sweep(problems.size(), [&](size_t i) { return visit(problems[i]); });
+  sweep(problems.size(), problems.size(), [&](size_t i) { return visit(problems[i]); });
 }
 
 void BisectionContactSolver::solve(ContactProblemList& problems,
@@ -145,7 +145,8 @@ void BisectionContactSolver::solve(ContactProblemList& problems,
   prepare(problems);
   rows_->build(problems, objects);
   rows_->handOnInitialImpulses();
-  sweep(problems.size(), [this](size_t i) { return rows_->visit(i, relaxation_); });
+  sweep(problems.size(), rows_->stopCount(),
+        [this](size_t i) { return rows_->visit(i, relaxation_); });
   rows_->finish();
 }
 

@@ -114,7 +114,18 @@ inline void ContactSweep::handOn(const ContactRow& row, const Lanes& change) {
 }
 
 double ContactSweep::visit(size_t index, double relaxation) {
-  ContactRow& row = rows_[index];
+  const SweepOrder::Stop& stop = order_.stops()[index];
+  switch (stop.kind) {
+    case SweepOrder::ONE_BODY:
+      return oneBody_[stop.index].visit(bodyVelocities_.data(), relaxation);
+    case SweepOrder::TWO_BODIES:
+      return twoBodies_[stop.index].visit(bodyVelocities_.data(), relaxation);
+    default:
+      return visitRow(rows_[stop.index], relaxation);
+  }
+}
+
+double ContactSweep::visitRow(ContactRow& row, double relaxation) {
   if (row.kind == RowKind::CONTACT) return visitContact(row, relaxation);
   return row.kind == RowKind::LIMIT ? visitLimit(row) : 0.0;
 }
@@ -167,7 +178,9 @@ double ContactSweep::visitLimit(ContactRow& row) {
 }
 
 void ContactSweep::handOnInitialImpulses() {
-  for (const ContactRow& row : rows_) {
+  for (const ContactBatch<1>& batch : oneBody_) batch.handOnImpulses(bodyVelocities_.data());
+  for (const ContactBatch<2>& batch : twoBodies_) batch.handOnImpulses(bodyVelocities_.data());
+  for (const ContactRow& row : rows()) {
     if (row.kind == RowKind::CONTACT)
       handOn(row, row.impulse);
     else

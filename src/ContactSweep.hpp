@@ -2,20 +2,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <span>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
+#include "ContactBatch.hpp"
 #include "Lanes.hpp"
+#include "SweepOrder.hpp"
 
 // The sweeps of a world's problems, over arrays of their own.
 //
 // A record is made for its reader: it is large and couples to others through lists of pointers and
 // through objects. A sweep wants little data in one piece, so the problems of a step are written
-// out as rows:
+// out as batches and rows:
 //
-//   caller's step -> prepare (records) -> build (rows) -> visit, visit, ... -> finish (records,
-//   velocities of objects)
+//   caller's step -> prepare (records) -> build (batches, rows) -> visit, visit, ... -> finish
+//   (records, velocities of objects)
 //
-// A row knows the velocity of its contact from the velocities of up to two sides. What a side is:
+// A batch holds up to four contacts with friction of rigid bodies only (`ContactBatch`), where
+// `SweepOrder` finds them; a row is one problem of any kind. A row knows the velocity of its
+// contact from the velocities of up to two sides. What a side is:
 //
 //   body   a rigid body: three linear and three angular velocities, which the impulses of all of
 //          its contacts change
@@ -24,7 +29,7 @@
 //          that are computed once per step
 //   query  an object that is asked by its virtual functions: a robot with many contacts
 //
-// The rows hold the same numbers as the records in another order: the impulses are those of
+// Batches and rows hold the same numbers as the records in another order: the impulses are those of
 // `BisectionContactSolver::solve` up to rounding.
 
 namespace zelvik {
@@ -58,18 +63,13 @@ inline Vec3 toVec3(const Lanes& a) {
   return {{a[0], a[1], a[2]}};
 }
 
-/// Velocity of a rigid body (m/s and rad/s, world axes), without what `tauStar_` already holds.
-struct BodyVelocity {
-  Lanes linear{}, angular{};
-};
-
 /// A row's view of a rigid body. On the B side all matrices are negated.
 struct BodySide {
   BodyVelocity* velocity = nullptr;
   LaneMatrix frame;  ///< world to contact frame
-  LaneMatrix lever;  ///< contact-frame velocity from the angular velocity
+  LaneMatrix lever;  ///< contact-frame velocity from `BodyVelocity::angular`
   LaneMatrix push;   ///< linear velocity per unit impulse
-  LaneMatrix spin;   ///< angular velocity per unit impulse
+  LaneMatrix spin;   ///< `BodyVelocity::angular` per unit impulse
 };
 
 /// A row's view of a robot's point.
@@ -106,7 +106,7 @@ struct ContactRow {
   BodySide bodies[2];
 };
 
-/// Rows, velocities and blocks; the memory is kept between steps.
+/// Batches, rows, velocities and blocks; the memory is kept between steps.
 class ContactSweep {
  public:
   /// Points of a robot above which blocks between all of them cost more than they save.
@@ -117,12 +117,19 @@ class ContactSweep {
   /// Hands the impulses that the records already hold to the sides; those that no side takes become
   /// zero.
   void handOnInitialImpulses();
-  /// One visit. @return what it adds to the error of the sweep (m^2/s^2)
-  double visit(size_t row, double relaxation);
+  /// Stops of a sweep, each with one problem or several that do not touch each other's objects.
+  size_t stopCount() const { return order_.stops().size(); }
+  /// One visit of the problems at a stop. @return what they add to the error of the sweep (m^2/s^2)
+  double visit(size_t stop, double relaxation);
   /// Writes impulses back to the records, and velocities to the objects that hold them.
   void finish();
 
  private:
+  /// Who takes part in a problem: dynamic objects by place in the world and by contact.
+  struct Sides {
+    std::uint32_t object[2] = {SweepOrder::kNobody, SweepOrder::kNobody};
+    std::uint32_t contact[2] = {0, 0};
+  };
   /// A point of a robot: its Jacobian, and M^-1 J^T in three rows of values per velocity.
   struct Point {
     const double* columns;  ///< three values each
@@ -138,9 +145,21 @@ class ContactSweep {
     size_t first, count;  ///< in the list of points
     size_t firstBlock;    ///< in `blocks_`
   };
+  struct Body {
+    SingleBodyObject* body = nullptr;  ///< null for what is no rigid body
+    AngularScale scale;
+  };
 
+  std::span<ContactRow> rows() { return {rows_.data(), rowCount_}; }
+  void listSides(const ContactProblemList& problems, const std::vector<Object*>& objects);
+  void startBody(SingleBodyObject& body);
+  SweepOrder::Kind kindOf(const Single3DContactProblem& problem, const Sides& sides) const;
+  void place(Single3DContactProblem& problem, size_t index);
+  template <int sides>
+  void appendToBatch(AlignedVector<ContactBatch<sides>>& batches, const SweepOrder::Stop& stop,
+                     Single3DContactProblem& problem, const Sides& who);
   void writeRow(Single3DContactProblem& problem, ContactRow& row);
-  void attachBody(SingleBodyObject& body);
+  void attachBody(const Sides& who, size_t side, ContactRow& row);
   void attachRobot(ArticulatedSystem& system, const ContactProblemList& problems, size_t& limit);
   void appendContactPoint(ArticulatedSystem& system, size_t contactIdx);
   void appendLimitPoint(ArticulatedSystem& system, const Single3DContactProblem& p, size_t row);
@@ -152,12 +171,19 @@ class ContactSweep {
 
   Lanes velocity(const ContactRow& row) const;
   void handOn(const ContactRow& row, const Lanes& change);
+  double visitRow(ContactRow& row, double relaxation);
   double visitContact(ContactRow& row, double relaxation);
   double visitLimit(ContactRow& row);
 
+  SweepOrder order_;
+  AlignedVector<ContactBatch<1>> oneBody_;  ///< in the order of their stops, as the next two
+  AlignedVector<ContactBatch<2>> twoBodies_;
   AlignedVector<ContactRow> rows_;
-  AlignedVector<BodyVelocity> bodyVelocities_;    ///< by place in the world
-  std::vector<SingleBodyObject*> queriedBodies_;  ///< whose `genVel_` is to show the result
+  size_t rowCount_ = 0;                         ///< of those in use
+  std::vector<Sides> sides_;                    ///< by problem
+  std::vector<std::uint32_t> rowOf_;            ///< by problem
+  std::vector<Body> bodies_;                    ///< by place in the world
+  AlignedVector<BodyVelocity> bodyVelocities_;  ///< by slot, the body's place + `kFirstBodySlot`
   std::vector<Robot> robots_;
   std::vector<Point> points_;
   AlignedVector<Lanes> pointVelocities_, pointImpulses_, blocks_;

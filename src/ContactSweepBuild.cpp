@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <cmath>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/object/SingleBodyObject.hpp>
 
@@ -52,24 +53,115 @@ void transposeBlock(const Lanes* from, Lanes* to) {
 }  // namespace
 
 void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*>& objects) {
-  rows_.resize(problems.size());
-  for (size_t i = 0; i < problems.size(); ++i) writeRow(problems[i], rows_[i]);
+  listSides(problems, objects);
+  order_.clear(objects.size());
+  oneBody_.clear();
+  twoBodies_.clear();
+  rowCount_ = 0;
+  for (size_t i = 0; i < problems.size(); ++i) place(problems[i], i);
 
-  bodyVelocities_.resize(objects.size());
-  queriedBodies_.clear();
   robots_.clear();
   points_.clear();
   size_t limit = 0;  // limits stand behind the contacts, in the order of the objects
-  while (limit < problems.size() && rows_[limit].kind != RowKind::LIMIT) ++limit;
-  for (Object* object : objects) {
-    if (object->getBodyType() != BodyType::DYNAMIC) continue;
-    if (object->getObjectType() == ARTICULATED_SYSTEM)
+  while (limit < problems.size() && problems[limit].rank_ != Single3DContactProblem::JOINT_LIMIT)
+    ++limit;
+  for (Object* object : objects)
+    if (object->getBodyType() == BodyType::DYNAMIC && object->getObjectType() == ARTICULATED_SYSTEM)
       attachRobot(static_cast<ArticulatedSystem&>(*object), problems, limit);
-    else
-      attachBody(static_cast<SingleBodyObject&>(*object));
-  }
   connectPoints();
   chooseCouplings();
+}
+
+void ContactSweep::listSides(const ContactProblemList& problems,
+                             const std::vector<Object*>& objects) {
+  sides_.assign(problems.size(), Sides{});
+  bodies_.assign(objects.size(), Body{});
+  bodyVelocities_.resize(objects.size() + kFirstBodySlot);
+  bodyVelocities_[kZeroSlot] = {};
+  for (size_t o = 0; o < objects.size(); ++o) {
+    if (objects[o]->getBodyType() != BodyType::DYNAMIC) continue;
+    const std::vector<Contact>& contacts = objects[o]->getContacts();
+    for (size_t i = 0; i < contacts.size(); ++i) {
+      if (contacts[i].skip_) continue;
+      const size_t s = contacts[i].objectA_ ? 0 : 1;
+      Sides& who = sides_[contacts[i].contactProblemIndex_];
+      who.object[s] = static_cast<std::uint32_t>(o);
+      who.contact[s] = static_cast<std::uint32_t>(i);
+    }
+    if (!contacts.empty() && objects[o]->getObjectType() != ARTICULATED_SYSTEM)
+      startBody(static_cast<SingleBodyObject&>(*objects[o]));
+  }
+  for (size_t i = problems.size(); i > 0; --i) {
+    const Single3DContactProblem& p = problems[i - 1];
+    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) break;
+    sides_[i - 1].object[0] = static_cast<std::uint32_t>(p.objA_->getIndexInWorld());
+  }
+}
+
+void ContactSweep::startBody(SingleBodyObject& body) {
+  Body& entry = bodies_[body.getIndexInWorld()];
+  entry.body = &body;
+  entry.scale = AngularScale(body.worldInertiaInv_);
+  BodyVelocity& velocity = bodyVelocities_[body.getIndexInWorld() + kFirstBodySlot];
+  velocity = {};
+  if (body.usesFullDelassus()) return;
+  velocity.linear = lanesAt(body.genVel_.v);
+  velocity.angular =
+      toLanes(entry.scale.solve({{body.genVel_[3], body.genVel_[4], body.genVel_[5]}}));
+}
+
+SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sides& who) const {
+  using Problem = Single3DContactProblem;
+  if (p.rank_ != Problem::FULL || !(p.mu_ >= Problem::kFrictionless)) return SweepOrder::SINGLE;
+  int count = 0;
+  for (const std::uint32_t object : who.object) {
+    if (object == SweepOrder::kNobody) continue;
+    if (bodies_[object].body == nullptr || !bodies_[object].scale.isFactor)
+      return SweepOrder::SINGLE;
+    ++count;
+  }
+  // What is not finite must not reach the bodies while its impulse is zero.
+  double sum = 0.0;
+  for (const double d : p.delassus_.v) sum += d;
+  if (count == 0 || who.object[0] == who.object[1] || !std::isfinite(sum))
+    return SweepOrder::SINGLE;
+  return count == 1 ? SweepOrder::ONE_BODY : SweepOrder::TWO_BODIES;
+}
+
+/// Gives a problem its stop, and its place in a batch or a row.
+void ContactSweep::place(Single3DContactProblem& p, size_t index) {
+  const Sides& who = sides_[index];
+  const SweepOrder::Stop& stop = order_.insert(kindOf(p, who), who.object[0], who.object[1]);
+  if (stop.kind == SweepOrder::ONE_BODY) return appendToBatch(oneBody_, stop, p, who);
+  if (stop.kind == SweepOrder::TWO_BODIES) return appendToBatch(twoBodies_, stop, p, who);
+  if (rowOf_.size() < sides_.size()) rowOf_.resize(sides_.size());
+  rowOf_[index] = stop.index;
+  if (rows_.size() == rowCount_) rows_.emplace_back();
+  ContactRow& row = rows_[rowCount_++];
+  writeRow(p, row);
+  for (size_t s = 0; s < 2; ++s)
+    if (who.object[s] != SweepOrder::kNobody && bodies_[who.object[s]].body != nullptr)
+      attachBody(who, s, row);
+}
+
+template <int sides>
+void ContactSweep::appendToBatch(AlignedVector<ContactBatch<sides>>& batches,
+                                 const SweepOrder::Stop& stop, Single3DContactProblem& p,
+                                 const Sides& who) {
+  if (stop.index == batches.size()) {
+    batches.emplace_back();
+    for (auto& slots : batches.back().to) std::fill(slots, slots + kLanes, kUnreadSlot);
+  }
+  ContactBatch<sides>& batch = batches[stop.index];
+  const size_t lane = stop.count - 1;
+  batch.setProblem(lane, p);
+  size_t side = 0;
+  for (size_t s = 0; s < 2; ++s) {
+    if (who.object[s] == SweepOrder::kNobody) continue;
+    const Body& entry = bodies_[who.object[s]];
+    batch.setBody(lane, side++, who.object[s] + kFirstBodySlot, s == 0 ? 1.0 : -1.0,
+                  entry.body->contactJacobian_[who.contact[s]], entry.scale, entry.body->invMass_);
+  }
 }
 
 void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
@@ -89,32 +181,25 @@ void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
   row.stick = columnsOf(p.delassusInv_, -1.0);
 }
 
-void ContactSweep::attachBody(SingleBodyObject& body) {
-  const std::vector<Contact>& contacts = body.getContacts();
-  if (contacts.empty()) return;
-  BodyVelocity& velocity = bodyVelocities_[body.getIndexInWorld()];
-  velocity = {};
-  if (!body.usesFullDelassus()) {
-    velocity.linear = Lanes{body.genVel_[0], body.genVel_[1], body.genVel_[2], 0.0};
-    velocity.angular = Lanes{body.genVel_[3], body.genVel_[4], body.genVel_[5], 0.0};
-    queriedBodies_.push_back(&body);
+void ContactSweep::attachBody(const Sides& who, size_t s, ContactRow& row) {
+  const Body& entry = bodies_[who.object[s]];
+  const double sign = s == 0 ? 1.0 : -1.0;
+  row.sideKinds[s] = SideKind::BODY;
+  BodySide& side = row.bodies[s];
+  side.velocity = &bodyVelocities_[who.object[s] + kFirstBodySlot];
+  const Mat<3, 6>& G = entry.body->contactJacobian_[who.contact[s]];
+  const Mat<6, 3>& B = entry.body->contactImpulseMap_[who.contact[s]];
+  Mat33 leverT;
+  for (int c = 0; c < 3; ++c) {
+    const Vec3 lever = entry.scale.timesC({{G(c, 3), G(c, 4), G(c, 5)}});
+    for (int k = 0; k < 3; ++k) leverT(k, c) = lever[k];
   }
-  for (size_t i = 0; i < contacts.size(); ++i) {
-    const Contact& c = contacts[i];
-    const size_t s = c.objectA_ ? 0 : 1;
-    const double sign = c.objectA_ ? 1.0 : -1.0;
-    ContactRow& row = rows_[c.contactProblemIndex_];
-    row.sideKinds[s] = SideKind::BODY;
-    BodySide& side = row.bodies[s];
-    side.velocity = &velocity;
-    const Mat<3, 6>& G = body.contactJacobian_[i];
-    const Mat<6, 3>& B = body.contactImpulseMap_[i];
-    for (size_t k = 0; k < 3; ++k) {
-      side.frame.columns[k] = sign * lanesAt(G.v + 3 * k);
-      side.lever.columns[k] = sign * lanesAt(G.v + 9 + 3 * k);
-      side.push.columns[k] = sign * lanesAt(B.v + 6 * k);
-      side.spin.columns[k] = sign * lanesAt(B.v + 6 * k + 3);
-    }
+  for (int k = 0; k < 3; ++k) {
+    side.frame.columns[k] = sign * lanesAt(G.v + 3 * k);
+    side.lever.columns[k] = sign * toLanes(zelvik::row(leverT, k));
+    side.push.columns[k] = sign * lanesAt(B.v + 6 * k);
+    side.spin.columns[k] =
+        sign * (entry.scale.isFactor ? toLanes(column(leverT, k)) : lanesAt(B.v + 6 * k + 3));
   }
 }
 
@@ -128,7 +213,8 @@ void ContactSweep::attachRobot(ArticulatedSystem& system, const ContactProblemLi
   if (known + limits <= kMaxPoints) {
     for (size_t i = 0; i < known; ++i)
       if (!contacts[i].skip_) appendContactPoint(system, i);
-    for (size_t k = 0; k < limits; ++k) appendLimitPoint(system, problems[limit + k], limit + k);
+    for (size_t k = 0; k < limits; ++k)
+      appendLimitPoint(system, problems[limit + k], rowOf_[limit + k]);
     if (points_.size() > first) robots_.push_back({&system, first, points_.size() - first, 0});
   } else {
     for (size_t i = 0; i < contacts.size(); ++i)
@@ -147,7 +233,7 @@ void ContactSweep::appendContactPoint(ArticulatedSystem& system, size_t contactI
                      J.size,
                      {responses, responses + stride, responses + 2 * stride},
                      {},
-                     c.contactProblemIndex_,
+                     rowOf_[c.contactProblemIndex_],
                      c.objectA_ ? 0u : 1u});
 }
 
@@ -172,7 +258,7 @@ void ContactSweep::appendLimitPoint(ArticulatedSystem& system, const Single3DCon
 void ContactSweep::attachQuery(Object& object, size_t contactIdx) {
   const Contact& c = object.getContacts()[contactIdx];
   const size_t s = c.objectA_ ? 0 : 1;
-  ContactRow& row = rows_[c.contactProblemIndex_];
+  ContactRow& row = rows_[rowOf_[c.contactProblemIndex_]];
   row.sideKinds[s] = SideKind::QUERY;
   row.objects[s] = &object;
   row.contactIdx[s] = contactIdx;
@@ -231,7 +317,7 @@ void ContactSweep::computePoints(const Robot& robot) {
 
 /// The only side of a row stands in front, with its sign.
 void ContactSweep::chooseCouplings() {
-  for (ContactRow& row : rows_) {
+  for (ContactRow& row : rows()) {
     const SideKind a = row.sideKinds[0], b = row.sideKinds[1];
     row.coupling = Coupling::OTHER;
     if (a == SideKind::BODY && b == SideKind::BODY) {
@@ -253,13 +339,18 @@ void ContactSweep::chooseCouplings() {
 }
 
 void ContactSweep::finish() {
-  for (const ContactRow& row : rows_)
+  for (const ContactBatch<1>& batch : oneBody_) batch.writeImpulses();
+  for (const ContactBatch<2>& batch : twoBodies_) batch.writeImpulses();
+  for (const ContactRow& row : rows())
     if (row.kind == RowKind::CONTACT) row.problem->imp_ = toVec3(row.impulse);
-  for (SingleBodyObject* body : queriedBodies_) {
-    const BodyVelocity& velocity = bodyVelocities_[body->getIndexInWorld()];
+  for (size_t o = 0; o < bodies_.size(); ++o) {
+    SingleBodyObject* body = bodies_[o].body;
+    if (body == nullptr || body->usesFullDelassus()) continue;
+    const BodyVelocity& velocity = bodyVelocities_[o + kFirstBodySlot];
+    const Vec3 angular = bodies_[o].scale.times(toVec3(velocity.angular));
     for (int k = 0; k < 3; ++k) {
       body->genVel_[k] = velocity.linear[k];
-      body->genVel_[3 + k] = velocity.angular[k];
+      body->genVel_[3 + k] = angular[k];
     }
   }
   for (const Robot& robot : robots_) finishRobot(robot);

@@ -5,12 +5,19 @@
 namespace zelvik {
 
 const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
+  const bool sorted = dSpaceGetClass(space) == dSweepAndPruneSpaceClass;
   readGeoms(space);
+  if (sorted) sortBegins();
+  groups_.resize(laneCount(begins_.size()));
+  for (size_t g = 0; g < groups_.size(); ++g) writeGroup(g * kLanes, groups_[g]);
   pairs_.clear();
-  for (size_t i = 0; i + 1 < geoms_.size(); ++i) appendPairsOf(i);
+  for (size_t i = 0; i + 1 < begins_.size(); ++i)
+    sorted ? appendPairsOf<true>(i) : appendPairsOf<false>(i);
   return pairs_;
 }
 
+/// Lists the geoms. The order of the search starts from that of the last call if the geoms are the
+/// same.
 void PairSearch::readGeoms(dSpaceID space) {
   dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
   const int count = dSpaceGetNumGeoms(space);
@@ -19,8 +26,23 @@ void PairSearch::readGeoms(dSpaceID space) {
     const dGeomID geom = dSpaceGetGeom(space, i);
     if (dGeomIsEnabled(geom)) geoms_.push_back(geom);
   }
-  groups_.resize(laneCount(geoms_.size()));
-  for (size_t g = 0; g < groups_.size(); ++g) writeGroup(g * kLanes, groups_[g]);
+  if (geoms_ == lastGeoms_) return;
+  lastGeoms_ = geoms_;
+  begins_.resize(geoms_.size());
+  for (size_t i = 0; i < geoms_.size(); ++i) begins_[i].place = static_cast<std::uint32_t>(i);
+}
+
+/// Bodies hardly change places from step to step, so each is moved forward from where it was.
+void PairSearch::sortBegins() {
+  for (size_t i = 0; i < begins_.size(); ++i) {
+    Begin begin = begins_[i];
+    dReal box[6];
+    dGeomGetAABB(geoms_[begin.place], box);
+    begin.x = box[0];
+    size_t k = i;
+    for (; k > 0 && begins_[k - 1].x > begin.x; --k) begins_[k] = begins_[k - 1];
+    begins_[k] = begin;
+  }
 }
 
 /// Makes whole registers of the numbers of four geoms: a search that reads what has just been
@@ -28,10 +50,10 @@ void PairSearch::readGeoms(dSpaceID space) {
 void PairSearch::writeGroup(size_t first, Group& group) {
   dReal box[kLanes][6];
   unsigned long category[kLanes], collide[kLanes];
-  const size_t last = geoms_.size() - 1;
+  const size_t last = begins_.size() - 1;
   for (size_t l = 0; l < kLanes; ++l) {
     const bool exists = first + l <= last;
-    const dGeomID geom = geoms_[exists ? first + l : last];
+    const dGeomID geom = geoms_[begins_[exists ? first + l : last].place];
     dGeomGetAABB(geom, box[l]);
     category[l] = exists ? dGeomGetCategoryBits(geom) : 0;
     collide[l] = exists ? dGeomGetCollideBits(geom) : 0;
@@ -45,6 +67,7 @@ void PairSearch::writeGroup(size_t first, Group& group) {
   group.collide = Bits{collide[0], collide[1], collide[2], collide[3]};
 }
 
+template <bool sorted>
 void PairSearch::appendPairsOf(size_t geom) {
   const Group& a = groups_[geom / kLanes];
   const size_t lane = geom % kLanes;
@@ -54,14 +77,21 @@ void PairSearch::appendPairsOf(size_t geom) {
     lower[k] = broadcast(a.lower[k][lane]);
     upper[k] = broadcast(a.upper[k][lane]);
   }
+  const std::uint32_t place = begins_[geom].place;
   // The group that holds the next geom also holds some before it.
   unsigned ahead = (30u << lane) & 15u;
-  const dGeomID* others = geoms_.data() + geom - lane;
+  const Begin* others = begins_.data() + geom - lane;
   for (const Group* b = &a; b != groups_.data() + groups_.size(); ++b, others += kLanes) {
+    if (sorted && b != &a && b->lower[0][0] > upper[0][0]) break;
     auto apart = ((category & b->collide) | (b->category & collide)) == Bits{};
     for (size_t k = 0; k < 3; ++k) apart |= (lower[k] > b->upper[k]) | (upper[k] < b->lower[k]);
-    for (unsigned found = ~lanesSet(apart) & ahead; found != 0; found &= found - 1)
-      pairs_.push_back({geoms_[geom], others[__builtin_ctz(found)]});
+    for (unsigned found = ~lanesSet(apart) & ahead; found != 0; found &= found - 1) {
+      const std::uint32_t other = others[__builtin_ctz(found)].place;
+      if (!sorted || place < other)
+        pairs_.push_back({geoms_[place], geoms_[other]});
+      else
+        pairs_.push_back({geoms_[other], geoms_[place]});
+    }
     ahead = 15u;
   }
 }

@@ -18,8 +18,12 @@ namespace zelvik {
 namespace {
 
 constexpr int kMaxPointsPerPair = 500;
-/// Geoms in a simple space from which on our own search of pairs is the faster one.
-constexpr int kGeomsForPairSearch = 40;
+/// Whether our own search of pairs is the faster one.
+bool usesPairSearch(dSpaceID space) {
+  const int kind = dSpaceGetClass(space);
+  return (kind == dSimpleSpaceClass || kind == dSweepAndPruneSpaceClass) &&
+         dSpaceGetNumGeoms(space) >= 40;
+}
 
 /// ODE gives NaN or zero normals and NaN depths at exact coincidences; such a point tells nothing.
 bool isUsablePoint(const dContactGeom& g) {
@@ -117,8 +121,7 @@ void nearCallback(void* data, dGeomID o1, dGeomID o2) {
 
 void World::detectCollisions() {
   numContactGeoms_ = 0;
-  if (dSpaceGetClass(worldSpace_) == dSimpleSpaceClass &&
-      dSpaceGetNumGeoms(worldSpace_) >= kGeomsForPairSearch)
+  if (usesPairSearch(worldSpace_))
     for (const PairSearch::Pair& pair : pairSearch_->findPairs(worldSpace_))
       testPair(pair.first, pair.second);
   else

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
+#include <set>
 #include <zelvik/World.hpp>
 
 // Bodies in a world against closed forms, and the conduct of the world itself.
@@ -385,6 +386,46 @@ TEST(World, OwnSearchOfPairsKeepsTheOrder) {
   EXPECT_GT(contacts, 100u);
   for (size_t i = 0; i < a.size(); ++i)
     EXPECT_EQ(a[i]->getContacts().size(), b[i]->getContacts().size());
+}
+
+/// Who touches whom in the last step, and in how many points.
+std::multiset<std::pair<size_t, size_t>> touchingPairs(const World& world) {
+  std::multiset<std::pair<size_t, size_t>> pairs;
+  for (const Object* object : world.getObjList())
+    for (const contact::Contact& c : object->getContacts())
+      pairs.insert({object->getIndexInWorld(), c.pairObjectIndex_});
+  return pairs;
+}
+
+// With many geoms a sweep-and-prune space is searched along its sorted begins, which move.
+TEST(World, OwnSearchAlongXFindsEveryPair) {
+  World sorted, all;
+  std::vector<SingleBodyObject*> a, b;
+  for (auto [world, bodies] : {std::pair{&sorted, &a}, std::pair{&all, &b}}) {
+    world->addGround(0.0);
+    for (int i = 0; i < 60; ++i) {
+      bodies->push_back(world->addSphere(0.1 + 0.005 * (i % 9), 1.0));
+      bodies->back()->setPosition(0.17 * (i % 4), 0.17 * (i / 4 % 4), 0.2 + 0.2 * (i / 16));
+      bodies->back()->setVelocity(std::sin(i), std::cos(3.0 * i), 0.0, 0.0, 0.0, 0.0);
+    }
+  }
+  sorted.setBroadPhase(World::BroadPhase::SWEEP_AND_PRUNE);
+  size_t contacts = 0;
+  for (int step = 0; step < 120; ++step) {
+    if (step == 60)
+      for (World* world : {&sorted, &all}) world->removeObject(world->getObjList()[7]);
+    for (size_t i = 0; i < a.size(); ++i) {
+      if (step >= 60 && i == 6) continue;  // removed
+      b[i]->setPosition(a[i]->getComPosition());
+    }
+    sorted.integrate1();
+    all.integrate1();
+    const auto found = touchingPairs(sorted);
+    ASSERT_EQ(found, touchingPairs(all)) << step;
+    contacts += found.size();
+    sorted.integrate2();
+  }
+  EXPECT_GT(contacts, 3000u);
 }
 
 TEST(World, BroadPhasesChangeWhileAWorldRunsOnTurnedTerrain) {

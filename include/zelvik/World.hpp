@@ -55,7 +55,7 @@ class ZELVIK_API World {
   enum class BroadPhase {
     HASH,             ///< the default; good for many bodies of mixed size, allocates in every step
     SIMPLE,           ///< all pairs; the fastest for one robot, never allocates
-    SWEEP_AND_PRUNE,  ///< along x; good for many bodies that are spread out
+    SWEEP_AND_PRUNE,  ///< along x; the fastest for many bodies that are spread out
     QUADTREE          ///< cells of 4 m in a square of 128 m about the origin; never allocates
   };
 
@@ -342,7 +342,7 @@ class ZELVIK_API World {
   dSpaceID worldSpace_ = nullptr;
   std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
   int numContactGeoms_ = 0;                 ///< used entries of it
-  std::unique_ptr<PairSearch> pairSearch_;  ///< for `BroadPhase::SIMPLE`
+  std::unique_ptr<PairSearch> pairSearch_;  ///< for `SIMPLE` and `SWEEP_AND_PRUNE`
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;

@@ -84,7 +84,7 @@ class ZELVIK_API BisectionContactSolver {
   void prepareProblem(Single3DContactProblem& problem) const;
   double visit(Single3DContactProblem& problem) const;
   template <typename Visit>
-  void sweep(size_t count, Visit visit);
+  void sweep(size_t problemCount, size_t count, Visit visit);
 
   int loopCounter_ = 0;
   bool forwardSweep_ = true;
