@@ -164,6 +164,33 @@ TEST(UrdfLink, MassShapesAndMaterials) {
   EXPECT_EQ(massless.inertia[0], 0.0);
 }
 
+TEST(UrdfLink, AMotionWithoutMassIsWarnedOf) {
+  const auto link = [](const std::string& name, const std::string& mass,
+                       const std::string& inertia) {
+    return "<link name='" + name + "'><inertial><mass value='" + mass + "'/><inertia ixx='" +
+           inertia + "' iyy='" + inertia + "' izz='" + inertia + "'/></inertial></link>";
+  };
+  const auto warnings = [](const std::string& content) {
+    return messages::of([&] { ArticulatedSystem(robot(content), "."); });
+  };
+  const auto fault = [](const std::string& body, const std::string& what) {
+    return "ArticulatedSystemInit.cpp: the body '" + body + "' and what it carries have no " +
+           what + ": the state of the robot becomes NaN";
+  };
+  const std::string base = link("base", "1", "1"), hinge = jointText("j", "revolute", "base", "a");
+  EXPECT_EQ(warnings("<link name='base'/>"), "");
+  EXPECT_EQ(warnings(link("base", "1", "0")), fault("base", "inertia about their joint"));
+  EXPECT_EQ(warnings(base + hinge), fault("a", "mass"));
+  EXPECT_EQ(warnings(base + hinge + link("a", "1", "0")), fault("a", "inertia about their joint"));
+  EXPECT_EQ(warnings(base + hinge + link("a", "1", "1")), "");
+  // Two hinges in one place, as of a hip: the link between them needs no mass.
+  EXPECT_EQ(warnings(base + hinge + jointText("k", "revolute", "a", "b") + link("b", "1", "1")),
+            "");
+  const std::string rotor = "<axis xyz='0 0 1'/><dynamics rotor_inertia='1'/>";
+  EXPECT_EQ(warnings(base + jointText("j", "revolute", "base", "a", rotor) + link("a", "1", "0")),
+            "");
+}
+
 TEST(UrdfTreeBuilding, OrderRootAndFixedBase) {
   const std::string two = jointText("b", "revolute", "r", "x") + jointText("a", "fixed", "r", "y") +
                           jointText("c", "revolute", "r", "z");
