@@ -11,14 +11,14 @@
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
 
-# zlib and JSON: replays.
-packages=(g++ ninja-build libode-dev libtinyxml-dev libpng-dev libeigen3-dev libgtest-dev
-          zlib1g-dev nlohmann-json3-dev)
+# zlib and JSON: replays. make and pkg-config: projects of users, by the lines of docs/install.md.
+packages=(g++ ninja-build make pkg-config libode-dev libtinyxml-dev libpng-dev libeigen3-dev
+          libgtest-dev zlib1g-dev nlohmann-json3-dev)
 wants_clang=
 for option in "$@"; do
   case $option in
     --ci) wants_clang=yes
-          packages+=(ccache clang clang-format clang-tidy doxygen dpkg-dev file pkg-config) ;;
+          packages+=(ccache clang clang-format clang-tidy doxygen dpkg-dev file) ;;
     --fuzz) wants_clang=yes
             packages+=(clang) ;;
     --coverage) packages+=(gcovr) ;;

@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 #
 # Installs the library as users get it and builds programs against it that lie outside of the tree:
-# the shared library under a prefix, the static one under another, and the Debian packages unpacked
-# into a bare directory. Programs are built by find_package and by pkg-config, by g++ and clang++, as
+# the shared library under a prefix, the static one under another, the sources as a folder of another
+# project, and the Debian packages unpacked into a bare directory. Programs are built by find_package and by pkg-config, by g++ and clang++, as
 # C++17 and C++20, with and without AVX flags; each runs, and all have to agree on the layout of the
 # public classes. Nothing outside of build/ and a temporary directory is written.
 set -euo pipefail
@@ -40,14 +40,15 @@ run_program() { # program model
   esac
 }
 
-test_find_package() { # prefix compiler
-  local build=$work/cmake-$2
+# A project that says where the library is, and runs its programs.
+test_project() { # compiler model [cmake options]
+  local build=$work/cmake-$1 model=$2
   rm -rf "$build"
-  CXX=$2 cmake -S tests/install -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_PREFIX_PATH="$1" > "$work/configure.log" || { cat "$work/configure.log"; exit 1; }
+  CXX=$1 cmake -S tests/install -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release "${@:3}" \
+    > "$work/configure.log" || { cat "$work/configure.log"; exit 1; }
   cmake --build "$build" --parallel "$parallel" | tail -n 1
   for program in "$build"/consumer-* "$build"/layout-*; do
-    run_program "$program" "$1/share/zelvik/models/quadruped.urdf"
+    run_program "$program" "$model"
   done
 }
 
@@ -70,7 +71,7 @@ test_pkg_config() { # prefix compiler flags...
 test_prefix() {
   for compiler in g++ clang++; do
     say "$1 with $compiler"
-    test_find_package "$1" "$compiler"
+    test_project "$compiler" "$1/share/zelvik/models/quadruped.urdf" -DCMAKE_PREFIX_PATH="$1"
     test_pkg_config "$1" "$compiler" -std=c++17 -O1
     test_pkg_config "$1" "$compiler" -std=c++20 -O1 -mavx2 -mfma
   done
@@ -99,6 +100,9 @@ cmake --install build/package --prefix "$work/shared" > /dev/null
 cmake --install build/static --prefix "$work/static" > /dev/null
 test_prefix "$work/shared"
 test_prefix "$work/static"
+say "a folder of another project"
+test_project g++ models/quadruped.urdf -DZELVIK_FOLDER="$root" -DZELVIK_NATIVE_FLAGS=OFF \
+  -DZELVIK_BUILD_VIEW=OFF
 
 say "layout of the public classes"
 [[ $(cat "$work"/layouts/* | sort -u | wc -l) == $(wc -l < "$(find "$work/layouts" -type f | head -n 1)") ]] ||

@@ -73,6 +73,7 @@ void ArticulatedSystem::init() {
 
   rootChild_.clear();
   updateKinematics();
+  warnOfMotionsWithoutMass();
 }
 
 /// Whether there is no tree, or one that the algorithms cannot treat.
@@ -293,6 +294,27 @@ void ArticulatedSystem::placeFixedRoot() {
   if (jointType_[0] != Joint::FIXED) return;
   positionW_[0] = fixedBasePosition_;
   comW_[0] = positionW_[0] + rotationW_[0] * comB_[0];
+}
+
+/// A motion that moves neither mass nor inertia has no acceleration: the first step makes NaN of
+/// the whole state. It is the commonest fault of a robot's first file, and no number names its
+/// place. A tree without any mass is nobody's robot and goes without the warning.
+void ArticulatedSystem::warnOfMotionsWithoutMass() {
+  if (compositeMass_[0] == 0.0) return;
+  computeMassRows();
+  massMatrixFormed_ = true;  // `massMatrix_` shows steps only
+  const auto isWithoutInertia = [this](size_t k) {
+    return massRows_[pattern_.rowStart[k] + pattern_.position[k]] <= 0.0;
+  };
+  for (size_t i = 0; i < bodyCount_; ++i) {
+    if (dofOfBody_[i] == 0) continue;
+    bool isFaulty = compositeMass_[i] <= 0.0;
+    for (size_t k = 0; k < dofOfBody_[i]; ++k) isFaulty |= isWithoutInertia(dofStart_[i] + k);
+    if (isFaulty)
+      MSG_WARN("the body '" << bodyNames_[i] << "' and what it carries have no "
+                            << (compositeMass_[i] <= 0.0 ? "mass" : "inertia about their joint")
+                            << ": the state of the robot becomes NaN");
+  }
 }
 
 /// Bodies without mass are passed over: they are links between joints that share a place.

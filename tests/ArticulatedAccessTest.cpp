@@ -86,6 +86,10 @@ TEST(ArticulatedAccess, IndicesAndCountsOutOfRangeAreRefused) {
        {"the matrix is 1 by 2", [&](AS& s) { s.computeMassMatrix(narrow); }},
        {"integratePosition: ", [&](AS& s) { s.integratePosition(coordinates, VecDyn(1), 0.1); }}});
   EXPECT_TRUE(system->getSprings().empty());
+  Vec4 quat;
+  expectRefused(
+      *onFixedBase(body("slider", Joint::PRISMATIC, 1.0)),
+      {{"This method is only for floating base", [&](AS& s) { s.getBaseOrientation(quat); }}});
 }
 
 TEST(ArticulatedAccess, ShapesOfBodiesTakeTheirParametersOnly) {
@@ -232,6 +236,8 @@ TEST(ArticulatedAccess, AJacobianTimesTheVelocityIsThatOfThePoint) {
   system->getVelocity(J, byJacobian);
   system->getAngularVelocity(body, turning);
   EXPECT_LT(norm(byJacobian - turning), 1e-12);
+  system->getSparseRotationalJacobian(SIZE_MAX, J);  // of the world, which nothing moves
+  EXPECT_EQ(J.size, 0u);
   Vec3 linear, atOrigin;
   system->getVelocity(body, linear);
   system->getVelocity(body, Vec3{}, atOrigin);

@@ -206,7 +206,10 @@ TEST(HeightMap, RefusedMaps) {
   messages::expect("but 1000000000 are asked for", build, messages::OnFatal::GO_ON);
   terrain.xSamples = terrain.ySamples = 1u << 16;
   messages::expect("65536 x 65536 samples is too large", build, messages::OnFatal::GO_ON);
-  messages::expect("Error opening file", [] { HeightMap(0.0, 0.0, "/no/such/file"); });
+  messages::expect(
+      "Error opening file",
+      [] { EXPECT_EQ(HeightMap(0.0, 0.0, "/no/such/file").getCollisionObject(), nullptr); },
+      messages::OnFatal::GO_ON);
 }
 
 TEST(Terrain, KnownValues) {

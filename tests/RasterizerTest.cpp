@@ -7,7 +7,9 @@
 #include <cmath>
 #include <functional>
 #include <set>
+#include <sstream>
 #include <zelvik/World.hpp>
+#include <zelvik/object/Cone.hpp>
 #include <zelvik/view/Rasterizer.hpp>
 #include <zelvik/view/Recorder.hpp>
 
@@ -171,6 +173,33 @@ int countDifferent(const Image& a, const Image& b) {
   return count;
 }
 
+/// A sphere of 0.6 m with more triangles than a mesh with creases may have.
+Mesh* addFineSphere(World& world) {
+  constexpr int rows = 320;
+  std::ostringstream text;
+  for (int i = 0; i <= rows; ++i)
+    for (int j = 0; j <= rows; ++j) {
+      const double polar = M_PI * i / rows, azimuth = 2.0 * M_PI * j / rows;
+      const double ring = 0.6 * std::sin(polar);
+      text << "v " << ring * std::cos(azimuth) << ' ' << ring * std::sin(azimuth) << ' '
+           << 0.6 * std::cos(polar) << '\n';
+      if (i == 0 || j == 0) continue;
+      const int corner = i * (rows + 1) + j + 1, above = corner - rows - 1;
+      text << "f " << above - 1 << ' ' << corner - 1 << ' ' << corner << '\n'
+           << "f " << above - 1 << ' ' << corner << ' ' << above << '\n';
+    }
+  const TemporaryDirectory directory;
+  return world.addMesh(directory.write("sphere.obj", text.str()), 1.0, Mat33::identity(), {}, 1.0);
+}
+
+/// It collides with nothing, and a message says so.
+Cone* addCone(World& world) {
+  Cone* cone = nullptr;
+  messages::of([&] { cone = new Cone(0.6, 1.4, 1.0); }, messages::OnFatal::GO_ON);
+  world.getObjList().push_back(cone);
+  return cone;
+}
+
 TEST(Picture, EveryShapeCoversItsSilhouette) {
   using Child = Compound::CompoundObjectChild;
   const Mat33 straight = Mat33::identity();
@@ -187,7 +216,9 @@ TEST(Picture, EveryShapeCoversItsSilhouette) {
       {[](World& w) { return w.addCapsule(0.4, 1.0, 1.0); }, 0.8 + M_PI * 0.16},
       {[&](World& w) { return w.addMesh(mesh, 1.0, straight, {}, 1.0); }, 2.0},
       {[&](World& w) { return w.addCompound(children, 1.0, {}, straight); },
-       M_PI * 0.16 + 0.5 + 0.3 + (0.3 + M_PI * 0.09)}};
+       M_PI * 0.16 + 0.5 + 0.3 + (0.3 + M_PI * 0.09)},
+      {addFineSphere, M_PI * 0.36},
+      {addCone, 0.6 * 1.4}};
   PictureOptions options;
   options.width = options.height = 300;
   options.camera.azimuth = options.camera.elevation = 0.0;

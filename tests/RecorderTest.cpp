@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <zelvik/rotation.hpp>
 #include <zelvik/view/Recorder.hpp>
 
@@ -148,6 +149,41 @@ TEST(Recorder, PosesAndContactsOfARobot) {
   const Replay replay(recorder.encodeReplay("run"));
   EXPECT_EQ(replay.header["title"], "run");
   EXPECT_NEAR(replay.values(replay.header["time"])[39], scene.world.getWorldTime(), 1e-6);
+}
+
+TEST(Recorder, AContactNamesTheBodiesOfBothSides) {
+  const std::string inertia =
+      "<inertial><mass value='1'/><inertia ixx='1' iyy='1' izz='1'/></inertial>";
+  const std::string arm =
+      "<robot name='r'><link name='world'/><link name='post'>" + inertia +
+      "</link><link name='arm'>" + inertia +
+      "<collision><geometry><box size='1 1 0.2'/></geometry></collision></link>"
+      "<joint name='a' type='fixed'><parent link='world'/><child link='post'/>"
+      "<origin xyz='0 0 1'/></joint><joint name='b' type='prismatic'><parent link='post'/>"
+      "<child link='arm'/><origin xyz='0 0 0'/><axis xyz='0 0 1'/></joint></robot>";
+  for (const bool robotFirst : {true, false}) {
+    World world;
+    Sphere* ball = robotFirst ? nullptr : world.addSphere(0.1, 1.0);
+    messages::of([&] { world.addArticulatedSystem(arm); });
+    if (robotFirst) ball = world.addSphere(0.1, 1.0);
+    ball->setPosition(0, 0, 1.199);
+    messages::of([&] { world.addHeightMap(1, 1, 1.0, 1.0, 0.0, 0.0, {0.0}); },
+                 messages::OnFatal::GO_ON);
+    Recorder recorder(world);
+    world.integrate();
+    recorder.capture();
+    const Replay replay(recorder.encodeReplay());
+    const auto a = replay.rows("contacts", "a", 0), b = replay.rows("contacts", "b", 0);
+    ASSERT_EQ(a.size(), 1u);
+    std::set<std::string> touching;
+    for (const double body : {a[0][0], b[0][0]}) {
+      const nlohmann::json& entry = replay.header["bodies"][static_cast<std::size_t>(body)];
+      touching.insert(entry.value("name", "") == "arm" ? "arm" : entry["type"]);
+    }
+    EXPECT_EQ(touching, (std::set<std::string>{"arm", "sphere"}));
+    // A map that was refused is there, and shows nothing.
+    EXPECT_TRUE(replay.header["bodies"].back()["shapes"].empty());
+  }
 }
 
 TEST(Recorder, ObjectsComeAndGo) {

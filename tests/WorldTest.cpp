@@ -443,6 +443,28 @@ TEST(World, BroadPhasesChangeWhileAWorldRunsOnTurnedTerrain) {
     EXPECT_EQ(corner->getContacts().size(), 1u) << static_cast<int>(kind);
     world.removeObject(world.addBox(0.1, 0.1, 0.1, 1.0));
   }
+  // One side that wants to meet the other is enough, as elsewhere.
+  for (const auto& [mask, contacts] : {std::pair{World::kGroundGroup, 1u}, std::pair{1ul, 0u}}) {
+    corner->setCollisionMask(mask);
+    map->setCollisionMask(0);
+    world.integrate();
+    EXPECT_EQ(corner->getContacts().size(), contacts);
+    map->setCollisionMask(1);
+    corner->setCollisionMask(0);
+    world.integrate();
+    EXPECT_EQ(corner->getContacts().size(), 1u);
+  }
+}
+
+TEST(World, AFailedCheckInsideOfACollisionCostsThePairOnly) {
+  World world;
+  world.addGround();
+  world.addBox(1.0, 1.0, 0.0, 1.0)->setPosition(0, 0, 0.1);  // without thickness
+  world.addCylinder(0.2, 0.0, 1.0)->setPosition(0, 0, 0.1);  // without height
+  Cylinder* cylinder = world.addCylinder(0.2, 0.4, 1.0);
+  cylinder->setPosition(0, 0, 0.2);
+  run(world, 0.5);
+  EXPECT_NEAR(cylinder->getComPosition()[2], 0.2, 1e-2);
 }
 
 }  // namespace

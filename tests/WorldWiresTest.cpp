@@ -223,6 +223,7 @@ TEST(WorldWires, OfTheWiresOfADyingBodyTheOneMovedIntoAFreedSlotSurvives) {
   world.addCompliantWire(b, 0, {}, c, 0, {}, 1.0, 1.0)->setName("spring");
   world.addCompliantWire(a, 0, {}, b, 0, {}, 1.0, 1.0);
   EXPECT_EQ(world.getWire("spring"), world.getCompliantWires()[0].get());
+  EXPECT_EQ(world.getWire("no such wire"), nullptr);
   world.removeObject(a);
   ASSERT_EQ(world.getStiffWires().size(), 2u);
   EXPECT_EQ(world.getStiffWires()[0]->getName(), "3");

@@ -595,6 +595,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void resolveFrames();
   void placeFixedRoot();
   void excludeParentCollisions();
+  void warnOfMotionsWithoutMass();
 
   void computeMassRows();
   void formCompositeBodies() const;
