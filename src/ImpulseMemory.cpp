@@ -3,6 +3,7 @@
 #include "ImpulseMemory.hpp"
 
 #include <algorithm>
+#include <utility>
 #include <zelvik/object/Object.hpp>
 
 namespace zelvik {
@@ -21,14 +22,26 @@ ImpulseMemory::Key ImpulseMemory::contactKey(const std::vector<Object*>& objects
           c.localBodyIndex_ << 32 | bodyB << 1 | (isWire ? 1u : 0u)};
 }
 
-/// Each contact that has a problem once, from the side that assembles it.
+/// Each contact that has a problem once, from the side that assembles it, with its key and whether
+/// this is the key of the contact before. Points of a pair are neighbours: their key is made once,
+/// unless the partner has several bodies.
 template <typename Visit>
 void ImpulseMemory::forEachAssembled(const std::vector<Object*>& objects, Visit visit) {
+  Key key{};
   for (const Object* object : objects) {
     if (object->getBodyType() != BodyType::DYNAMIC) continue;
+    const Contact* last = nullptr;
     for (const Contact& c : object->getContacts()) {
       const bool isOtherSide = c.pairBodyType_ == BodyType::DYNAMIC && !c.objectA_;
-      if (!c.skip_ && !isOtherSide && c.pairObjectIndex_ < objects.size()) visit(*object, c);
+      if (c.skip_ || isOtherSide || c.pairObjectIndex_ >= objects.size()) continue;
+      if (c.contactProblem_ == nullptr) continue;
+      const bool isSame = last != nullptr && c.pairObjectIndex_ == last->pairObjectIndex_ &&
+                          c.localBodyIndex_ == last->localBodyIndex_ &&
+                          c.contactProblem_->rank_ == last->contactProblem_->rank_ &&
+                          objects[c.pairObjectIndex_]->getObjectType() != ARTICULATED_SYSTEM;
+      if (!isSame) key = contactKey(objects, *object, c);
+      visit(c, key, isSame);
+      last = &c;
     }
   }
 }
@@ -62,13 +75,11 @@ void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
   size_t count = 0;
   for (const Object* object : objects) count += object->getContacts().size();
   size_t chains = std::max<size_t>(heads_.size(), 64);
-  while (chains < 2 * count) chains *= 2;
+  while (chains < count) chains *= 2;  // most contacts are in two lists
   heads_.assign(chains, kNoRun);
   clear();
-  forEachAssembled(objects, [&](const Object& object, const Contact& c) {
-    if (c.contactProblem_ == nullptr) return;
-    const Key key = contactKey(objects, object, c);
-    if (runs_.empty() || !(runs_.back().key == key)) appendRun(key);
+  forEachAssembled(objects, [&](const Contact& c, const Key& key, bool isSame) {
+    if (!isSame && (runs_.empty() || !(runs_.back().key == key))) appendRun(key);
     Entry& entry = entries_.emplace_back();
     entry.position = c.position_;
     entry.takenBy = recallCount_;
@@ -86,9 +97,14 @@ std::uint32_t ImpulseMemory::findRun(const Key& key, std::uint32_t cursor) {
 
 /// Out of the runs from `run` on that have its key.
 ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t run, const Vec3& position) {
+  const Run& only = runs_[run];
+  if (only.isAlone && only.end == only.first + 1) {
+    Entry& entry = entries_[only.first];
+    return std::exchange(entry.takenBy, recallCount_) == recallCount_ ? nullptr : &entry;
+  }
   Entry* nearest = nullptr;
   double least = 0.0;
-  const Key key = runs_[run].key;
+  const Key key = only.key;
   while (run != kNoRun) {
     const Run& r = runs_[run];
     for (std::uint32_t i = r.end; i-- > r.first;) {
@@ -111,10 +127,9 @@ void ImpulseMemory::recall(const std::vector<Object*>& objects, double dt,
   if (entries_.empty() || objectChangeCount != objectChangeCount_) return;
   ++recallCount_;
   const double scale = dt / timeStep_;
-  std::uint32_t cursor = 0;
-  forEachAssembled(objects, [&](const Object& object, const Contact& c) {
-    if (c.contactProblem_ == nullptr) return;
-    const std::uint32_t run = findRun(contactKey(objects, object, c), cursor);
+  std::uint32_t cursor = 0, run = kNoRun;
+  forEachAssembled(objects, [&](const Contact& c, const Key& key, bool isSame) {
+    if (!isSame) run = findRun(key, cursor);
     if (run == kNoRun) return;
     cursor = run;
     const Entry* entry = takeNearest(run, c.position_);

@@ -46,13 +46,14 @@ void acquireOde() {
 }
 
 int collideGuarded(dGeomID o1, dGeomID o2, int capacity, dContactGeom* points, int stride) {
-  isColliding = true;
+  bool& flag = isColliding;  // of the thread: asked for once
+  flag = true;
   int found = 0;
   try {
     found = dCollide(o1, o2, capacity, points, stride);
   } catch (const CheckFailed&) {
   }
-  isColliding = false;
+  flag = false;
   return found;
 }
 

@@ -2,11 +2,20 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/object/SingleBodyObject.hpp>
 
+#include "ColumnLanes.hpp"
+
 namespace zelvik {
 namespace {
 
 /// Category bits of geoms that forces do not move.
 constexpr unsigned long kNonDynamicGroup = 0x80000000ul;
+
+/// R I R^T for a symmetric I.
+Columns33 turned(const Columns33& R, const Mat33& I) {
+  const Columns33 T = {{multiply(R, I[0], I[3], I[6]), multiply(R, I[1], I[4], I[7]),
+                        multiply(R, I[2], I[5], I[8])}};
+  return mirroredLower(multiplyTransposed(T, R));
+}
 
 }  // namespace
 
@@ -153,8 +162,9 @@ void SingleBodyObject::setInertia(const Mat<3, 3>& inertia) {
 
 void SingleBodyObject::updateWorldInertia() {
   if (bodyType_ != BodyType::DYNAMIC) return;
-  similarityTransform(rot_, bodyInertia_, worldInertia_);
-  similarityTransform(rot_, bodyInertiaInv_, worldInertiaInv_);
+  const Columns33 R = loadColumns(rot_.v);
+  storeColumns(worldInertia_.v, turned(R, bodyInertia_));
+  storeColumns(worldInertiaInv_.v, turned(R, bodyInertiaInv_));
 }
 
 double SingleBodyObject::getKineticEnergy() const {

@@ -90,6 +90,8 @@ void SingleBodyObject::preContactSolverUpdate1(const Mat<3, 1>&, double) {
 /// later.
 void SingleBodyObject::resizeBlockRows(size_t count) {
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
+  const size_t blockCount = fullDelassus_ ? count : 1;
+  if (rows.size() == count && (count == 0 || rows[0].blocks.size() == blockCount)) return;
   while (rows.size() > count) {
     spareBlockRows_.push_back(std::move(rows.back().blocks));
     rows.pop_back();
@@ -103,9 +105,7 @@ void SingleBodyObject::resizeBlockRows(size_t count) {
     rows.back().blocks = std::move(spareBlockRows_.back());
     spareBlockRows_.pop_back();
   }
-  const size_t blockCount = fullDelassus_ ? count : 1;
-  for (DelassusAndTauStar& row : rows)
-    if (row.blocks.size() != blockCount) row.blocks.resize(blockCount);
+  for (DelassusAndTauStar& row : rows) row.blocks.resize(blockCount);
 }
 
 /// Per contact G = R [1, [p - com]x^T] and B = M^-1 G^T, what gives the contact's velocity and what

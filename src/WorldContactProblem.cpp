@@ -4,6 +4,8 @@
 #include <utility>
 #include <zelvik/World.hpp>
 
+#include "Lanes.hpp"
+
 // From the two views of a contact, one per object, to the one record of the solver. Every sign of
 // the coupling is decided here.
 //
@@ -24,11 +26,24 @@ const Mat33& ownBlock(Object& object, size_t i) {
   return object.usesFullDelassus() ? blocks[i] : blocks[0];
 }
 
-/// Appends a block that couples contact c to contact `cj` of the same object.
+/// Appends a block that couples contact c to contact `cj` of the same object. The sign is a factor,
+/// since a branch on it would be guessed wrong every other time.
 void appendCoupling(Problem& p, const Mat33& block, const Contact& c, const Contact& cj,
                     Problem& other) {
-  p.otherBlocks_.push_back(cj.objectA_ != c.objectA_ ? -block : block);
+  const double sign = cj.objectA_ != c.objectA_ ? -1.0 : 1.0;
+  p.otherBlocks_.push_back(block);
+  double* B = p.otherBlocks_.back().v;
+  storeLanes(B, sign * loadLanes(block.v));
+  storeLanes(B + 4, sign * loadLanes(block.v + 4));
+  B[8] = sign * block[8];
   p.otherProblems_.push_back(&other);
+}
+
+/// a + b. In registers: the plain form makes a copy in small pieces and waits for it.
+void addBlocks(const Mat33& a, const Mat33& b, Mat33& sum) {
+  storeLanes(sum.v, loadLanes(a.v) + loadLanes(b.v));
+  storeLanes(sum.v + 4, loadLanes(a.v + 4) + loadLanes(b.v + 4));
+  sum[8] = a[8] + b[8];
 }
 
 size_t couplingCount(Object& object) {
@@ -128,11 +143,12 @@ void World::assembleTwoSided(Object& object, size_t i, Problem& p) {
   const Contact& c = object.getContacts()[i];
   Object& q = *objectList_[c.pairObjectIndex_];
   const size_t k = c.pairContactIndex_;
-  p.impactVel_ = c.impactVel_;
-  p.delassus_ = ownBlock(object, i);
-  if (!c.selfCollision_) {
-    p.impactVel_ -= q.getImpactVel(k);
-    p.delassus_ += ownBlock(q, k);
+  if (c.selfCollision_) {
+    p.impactVel_ = c.impactVel_;
+    p.delassus_ = ownBlock(object, i);
+  } else {
+    p.impactVel_ = c.impactVel_ - q.getImpactVel(k);
+    addBlocks(ownBlock(object, i), ownBlock(q, k), p.delassus_);
   }
   const size_t bound = couplingCount(object) + couplingCount(q);
   if (bound > 0) reserveCoupling(p, bound);

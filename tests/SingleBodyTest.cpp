@@ -160,6 +160,26 @@ TEST(SingleBodyMotion, FreeFallIsTheExactParabolaAndContactsOrWiresSwitchToTheNe
   }
 }
 
+TEST(SingleBodyMotion, AStepTurnsByTheAngleThatTheSpinCovers) {
+  // Below 0.2 rad a series stands for sine and cosine; 16 roundings of numbers below 1.
+  const Vec3 axis{{0.48, -0.6, 0.64}};
+  const double dt = 0.01;
+  for (const double angle : {0.0, 1e-9, 1e-4, 0.01, 0.1999, 0.2001, 1.0, 3.0, 40.0}) {
+    Sphere ball(0.1, 1.0);
+    const Eigen::AngleAxisd start(0.7, Eigen::Vector3d(0.6, 0.0, 0.8));
+    ball.setOrientation(Eigen::Matrix3d(start.toRotationMatrix()));
+    ball.setVelocity(Vec3{}, (angle / dt) * axis);
+    step(ball, kNoGravity, dt);
+    const Eigen::Matrix3d R = (Eigen::AngleAxisd(angle, axis.e()) * start).toRotationMatrix();
+    EXPECT_LT((ball.getRotationMatrix().e() - R).norm(), 4e-15 * (1.0 + angle)) << angle;
+    const Vec4& q = ball.getQuaternion();
+    EXPECT_NEAR(norm(q), 1.0, 4e-16) << angle;
+    EXPECT_LT((Eigen::Quaterniond(q[0], q[1], q[2], q[3]).toRotationMatrix() - R).norm(),
+              4e-15 * (1.0 + angle))
+        << angle;
+  }
+}
+
 /// Largest ratio of the kinetic energies of two consecutive steps in a spin about the intermediate
 /// axis.
 double largestEnergyRatio(GyroscopicMode mode, int steps) {
