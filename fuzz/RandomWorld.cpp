@@ -59,6 +59,7 @@ void RandomWorld::fill() {
   if (chance(0.8)) world_.addGround(number(-0.3, 0.0), material());
   if (chance(0.4)) addHeightMap();
   for (size_t i = 2 + pick(5); i > 0; --i) addObject();
+  if (chance(0.1)) addCrowd();
   if (chance(0.4)) addWire();
   if (chance(0.3)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(4)));
   if (chance(0.3)) world_.setWarmStart(true);
@@ -110,6 +111,19 @@ void RandomWorld::addShape() {
       return place(world_.addCylinder(a, b, mass, material()));
     default:
       return place(world_.addCapsule(a, b, mass, material()));
+  }
+}
+
+/// Enough small bodies for what is done otherwise with many: the search of pairs, full batches.
+void RandomWorld::addCrowd() {
+  for (size_t i = 0; i < 60; ++i) {
+    const double size = random_.uniform(0.05, 0.2);
+    const Vec3 p = {
+        {random_.uniform(-0.5, 0.5), random_.uniform(-0.5, 0.5), random_.uniform(0.0, 1.0)}};
+    if (chance(0.5))
+      world_.addSphere(0.5 * size, number(0.2, 3.0), material())->setPosition(p);
+    else
+      world_.addBox(size, size, size, number(0.2, 3.0), material())->setPosition(p);
   }
 }
 
@@ -228,6 +242,9 @@ void RandomWorld::changeParameters() {
   world_.setTimeStep(number(0.0005, 0.01));
   if (chance(0.3)) world_.setGravity(vector(10.0));
   if (chance(0.3)) world_.setERP(number(0.0, 0.3), number(0.0, 0.1));
+  if (chance(0.2))
+    world_.setContactSolverParam(number(0.5, 1.0), 1.0, 1.0, static_cast<int>(pick(100)),
+                                 number(0.0, 1e-6));
   const double friction = chance(0.2) ? 0.0 : number(0.0, 1.5);
   world_.setDefaultMaterial(friction, number(0.0, 1.0), number(0.0, 0.1));
   const std::string a = material(), b = material();
@@ -262,6 +279,8 @@ void RandomWorld::step() {
   if (chance(0.01)) removeSomething();
   if (chance(0.05))
     if (Object* object = anyObject()) push(object);
+  if (chance(0.02))
+    if (Object* object = anyObject()) teleport(object);
   world_.integrate2();
 }
 

@@ -42,6 +42,7 @@ class RandomWorld {
   void fill();
   void addObject();
   void addShape();
+  void addCrowd();
   void addCompound();
   void addMesh();
   void addHeightMap();

@@ -116,7 +116,8 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   return (z + w) * (z + w);
 }
 
-/// Sweeps all `count` stops in one direction, until the error is small enough or the limit is reached.
+/// Sweeps all `count` stops in one direction, until the error is small enough or the limit is
+/// reached.
 template <typename Visit>
 void BisectionContactSolver::sweep(size_t problemCount, size_t count, Visit visit) {
   const double stoppingError = static_cast<double>(problemCount) * threshold_;

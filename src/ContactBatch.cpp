@@ -27,7 +27,9 @@ inline Gathered gather(const BodyVelocity* velocities, const std::uint32_t* slot
 }
 
 template <Lanes BodyVelocity::*part>
-inline void scatter(Gathered g, const std::uint32_t* slots, BodyVelocity* velocities) {
+inline void scatter(const Gathered& gathered, const std::uint32_t* slots,
+                    BodyVelocity* velocities) {
+  Gathered g = gathered;
   transposeLanes(g.a.x, g.a.y, g.a.z, g.pad);
   velocities[slots[0]].*part = g.a.x;
   velocities[slots[1]].*part = g.a.y;
@@ -118,6 +120,7 @@ AngularScale::AngularScale(const Mat33& A) {
 
 template <int sides>
 void ContactBatch<sides>::setProblem(size_t lane, Single3DContactProblem& p) {
+  count = static_cast<std::uint32_t>(lane + 1);
   problems[lane] = &p;
   const int stickIdx[6] = {0, 3, 6, 4, 7, 8};
   for (int k = 0; k < 6; ++k) stick[k][lane] = -p.delassusInv_[stickIdx[k]];
@@ -164,7 +167,7 @@ double ContactBatch<sides>::visit(BodyVelocity* velocities, double relaxation) {
   const Lanes r = broadcast(relaxation);
   change = {r * select(opens, -old.x, change.x), r * select(opens, -old.y, change.y),
             r * select(opens, -old.z, change.z)};
-  const unsigned slides = lanesSet(~(opens | isInCone));
+  const unsigned slides = lanesSet(~(opens | isInCone)) & ((1u << count) - 1u);
   if (slides != 0) slideLanes(*this, slides, candidate, v, z, relaxation, change);
 
   impulse[0] = old.x + change.x;
@@ -172,18 +175,24 @@ double ContactBatch<sides>::visit(BodyVelocity* velocities, double relaxation) {
   impulse[2] = old.z + change.z;
   bodies.handOn(*this, change, velocities);
   const Lanes error = select(opens, w, v.z);
-  return sumOfLanes(error * error);
+  const Lanes squares = error * error;
+  if (count == kLanes) return sumOfLanes(squares);
+  double sum = 0.0;
+  for (size_t l = 0; l < count; ++l) sum += squares[l];
+  return sum;
 }
 
 template <int sides>
 void ContactBatch<sides>::handOnImpulses(BodyVelocity* velocities) const {
+  const auto isAny = (impulse[0] != 0.0) | (impulse[1] != 0.0) | (impulse[2] != 0.0);
+  if (lanesSet(isAny) == 0) return;
   Velocities<sides> bodies(*this, velocities);
   bodies.handOn(*this, {impulse[0], impulse[1], impulse[2]}, velocities);
 }
 
 template <int sides>
 void ContactBatch<sides>::writeImpulses() const {
-  for (size_t l = 0; l < kLanes && problems[l] != nullptr; ++l)
+  for (size_t l = 0; l < count; ++l)
     problems[l]->imp_ = {{impulse[0][l], impulse[1][l], impulse[2][l]}};
 }
 

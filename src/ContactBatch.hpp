@@ -60,8 +60,9 @@ struct ContactBatch {
   /// nobody writes.
   std::uint32_t from[sides][kLanes], to[sides][kLanes];
   Single3DContactProblem* problems[kLanes];
+  std::uint32_t count;  ///< of lanes in use; what the others hold means nothing
 
-  /// Writes a prepared problem of rank 3 with friction to a lane. @param free see above
+  /// Writes a prepared problem of rank 3 with friction to the next lane.
   void setProblem(size_t lane, Single3DContactProblem& problem);
   /// Writes one of its bodies. @param slot of the body's velocity, @param sign -1 on the B side
   void setBody(size_t lane, size_t side, std::uint32_t slot, double sign, const Mat<3, 6>& G,

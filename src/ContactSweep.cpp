@@ -181,10 +181,11 @@ void ContactSweep::handOnInitialImpulses() {
   for (const ContactBatch<1>& batch : oneBody_) batch.handOnImpulses(bodyVelocities_.data());
   for (const ContactBatch<2>& batch : twoBodies_) batch.handOnImpulses(bodyVelocities_.data());
   for (const ContactRow& row : rows()) {
-    if (row.kind == RowKind::CONTACT)
-      handOn(row, row.impulse);
-    else
+    if (row.kind == RowKind::CONTACT) {
+      if (!isZero(row.impulse)) handOn(row, row.impulse);
+    } else {
       row.problem->imp_.setZero();
+    }
   }
 }
 

@@ -101,7 +101,7 @@ void ContactSweep::listSides(const ContactProblemList& problems,
 void ContactSweep::startBody(SingleBodyObject& body) {
   Body& entry = bodies_[body.getIndexInWorld()];
   entry.body = &body;
-  entry.scale = AngularScale(body.worldInertiaInv_);
+  entry.scale = AngularScale(body.mapInertiaInv_);
   BodyVelocity& velocity = bodyVelocities_[body.getIndexInWorld() + kFirstBodySlot];
   velocity = {};
   if (body.usesFullDelassus()) return;
@@ -120,7 +120,7 @@ SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sid
       return SweepOrder::SINGLE;
     ++count;
   }
-  // What is not finite must not reach the bodies while its impulse is zero.
+  // A batch hands on impulses of zero, too: a block with infinite entries must not be in it.
   double sum = 0.0;
   for (const double d : p.delassus_.v) sum += d;
   if (count == 0 || who.object[0] == who.object[1] || !std::isfinite(sum))
@@ -160,7 +160,8 @@ void ContactSweep::appendToBatch(AlignedVector<ContactBatch<sides>>& batches,
     if (who.object[s] == SweepOrder::kNobody) continue;
     const Body& entry = bodies_[who.object[s]];
     batch.setBody(lane, side++, who.object[s] + kFirstBodySlot, s == 0 ? 1.0 : -1.0,
-                  entry.body->contactJacobian_[who.contact[s]], entry.scale, entry.body->invMass_);
+                  entry.body->contactJacobian_[who.contact[s]], entry.scale,
+                  entry.body->mapMassInv_);
   }
 }
 

@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "PairSearch.hpp"
 
+#include <algorithm>
+
 namespace zelvik {
 
 const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
   const bool sorted = dSpaceGetClass(space) == dSweepAndPruneSpaceClass;
-  readGeoms(space);
+  readGeoms(space, sorted);
   if (sorted) sortBegins();
   groups_.resize(laneCount(begins_.size()));
   for (size_t g = 0; g < groups_.size(); ++g) writeGroup(g * kLanes, groups_[g]);
@@ -17,8 +19,8 @@ const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
 }
 
 /// Lists the geoms. The order of the search starts from that of the last call if the geoms are the
-/// same.
-void PairSearch::readGeoms(dSpaceID space) {
+/// same, and from that of the space otherwise.
+void PairSearch::readGeoms(dSpaceID space, bool sorted) {
   dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
   const int count = dSpaceGetNumGeoms(space);
   geoms_.clear();
@@ -26,21 +28,31 @@ void PairSearch::readGeoms(dSpaceID space) {
     const dGeomID geom = dSpaceGetGeom(space, i);
     if (dGeomIsEnabled(geom)) geoms_.push_back(geom);
   }
-  if (geoms_ == lastGeoms_) return;
+  areOthers_ = sorted != wereSorted_ || geoms_ != lastGeoms_;
+  if (!areOthers_) return;
+  wereSorted_ = sorted;
   lastGeoms_ = geoms_;
   begins_.resize(geoms_.size());
   for (size_t i = 0; i < geoms_.size(); ++i) begins_[i].place = static_cast<std::uint32_t>(i);
 }
 
+/// Geoms that begin together stand as they do in the space, whatever has been before.
+bool PairSearch::isBefore(const Begin& a, const Begin& b) {
+  return a.x < b.x || (a.x == b.x && a.place < b.place);
+}
+
 /// Bodies hardly change places from step to step, so each is moved forward from where it was.
 void PairSearch::sortBegins() {
-  for (size_t i = 0; i < begins_.size(); ++i) {
-    Begin begin = begins_[i];
+  for (Begin& begin : begins_) {
     dReal box[6];
     dGeomGetAABB(geoms_[begin.place], box);
-    begin.x = box[0];
+    begin.x = box[0] == box[0] ? box[0] : -dInfinity;
+  }
+  if (areOthers_) return std::sort(begins_.begin(), begins_.end(), isBefore);
+  for (size_t i = 1; i < begins_.size(); ++i) {
+    const Begin begin = begins_[i];
     size_t k = i;
-    for (; k > 0 && begins_[k - 1].x > begin.x; --k) begins_[k] = begins_[k - 1];
+    for (; k > 0 && isBefore(begin, begins_[k - 1]); --k) begins_[k] = begins_[k - 1];
     begins_[k] = begin;
   }
 }

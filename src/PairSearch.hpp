@@ -42,16 +42,18 @@ class PairSearch {
     Bits category, collide;    ///< what they are and what they meet; 0 without a geom
   };
 
-  void readGeoms(dSpaceID space);
+  void readGeoms(dSpaceID space, bool sorted);
+  static bool isBefore(const Begin& a, const Begin& b);
   void sortBegins();
   void writeGroup(size_t first, Group& group);
   template <bool sorted>
   void appendPairsOf(size_t geom);
 
-  std::vector<dGeomID> geoms_;      ///< enabled ones, in the order of the space
-  std::vector<dGeomID> lastGeoms_;  ///< those for which `begins_` is sorted
-  std::vector<Begin> begins_;       ///< in the order of the search
-  std::vector<Group> groups_;       ///< of the same
+  std::vector<dGeomID> geoms_;                  ///< enabled ones, in the order of the space
+  std::vector<dGeomID> lastGeoms_;              ///< those for which `begins_` is sorted
+  bool areOthers_ = true, wereSorted_ = false;  ///< than in the last call
+  std::vector<Begin> begins_;                   ///< in the order of the search
+  std::vector<Group> groups_;                   ///< of the same
   std::vector<Pair> pairs_;
 };
 

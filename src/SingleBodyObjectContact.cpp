@@ -117,8 +117,8 @@ void SingleBodyObject::computeContactMaps() {
   contactImpulseMap_.resize(count);
   contactJacobian_.resize(count);
   DelassusAndTauStar* rows = perObjectContact_.delassusAndTauStar_.data();
-  const double m = invMass_;
-  const Mat33 J = worldInertiaInv_;
+  const double m = mapMassInv_ = invMass_;
+  const Mat33 J = mapInertiaInv_ = worldInertiaInv_;
   for (size_t i = 0; i < count; ++i) {
     const Vec3 a = comPos_ - contacts[i].position_;
     contactArm_[i] = a;
@@ -138,7 +138,16 @@ void SingleBodyObject::computeContactMaps() {
   }
 }
 
+/// Whether mass, inertia or orientation were set after the maps had been made.
+bool SingleBodyObject::areContactMapsStale() const {
+  if (perObjectContact_.contacts_.empty()) return false;
+  bool isEqual = mapMassInv_ == invMass_;
+  for (size_t k = 0; k < 9; ++k) isEqual &= mapInertiaInv_[k] == worldInertiaInv_[k];
+  return !isEqual;
+}
+
 void SingleBodyObject::preContactSolverUpdate2(const Mat<3, 1>& gravity, double dt) {
+  if (areContactMapsStale()) computeContactMaps();
   computeFreeVelocities(gravity, dt);
   computeImpactVelocities();
   if (fullDelassus_) {

@@ -6,7 +6,8 @@
 #include "ArticulatedTestTools.hpp"
 #include "StandingRobot.hpp"
 
-// The solver's sweeps over rows against its sweeps over the records, which follow the definition.
+// The solver's sweeps over batches and rows against its sweeps over the records, which follow the
+// definition.
 
 namespace zelvik {
 namespace {
@@ -82,9 +83,8 @@ void fill(World& world, unsigned seed) {
   world.addStiffWire(quadruped, 0, {}, chain, 2, {}, 2.9);
 }
 
-/// `World::integrate` with the sweep over records.
-void integrateByRecords(World& world) {
-  world.integrate1();
+/// `World::integrate2` with the sweep over records.
+void integrate2ByRecords(World& world) {
   const double dt = world.getTimeStep();
   for (Object* object : world.getObjList())
     if (object->getBodyType() != BodyType::STATIC)
@@ -96,6 +96,11 @@ void integrateByRecords(World& world) {
   world.getContactSolver().solve(problems);
   for (Object* object : world.getObjList())
     if (object->getBodyType() != BodyType::STATIC) object->integrate(dt, world.getGravity());
+}
+
+void integrateByRecords(World& world) {
+  world.integrate1();
+  integrate2ByRecords(world);
 }
 
 TEST(ContactSweep, EqualsTheSweepOverRecords) {
@@ -137,6 +142,48 @@ TEST(ContactSweep, EqualsTheSweepOverRecords) {
   EXPECT_GT(limits, 100);
   EXPECT_GT(sliding, 500);
   EXPECT_LE(wentApart, 2);
+}
+
+// The blocks are of the first half of the step.
+TEST(ContactSweep, BodiesMayChangeBetweenTheHalves) {
+  for (const bool turn : {false, true}) {
+    World records, rows;
+    std::vector<Box*> boxes;
+    for (World* world : {&records, &rows}) {
+      world->addGround();
+      for (int i = 0; i < 4; ++i) {
+        boxes.push_back(world->addBox(0.2, 0.3, 0.2, 1.0));
+        boxes.back()->setPosition(0.05 * i, 0.0, 0.0999 + 0.1999 * i);
+        boxes.back()->setVelocity(0.5 - 0.1 * i, 0.1, 0.0, 0.1, 0.0, 0.2);
+      }
+      world->setContactSolverParam(1.0, 1.0, 1.0, 12, 0.0);
+      world->integrate1();
+    }
+    for (Box* box : boxes) {
+      if (turn)
+        box->setOrientation(std::sqrt(0.5), 0.0, std::sqrt(0.5), 0.0);
+      else
+        box->setInertia(Mat33{{1e-4, 0.0, 0.0, 0.0, 2e-4, 0.0, 0.0, 0.0, 1e-4}});
+    }
+    integrate2ByRecords(records);
+    rows.integrate2();
+    for (int i = 0; i < 4; ++i) {
+      EXPECT_LT(norm(boxes[i]->getAngularVelocity()), 100.0);
+      EXPECT_LT(norm(boxes[i]->getAngularVelocity() - boxes[4 + i]->getAngularVelocity()), 1e-9);
+      EXPECT_LT(norm(boxes[i]->getLinearVelocity() - boxes[4 + i]->getLinearVelocity()), 1e-9);
+    }
+  }
+}
+
+TEST(ContactSweep, AStrangeRelaxationHarmsTheStateOnly) {
+  for (const double relaxation : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e200}) {
+    World world;
+    world.addGround();
+    for (int i = 0; i < 5; ++i) world.addSphere(0.1, 1.0)->setPosition(0.19 * i, 0.0, 0.099);
+    world.setContactSolverParam(relaxation, 1.0, 1.0, 150, 1e-8);
+    for (int step = 0; step < 3; ++step) world.integrate();
+    EXPECT_EQ(world.getObjList().size(), 6u);
+  }
 }
 
 TEST(ContactSweep, WiresThatMoveNothingHarmNothing) {

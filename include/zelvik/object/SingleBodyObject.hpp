@@ -250,6 +250,8 @@ class ZELVIK_API SingleBodyObject : public Object {
   double invMass_ = 0.0;               ///< (1/kg)
   double linearDamping_ = 0.0;         ///< (N s/m)
   Mat<3, 1> angularDamping_{};         ///< (N m s/rad, body axes)
+  double mapMassInv_ = 0.0;            ///< of which the maps are made (1/kg)
+  Mat<3, 3> mapInertiaInv_{};          ///< of which the maps are made (world axes)
   /// Per contact: six velocities per unit impulse along each contact axis.
   std::vector<Mat<6, 3>> contactImpulseMap_;
   /// Per contact: contact-frame velocity from the six velocities.
@@ -269,6 +271,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void computeCouplingBlocks();
   void computeTauStar();
   void computeContactMaps();
+  bool areContactMapsStale() const;
   void startFromFreeVelocity();
   void applyContactImpulses();
   Vec3 addForceAtPoint(const Mat<3, 1>& pos, const Mat<3, 1>& force);
