@@ -195,7 +195,7 @@ void ContactSweep::attachBody(const Sides& who, size_t s, ContactRow& row) {
     const Vec3 lever = entry.scale.timesC({{G(c, 3), G(c, 4), G(c, 5)}});
     for (int k = 0; k < 3; ++k) leverT(k, c) = lever[k];
   }
-  for (int k = 0; k < 3; ++k) {
+  for (size_t k = 0; k < 3; ++k) {
     side.frame.columns[k] = sign * lanesAt(G.v + 3 * k);
     side.lever.columns[k] = sign * toLanes(zelvik::row(leverT, k));
     side.push.columns[k] = sign * lanesAt(B.v + 6 * k);
