@@ -94,6 +94,8 @@ void World::updateMaterialProp(const MaterialManager& manager) {
 
 void World::setBroadPhase(BroadPhase kind) {
   const dSpaceID old = worldSpace_;
+  // A space looks for geoms that have moved at its front only, but takes them in as they come.
+  dSpaceClean(old);
   worldSpace_ = createSpace(kind);
   for (const Object* object : objectList_)
     forEachGeom(*object, [&](dGeomID geom) {
