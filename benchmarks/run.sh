@@ -61,7 +61,8 @@ settings_of() { # ENGINE SCENE SETTING...
     zelvik:S1*) echo broad=simple,threshold=1e-12 ;;
     zelvik:A[12]*) echo threshold=1e-12,iterations=1000 ;;
     zelvik:S3) printf 'broad=simple,warm=1\nbroad=simple,warm=1,erp=20,iterations=10\n' ;;
-    zelvik:S4* | zelvik:S5) printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=20,iterations=10\n' ;;
+    zelvik:S4*) printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=20,iterations=10\n' ;;
+    zelvik:S5) printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=1,iterations=6\n' ;;
     zelvik:A5-S4* | zelvik:A5-S5) echo warm=1 ;;
   esac
 }
