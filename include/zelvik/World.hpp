@@ -53,7 +53,9 @@ class ZELVIK_API World {
 
   /// Broad phases of `setBroadPhase`; the contacts are the same set, in another order.
   enum class BroadPhase {
-    HASH,             ///< the default; good for many bodies of mixed size, allocates in every step
+    /// The default; good for many bodies of mixed size. It allocates in every step, and it overlooks
+    /// a pair now and then that meets at the origin of the world (0.4 % there, none elsewhere).
+    HASH,
     SIMPLE,           ///< all pairs; the fastest for one robot, never allocates
     SWEEP_AND_PRUNE,  ///< along x; the fastest for many bodies that are spread out
     QUADTREE          ///< cells of 4 m in a square of 128 m about the origin; never allocates
