@@ -53,8 +53,8 @@ class ZELVIK_API World {
 
   /// Broad phases of `setBroadPhase`; the contacts are the same set, in another order.
   enum class BroadPhase {
-    /// The default; good for many bodies of mixed size. It allocates in every step, and it overlooks
-    /// a pair now and then that meets at the origin of the world (0.4 % there, none elsewhere).
+    /// The default; good for many bodies of mixed size. Allocates in every step, and overlooks a
+    /// pair now and then that meets at the origin of the world (0.4 % there, none elsewhere).
     HASH,
     SIMPLE,           ///< all pairs; the fastest for one robot, never allocates
     SWEEP_AND_PRUNE,  ///< along x; the fastest for many bodies that are spread out
