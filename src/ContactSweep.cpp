@@ -22,7 +22,7 @@ inline void handOnTo(const BodySide& side, const Lanes& change) {
 
 inline void handOnTo(const PointSide& side, const Lanes& change) {
   *side.applied += change;
-  const Lanes x = splat<0>(change), y = splat<1>(change), z = splat<2>(change);
+  const Lanes x = spreadLane<0>(change), y = spreadLane<1>(change), z = spreadLane<2>(change);
   const Lanes* block = side.blocks;
   for (size_t j = 0; j < side.count; ++j, block += 3)
     side.velocities[j] += block[0] * x + (block[1] * y + block[2] * z);

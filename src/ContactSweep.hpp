@@ -5,6 +5,7 @@
 #include <span>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
+#include "ColumnLanes.hpp"
 #include "ContactBatch.hpp"
 #include "Lanes.hpp"
 #include "SweepOrder.hpp"
@@ -40,18 +41,8 @@ class SingleBodyObject;
 
 namespace contact {
 
-/// Three columns of three values; the fourth value of each is zero.
-struct LaneMatrix {
-  Lanes columns[3];
-};
-
-template <int i>
-inline Lanes splat(const Lanes& a) {
-  return __builtin_shufflevector(a, a, i, i, i, i);
-}
-
-inline Lanes operator*(const LaneMatrix& A, const Lanes& x) {
-  return A.columns[0] * splat<0>(x) + (A.columns[1] * splat<1>(x) + A.columns[2] * splat<2>(x));
+inline Lanes operator*(const Columns33& A, const Lanes& x) {
+  return A.c[0] * spreadLane<0>(x) + (A.c[1] * spreadLane<1>(x) + A.c[2] * spreadLane<2>(x));
 }
 
 /// (x, y, z, 0)
@@ -63,13 +54,13 @@ inline Vec3 toVec3(const Lanes& a) {
   return {{a[0], a[1], a[2]}};
 }
 
-/// A row's view of a rigid body. On the B side all matrices are negated.
+/// A row's view of a rigid body; the fourth lanes are zero. On the B side all matrices are negated.
 struct BodySide {
   BodyVelocity* velocity = nullptr;
-  LaneMatrix frame;  ///< world to contact frame
-  LaneMatrix lever;  ///< contact-frame velocity from `BodyVelocity::angular`
-  LaneMatrix push;   ///< linear velocity per unit impulse
-  LaneMatrix spin;   ///< `BodyVelocity::angular` per unit impulse
+  Columns33 frame;  ///< world to contact frame
+  Columns33 lever;  ///< contact-frame velocity from `BodyVelocity::angular`
+  Columns33 push;   ///< linear velocity per unit impulse
+  Columns33 spin;   ///< `BodyVelocity::angular` per unit impulse
 };
 
 /// A row's view of a robot's point.
@@ -88,12 +79,12 @@ enum class Coupling : unsigned char { ONE_BODY, TWO_BODIES, ONE_POINT, OTHER };
 
 /// One problem of the sweeps. All values are in the contact frame.
 struct ContactRow {
-  Lanes free;        ///< velocity without what the sides hold, minus the target (m/s)
-  Lanes impulse;     ///< (N s)
-  Lanes normal;      ///< third column of D (1/kg)
-  LaneMatrix stick;  ///< -D^-1 for rank 3 (kg)
-  double target;     ///< of the normal velocity (m/s)
-  double cone;       ///< factor on the square of the normal impulse for a contact that sticks
+  Lanes free;       ///< velocity without what the sides hold, minus the target (m/s)
+  Lanes impulse;    ///< (N s)
+  Lanes normal;     ///< third column of D (1/kg)
+  Columns33 stick;  ///< -D^-1 for rank 3 (kg)
+  double target;    ///< of the normal velocity (m/s)
+  double cone;      ///< factor on the square of the normal impulse for a contact that sticks
   Single3DContactProblem* problem;
   RowKind kind;
   Coupling coupling;

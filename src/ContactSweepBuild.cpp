@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kIdentity[12] = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0};
 
-LaneMatrix columnsOf(const Mat33& A, double factor) {
+Columns33 columnsOf(const Mat33& A, double factor) {
   return {{factor * toLanes(column(A, 0)), factor * toLanes(column(A, 1)),
            factor * toLanes(column(A, 2))}};
 }
@@ -196,10 +196,10 @@ void ContactSweep::attachBody(const Sides& who, size_t s, ContactRow& row) {
     for (int k = 0; k < 3; ++k) leverT(k, c) = lever[k];
   }
   for (size_t k = 0; k < 3; ++k) {
-    side.frame.columns[k] = sign * lanesAt(G.v + 3 * k);
-    side.lever.columns[k] = sign * toLanes(zelvik::row(leverT, k));
-    side.push.columns[k] = sign * lanesAt(B.v + 6 * k);
-    side.spin.columns[k] =
+    side.frame.c[k] = sign * lanesAt(G.v + 3 * k);
+    side.lever.c[k] = sign * toLanes(zelvik::row(leverT, k));
+    side.push.c[k] = sign * lanesAt(B.v + 6 * k);
+    side.spin.c[k] =
         sign * (entry.scale.isFactor ? toLanes(column(leverT, k)) : lanesAt(B.v + 6 * k + 3));
   }
 }
