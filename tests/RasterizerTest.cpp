@@ -243,26 +243,6 @@ TEST(Picture, EveryShapeCoversItsSilhouette) {
   }
 }
 
-TEST(Picture, WiresAndForcesShowWhereAskedFor) {
-  World world;
-  Sphere *above = world.addSphere(0.05, 1.0), *below = world.addSphere(0.05, 1.0);
-  above->setBodyType(STATIC);
-  above->setPosition(0, 0, 1);
-  world.addStiffWire(above, 0, {}, below, 0, {}, 1.0)->setStretchType(2);
-  Recorder recorder(world);
-  below->setExternalForce(0, Vec3{{0, 5.0, 0}});
-  world.integrate();
-  recorder.capture();
-  PictureOptions neither;
-  neither.wires = false;
-  PictureOptions wires = neither, forces = neither;
-  wires.wires = true;
-  forces.forces = true;
-  const Image bare = recorder.render(neither);
-  EXPECT_GT(countDifferent(recorder.render(wires), bare), 100);
-  EXPECT_GT(countDifferent(recorder.render(forces), bare), 100);
-}
-
 TEST(Picture, BadInput) {
   World world;
   world.addSphere(0.1, 1.0);

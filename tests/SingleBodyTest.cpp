@@ -308,31 +308,5 @@ TEST(Shapes, AConeTurnsItsCentreOfMassWithIt) {
   }
 }
 
-TEST(Shapes, EigenFormsSayTheSameAsNumbers) {
-  Sphere numbers(0.1, 1.0), eigen(0.1, 1.0);
-  const Eigen::Vector4d q(0.1, 0.7, -0.5, 0.5);
-  const Eigen::Vector3d p(1.0, 2.0, 3.0), w(4.0, 5.0, 6.0);
-  const auto expectEqual = [&] {
-    EXPECT_EQ(norm(numbers.getBodyPosition() - eigen.getBodyPosition()), 0.0);
-    for (size_t k = 0; k < 9; ++k)
-      EXPECT_NEAR(numbers.getRotationMatrix()[k], eigen.getRotationMatrix()[k], 1e-15);
-    EXPECT_EQ(norm(numbers.getAngularVelocity() - eigen.getAngularVelocity()), 0.0);
-    EXPECT_EQ(norm(numbers.getLinearVelocity() - eigen.getLinearVelocity()), 0.0);
-  };
-  numbers.setPosition(1.0, 2.0, 3.0);
-  numbers.setOrientation(0.1, 0.7, -0.5, 0.5);
-  numbers.setVelocity(1.0, 2.0, 3.0, 4.0, 5.0, 6.0);
-  eigen.setPose(p, q);
-  eigen.setVelocity(p, w);
-  expectEqual();
-  Eigen::Matrix3d R;
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j)
-      R(i, j) = numbers.getRotationMatrix()(static_cast<size_t>(i), static_cast<size_t>(j));
-  eigen.setOrientation(Eigen::Vector4d(1.0, 0.0, 0.0, 0.0));
-  eigen.setPose(p, R);
-  expectEqual();
-}
-
 }  // namespace
 }  // namespace zelvik
