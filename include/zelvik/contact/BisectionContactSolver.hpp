@@ -80,9 +80,9 @@ class ZELVIK_API BisectionContactSolver {
   }
 
  private:
-  void prepare(ContactProblemList& problems);
-  double bounceVelocity(const Single3DContactProblem& problem) const;
-  void prepareProblem(Single3DContactProblem& problem) const;
+  template <typename NormalVelocity>
+  void prepare(ContactProblemList& problems, NormalVelocity normalVelocity);
+  void prepareProblem(Single3DContactProblem& problem, double normalVelocity) const;
   double visit(Single3DContactProblem& problem) const;
   template <typename Sweep>
   void repeat(size_t problemCount, Sweep sweep);
