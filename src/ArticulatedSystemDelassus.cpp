@@ -148,7 +148,7 @@ void ArticulatedSystem::computeResponses() {
   for (size_t i = 0; i < numContacts_; ++i) {
     if (perObjectContact_.contacts_[i].skip_) continue;
     requests[count++] = {&contactFrameJacobians_[i], contactResponses_[i].v,
-                         perObjectContact_.delassusAndTauStar_[i].blocks.data()};
+                         &perObjectContact_.delassusAndTauStar_[i].blocks[0]};
     if (count < TreeFactor::kBatch) continue;
     factor_.respond(requests, count);
     count = 0;

@@ -6,9 +6,15 @@
 #include <cstdint>
 #include <vector>
 
-#include "PairSearch.hpp"
-
 namespace zelvik {
+
+/// The raw points of two geoms that touch.
+struct TouchingPair {
+  static constexpr std::uint32_t kNobody = ~0u;
+
+  std::uint32_t first, end;  ///< in the list of points
+  std::uint32_t a, b;        ///< objects by place, or `kNobody` if they are not dynamic
+};
 
 /// An order of pairs in which neighbours have no moving object in common, as far as a look at the
 /// next `kReach` pairs finds such an order: the sweeps visit contacts four at a time, and those of
@@ -19,14 +25,18 @@ class PairOrder {
   static constexpr size_t kGroup = 4;   ///< pairs that shall have no object in common
   static constexpr size_t kReach = 16;  ///< pairs that are looked at for a group
 
-  /// The same pairs. @param objectCount owners are numbered from 0
-  const std::vector<GeomPair>& arrange(const std::vector<GeomPair>& pairs, size_t objectCount);
+  void clear() { pairs_.clear(); }
+  void append(const TouchingPair& pair) { pairs_.push_back(pair); }
+  /// Puts the pairs into the order. @param objectCount objects are numbered from 0
+  void arrange(size_t objectCount);
+
+  const std::vector<TouchingPair>& pairs() const { return pairs_; }
 
  private:
-  bool joinsGroup(const GeomPair& pair);
-  void appendGroup(const std::vector<GeomPair>& pairs);
+  bool joinsGroup(const TouchingPair& pair);
+  void appendGroup();
 
-  std::vector<GeomPair> arranged_;
+  std::vector<TouchingPair> pairs_, arranged_;
   std::vector<std::uint32_t> next_;     ///< of the pairs that are left; 0 is the head of the list
   std::vector<std::uint64_t> groupOf_;  ///< by object: the last group with it
   std::uint64_t group_ = 0;             ///< number of the present one, never used again

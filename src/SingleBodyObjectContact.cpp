@@ -98,20 +98,20 @@ void SingleBodyObject::resizeBlockRows(size_t count) {
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   const size_t blockCount = fullDelassus_ ? count : 1;
   if (rows.size() == count && (count == 0 || rows[0].blocks.size() == blockCount)) return;
-  while (rows.size() > count) {
-    spareBlockRows_.push_back(std::move(rows.back().blocks));
-    rows.pop_back();
+  for (; rows.size() > count; rows.pop_back())
+    if (rows.back().blocks.hasMany()) spareBlockRows_.push_back(std::move(rows.back().blocks));
+  rows.resize(count);
+  for (DelassusAndTauStar& row : rows) {
+    if (blockCount > 1 && !row.blocks.hasMany()) takeSpareMemory(row.blocks);
+    row.blocks.resize(blockCount);
   }
-  while (rows.size() < count) {
-    rows.emplace_back();
-    if (spareBlockRows_.empty()) {
-      rows.back().blocks.reserve(kMaxContactsWithBlocks);
-      continue;
-    }
-    rows.back().blocks = std::move(spareBlockRows_.back());
-    spareBlockRows_.pop_back();
-  }
-  for (DelassusAndTauStar& row : rows) row.blocks.resize(blockCount);
+}
+
+/// Gives memory for several blocks to a row.
+void SingleBodyObject::takeSpareMemory(DelassusRow& row) {
+  if (spareBlockRows_.empty()) return row.resize(kMaxContactsWithBlocks);
+  row = std::move(spareBlockRows_.back());
+  spareBlockRows_.pop_back();
 }
 
 /// Per contact G = R [1, [p - com]x^T], what gives the contact's velocity, and with B = M^-1 G^T

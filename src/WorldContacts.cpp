@@ -120,18 +120,11 @@ void nearCallback(void* data, dGeomID o1, dGeomID o2) {
   }
 }
 
-/// Our own search. A simple space keeps the order of ODE: which bodies are far away then makes no
-/// difference to those that touch.
-const std::vector<GeomPair>& World::searchPairs() {
-  const std::vector<GeomPair>& found = pairSearch_->findPairs(worldSpace_, objectList_);
-  const bool isSorted = dSpaceGetClass(worldSpace_) == dSweepAndPruneSpaceClass;
-  return isSorted ? pairOrder_->arrange(found, objectList_.size()) : found;
-}
-
 void World::detectCollisions() {
   numContactGeoms_ = 0;
   if (usesPairSearch(worldSpace_))
-    for (const GeomPair& pair : searchPairs()) testPair(pair.first, pair.second);
+    for (const PairSearch::Pair& pair : pairSearch_->findPairs(worldSpace_))
+      testPair(pair.first, pair.second);
   else
     dSpaceCollide(worldSpace_, this, nearCallback);
   for (const Object* object : objectList_) {
@@ -183,21 +176,40 @@ void World::appendContact(const ContactSides& s, const Mat<3, 3>& frame, const M
   if (s.typeA != BodyType::STATIC)
     contactsA.emplace_back(frame, position, normal, s.aIsObjectA, problem, a, worldB, s.typeB, b,
                            s.bodyA, depth);
-  if (s.typeA != BodyType::STATIC && s.typeB != BodyType::STATIC)
-    contactsB.emplace_back(contactsA[a], s.bIsObjectA, b, worldA, s.typeA, a, s.bodyB);
-  else if (s.typeB != BodyType::STATIC)
-    contactsB.emplace_back(frame, position, normal, s.bIsObjectA, problem, b, worldA, s.typeA,
-                           a - 1, s.bodyB, depth);
+  const size_t twin = s.typeA != BodyType::STATIC ? a : a - 1;
+  if (s.typeB != BodyType::STATIC)
+    contactsB.emplace_back(frame, position, normal, s.bIsObjectA, problem, b, worldA, s.typeA, twin,
+                           s.bodyB, depth);
   contactProblems_.emplace_back(material, position[0], position[1], position[2], depth);
 }
 
 void World::buildContacts() {
-  // The points of a pair come one behind the other.
-  for (size_t i = 0, end; i < static_cast<size_t>(numContactGeoms_); i = end) {
-    const dContactGeom& first = contactGeoms_[i];
-    for (end = i + 1; end < static_cast<size_t>(numContactGeoms_); ++end)
-      if (contactGeoms_[end].g1 != first.g1 || contactGeoms_[end].g2 != first.g2) break;
-    buildContactsOfPair(i, end);
+  listTouchingPairs();
+  // A simple space keeps the order of ODE: which bodies are far away then makes no difference to
+  // those that touch.
+  if (usesPairSearch(worldSpace_) && dSpaceGetClass(worldSpace_) == dSweepAndPruneSpaceClass)
+    pairOrder_->arrange(objectList_.size());
+  for (const TouchingPair& pair : pairOrder_->pairs()) buildContactsOfPair(pair.first, pair.end);
+}
+
+/// The points of a pair come one behind the other.
+void World::listTouchingPairs() {
+  const auto mover = [this](dGeomID geom) {
+    const GeomRecord& record = geomRecord(geom);
+    const Object& object = *objectList_[record.objectIdx];
+    return object.getBodyType(record.localBodyIdx) == BodyType::DYNAMIC
+               ? static_cast<std::uint32_t>(record.objectIdx)
+               : TouchingPair::kNobody;
+  };
+  const auto count = static_cast<std::uint32_t>(numContactGeoms_);
+  pairOrder_->clear();
+  for (std::uint32_t i = 0, end; i < count; i = end) {
+    const dGeomID g1 = contactGeoms_[i].g1, g2 = contactGeoms_[i].g2;
+    for (end = i + 1; end < count; ++end)
+      if (contactGeoms_[end].g1 != g1 || contactGeoms_[end].g2 != g2) break;
+    const TouchingPair pair = {i, end, mover(g1), mover(g2)};
+    if (pair.a != TouchingPair::kNobody || pair.b != TouchingPair::kNobody)
+      pairOrder_->append(pair);
   }
 }
 
@@ -207,7 +219,6 @@ void World::buildContactsOfPair(size_t first, size_t end) {
   const GeomRecord& r2 = geomRecord(contactGeoms_[first].g2);
   const ContactSides sides = {*objectList_[r1.objectIdx], r1.localBodyIdx, true,
                               *objectList_[r2.objectIdx], r2.localBodyIdx, false};
-  if (!sides.canMove()) return;
   const MaterialPairProperties& material =
       materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
   Vec3 rawNormal{}, normal{};

@@ -100,36 +100,29 @@ TEST(SweepOrder, FillsStopsThatAreNotFull) {
   EXPECT_EQ(order.stops()[3].count, 2u);
 }
 
-/// Pairs of a chain of objects stand in its order, in which each one has an object in common with
-/// the next. Objects from `fixed` on do not move.
-std::vector<GeomPair> chainOfPairs(std::uint32_t length, std::uint32_t fixed) {
-  std::vector<GeomPair> pairs;
-  for (std::uint32_t i = 0; i + 1 < length; ++i)
-    pairs.push_back({nullptr, nullptr, i < fixed ? i : GeomPair::kNobody,
-                     i + 1 < fixed ? i + 1 : GeomPair::kNobody});
-  return pairs;
-}
-
 TEST(PairOrder, NeighboursHaveNoObjectInCommonAndStayNear) {
+  constexpr std::uint32_t nobody = TouchingPair::kNobody;
   PairOrder order;
-  for (const std::uint32_t fixed : {200u, 100u, 0u}) {
-    const std::vector<GeomPair> pairs = chainOfPairs(200, fixed);
-    const std::vector<GeomPair>& arranged = order.arrange(pairs, 200);
-    ASSERT_EQ(arranged.size(), pairs.size());
+  for (const std::uint32_t fixed : {200u, 100u, 0u}) {  // from here on nothing moves
+    const auto owner = [&](std::uint32_t i) { return i < fixed ? i : nobody; };
+    order.clear();
+    for (std::uint32_t i = 0; i < 199; ++i) order.append({i, i + 1, owner(i), owner(i + 1)});
+    order.arrange(200);
+    const std::vector<TouchingPair>& pairs = order.pairs();
     std::set<std::uint32_t> seen;
-    for (size_t i = 0; i < arranged.size(); ++i) {
-      if (arranged[i].firstOwner == GeomPair::kNobody) continue;
-      EXPECT_TRUE(seen.insert(arranged[i].firstOwner).second);
-      EXPECT_NEAR(static_cast<double>(arranged[i].firstOwner), static_cast<double>(i), 16.0);
+    for (size_t i = 0; i < pairs.size(); ++i) {
+      EXPECT_TRUE(seen.insert(pairs[i].first).second);
+      EXPECT_NEAR(static_cast<double>(pairs[i].first), static_cast<double>(i), 16.0);
       for (size_t k = i / 4 * 4; k < i && i < 180; ++k)
-        EXPECT_TRUE(arranged[k].firstOwner + 1 < arranged[i].firstOwner ||
-                    arranged[i].firstOwner + 1 < arranged[k].firstOwner);
+        for (const std::uint32_t other : {pairs[k].a, pairs[k].b})
+          EXPECT_TRUE(other == nobody || (other != pairs[i].a && other != pairs[i].b)) << i;
     }
-    EXPECT_EQ(seen.size(), std::min(fixed, 199u));
+    EXPECT_EQ(seen.size(), 199u);
   }
-  // All have an object in common: none is lost.
-  const std::vector<GeomPair> crowd(40, GeomPair{nullptr, nullptr, GeomPair::kNobody, 7});
-  EXPECT_EQ(order.arrange(crowd, 200).size(), 40u);
+  order.clear();
+  for (std::uint32_t i = 0; i < 40; ++i) order.append({i, i + 1, nobody, 7});
+  order.arrange(200);  // all have an object in common: none is lost
+  EXPECT_EQ(order.pairs().size(), 40u);
 }
 
 }  // namespace

@@ -32,7 +32,6 @@ namespace zelvik {
 class ImpulseMemory;
 class PairOrder;
 class PairSearch;
-struct GeomPair;
 
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
 /// material table.
@@ -324,9 +323,9 @@ class ZELVIK_API World {
   void moveLastObjectTo(size_t index);
 
   void detectCollisions();
-  const std::vector<GeomPair>& searchPairs();
   void testPair(dGeomID o1, dGeomID o2);
   void buildContacts();
+  void listTouchingPairs();
   void buildContactsOfPair(size_t first, size_t end);
   void updateWires();
   void storeImpulses();
@@ -349,7 +348,7 @@ class ZELVIK_API World {
   std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
   int numContactGeoms_ = 0;                 ///< used entries of it
   std::unique_ptr<PairSearch> pairSearch_;  ///< for `SIMPLE` and `SWEEP_AND_PRUNE`
-  std::unique_ptr<PairOrder> pairOrder_;    ///< of what it finds
+  std::unique_ptr<PairOrder> pairOrder_;    ///< of what touches
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;

@@ -54,22 +54,6 @@ struct Contact {
         objectA_(objectA),
         pairBodyType_(pairBodyType) {}
 
-  /// The same contact as another side sees it: frame, position, normal and depth are those of
-  /// `twin`.
-  Contact(const Contact& twin, bool objectA, size_t contactIndex, size_t pairObjectIndex,
-          BodyType pairBodyType, size_t pairContactIndex, size_t localBodyIndex)
-      : frame_(twin.frame_),
-        position_(twin.position_),
-        normal_(twin.normal_),
-        depth_(twin.depth_),
-        contactIndex_(contactIndex),
-        pairObjectIndex_(pairObjectIndex),
-        pairContactIndex_(pairContactIndex),
-        contactProblemIndex_(twin.contactProblemIndex_),
-        localBodyIndex_(localBodyIndex),
-        objectA_(objectA),
-        pairBodyType_(pairBodyType) {}
-
   /// Impulse on this object from the last solve (N s, world axes). Valid between a step's
   /// `integrate2` and the next `integrate1`; zero before the contact has a problem. The twin of a
   /// self-collision reports the reaction of the merged contact.

@@ -55,9 +55,9 @@ struct ZELVIK_API Single3DContactProblem {
   bool hasAppliedDelassus_ = false;     ///< whether `appliedDelassus_` is to be taken out
   size_t contactIdxA_ = 0;              ///< contact index in `objA_`; body index of a joint limit
   size_t contactIdxB_ = 0;              ///< contact index in `objB_`
-  Mat<3, 1> position_{};                ///< (m, world axes)
   std::vector<Mat<3, 3>> otherBlocks_;  ///< coupling blocks, parallel to `otherProblems_`
   std::vector<Single3DContactProblem*> otherProblems_;  ///< coupled through stored blocks
+  Mat<3, 1> position_{};                                ///< (m, world axes)
   double reducedDzz_ = 0.0;    ///< rank 1: c^T D c of the third column c; rank 4: 1 / D(2,2)
   Mat<2, 2> delassus22_{};     ///< D on the plane, for rank 2, by `checkRank`
   Mat<2, 2> delassus22Inv_{};  ///< its inverse, by `checkRank`

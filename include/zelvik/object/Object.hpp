@@ -39,8 +39,26 @@ ZELVIK_API std::string objectTypeToString(ObjectType type);
 /// The inverse, case-sensitive; `UNRECOGNIZED` for anything else.
 ZELVIK_API ObjectType stringToObjectType(const std::string& name);
 
-/// One row of Delassus blocks of an object.
-using DelassusRow = AlignedVector<Mat<3, 3>>;
+/// One row of Delassus blocks of an object. A single block, as contacts without couplings have,
+/// lies in the row itself.
+class DelassusRow {
+ public:
+  size_t size() const { return size_; }
+  /// Blocks that are added hold anything.
+  void resize(size_t count) {
+    size_ = count;
+    if (count > 1 && many_.size() < count) many_.resize(count);
+  }
+  Mat<3, 3>& operator[](size_t j) { return size_ == 1 ? single_ : many_[j]; }
+  const Mat<3, 3>& operator[](size_t j) const { return size_ == 1 ? single_ : many_[j]; }
+  /// Whether there is memory for more than one block.
+  bool hasMany() const { return !many_.empty(); }
+
+ private:
+  size_t size_ = 0;
+  Mat<3, 3> single_{};
+  AlignedVector<Mat<3, 3>> many_;
+};
 
 /// What an object tells about one of its contacts, in that contact's frame.
 struct DelassusAndTauStar {

@@ -267,6 +267,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void computeFreeAngularVelocity(double dt);
   void applyDamping(double dt);
   void resizeBlockRows(size_t count);
+  void takeSpareMemory(DelassusRow& row);
   void computeImpactVelocities();
   void computeCouplingBlocks();
   void computeTauStar();
