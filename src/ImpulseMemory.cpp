@@ -12,12 +12,11 @@ using contact::Contact;
 using Problem = contact::Single3DContactProblem;
 
 ImpulseMemory::Key ImpulseMemory::contactKey(const std::vector<Object*>& objects,
-                                             const Object& object, const Contact& c) {
+                                             const Object& object, const Contact& c, bool isWire) {
   size_t bodyB = 0;  // of a partner without a record
   const std::vector<Contact>& others = objects[c.pairObjectIndex_]->getContacts();
   if (c.pairBodyType_ != BodyType::STATIC && c.pairContactIndex_ < others.size())
     bodyB = others[c.pairContactIndex_].localBodyIndex_;
-  const bool isWire = c.contactProblem_->rank_ == Problem::NORMAL_ONLY;
   return {object.getIndexInWorld() << 32 | c.pairObjectIndex_,
           c.localBodyIndex_ << 32 | bodyB << 1 | (isWire ? 1u : 0u)};
 }
@@ -26,8 +25,10 @@ ImpulseMemory::Key ImpulseMemory::contactKey(const std::vector<Object*>& objects
 /// this is the key of the contact before. Points of a pair are neighbours: their key is made once,
 /// unless the partner has several bodies.
 template <typename Visit>
-void ImpulseMemory::forEachAssembled(const std::vector<Object*>& objects, Visit visit) {
+void ImpulseMemory::forEachAssembled(const std::vector<Object*>& objects, const Wires& wires,
+                                     Visit visit) {
   Key key{};
+  bool isWire = false, wasWire = false;
   for (const Object* object : objects) {
     if (object->getBodyType() != BodyType::DYNAMIC) continue;
     const Contact* last = nullptr;
@@ -35,13 +36,14 @@ void ImpulseMemory::forEachAssembled(const std::vector<Object*>& objects, Visit 
       const bool isOtherSide = c.pairBodyType_ == BodyType::DYNAMIC && !c.objectA_;
       if (c.skip_ || isOtherSide || c.pairObjectIndex_ >= objects.size()) continue;
       if (c.contactProblem_ == nullptr) continue;
+      isWire = wires.contain(c.contactProblemIndex_);
       const bool isSame = last != nullptr && c.pairObjectIndex_ == last->pairObjectIndex_ &&
-                          c.localBodyIndex_ == last->localBodyIndex_ &&
-                          c.contactProblem_->rank_ == last->contactProblem_->rank_ &&
+                          c.localBodyIndex_ == last->localBodyIndex_ && isWire == wasWire &&
                           objects[c.pairObjectIndex_]->getObjectType() != ARTICULATED_SYSTEM;
-      if (!isSame) key = contactKey(objects, *object, c);
+      if (!isSame) key = contactKey(objects, *object, c, isWire);
       visit(c, key, isSame);
       last = &c;
+      wasWire = isWire;
     }
   }
 }
@@ -68,7 +70,7 @@ void ImpulseMemory::appendRun(const Key& key) {
   head = static_cast<std::uint32_t>(runs_.size() - 1);
 }
 
-void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
+void ImpulseMemory::store(const std::vector<Object*>& objects, const Wires& wires, double dt,
                           size_t objectChangeCount) {
   timeStep_ = dt;
   objectChangeCount_ = objectChangeCount;
@@ -78,7 +80,7 @@ void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
   while (chains < count) chains *= 2;  // most contacts are in two lists
   heads_.assign(chains, kNoRun);
   clear();
-  forEachAssembled(objects, [&](const Contact& c, const Key& key, bool isSame) {
+  forEachAssembled(objects, wires, [&](const Contact& c, const Key& key, bool isSame) {
     if (!isSame && (runs_.empty() || !(runs_.back().key == key))) appendRun(key);
     Entry& entry = entries_.emplace_back();
     entry.position = c.position_;
@@ -122,13 +124,13 @@ ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t run, const Vec3& 
   return nearest;
 }
 
-void ImpulseMemory::recall(const std::vector<Object*>& objects, double dt,
+void ImpulseMemory::recall(const std::vector<Object*>& objects, const Wires& wires, double dt,
                            size_t objectChangeCount) {
   if (entries_.empty() || objectChangeCount != objectChangeCount_) return;
   ++recallCount_;
   const double scale = dt / timeStep_;
   std::uint32_t cursor = 0, run = kNoRun;
-  forEachAssembled(objects, [&](const Contact& c, const Key& key, bool isSame) {
+  forEachAssembled(objects, wires, [&](const Contact& c, const Key& key, bool isSame) {
     if (!isSame) run = findRun(key, cursor);
     if (run == kNoRun) return;
     cursor = run;
@@ -137,7 +139,7 @@ void ImpulseMemory::recall(const std::vector<Object*>& objects, double dt,
     Problem& p = *c.contactProblem_;
     p.imp_ = (c.objectA_ ? scale : -scale) * (c.frame_ * entry->impulse);
     // Wires and contacts without friction have a tangential part of zero for ever.
-    if (p.rank_ == Problem::NORMAL_ONLY || p.mu_ < Problem::kFrictionless)
+    if (p.mu_ < Problem::kFrictionless || wires.contain(c.contactProblemIndex_))
       p.imp_ = {{0.0, 0.0, p.imp_[2]}};
   });
 }

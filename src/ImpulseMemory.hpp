@@ -23,11 +23,19 @@ class Object;
 /// find is looked up in chains of runs.
 class ImpulseMemory {
  public:
+  /// Problems of wires, among those of the step; they may lie on contacts of the same bodies.
+  struct Wires {
+    size_t first, end;
+    bool contain(size_t problem) const { return problem >= first && problem < end; }
+  };
+
   /// Takes the impulses out of solved contacts. @param dt time step of the solve (s)
-  void store(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  void store(const std::vector<Object*>& objects, const Wires& wires, double dt,
+             size_t objectChangeCount);
   /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
   /// went since the `store` of this step. @param dt time step of the coming solve (s)
-  void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  void recall(const std::vector<Object*>& objects, const Wires& wires, double dt,
+              size_t objectChangeCount);
   void clear() {
     entries_.clear();
     runs_.clear();
@@ -54,9 +62,10 @@ class ImpulseMemory {
   static constexpr std::uint32_t kNoRun = ~0u;
 
   static Key contactKey(const std::vector<Object*>& objects, const Object& object,
-                        const contact::Contact& c);
+                        const contact::Contact& c, bool isWire);
   template <typename Visit>
-  static void forEachAssembled(const std::vector<Object*>& objects, Visit visit);
+  static void forEachAssembled(const std::vector<Object*>& objects, const Wires& wires,
+                               Visit visit);
   std::uint32_t& headOf(const Key& key);
   std::uint32_t findInChain(const Key& key, std::uint32_t run) const;
   std::uint32_t findRun(const Key& key, std::uint32_t cursor);

@@ -16,6 +16,8 @@ namespace {
 /// From this number on blocks for every pair cost more than queries of the velocity.
 constexpr size_t kMaxContactsWithBlocks = 4;
 
+constexpr Lanes kUnit[3] = {{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}};
+
 inline Mat<6, 1> joined(const Vec3& linear, const Vec3& angular) {
   return {{linear[0], linear[1], linear[2], angular[0], angular[1], angular[2]}};
 }
@@ -139,9 +141,9 @@ void SingleBodyObject::computeContactMaps() {
     if (fullDelassus_) storeImpulseMap({{m * x, m * y, m * z}}, spin, contactImpulseMap_[i]);
 
     const Columns33 D = multiplyTransposed(lever, spin);
-    storeColumns(rows[i].blocks[fullDelassus_ ? i : 0].v,
-                 mirroredLower({{D.c[0] + Lanes{m, 0.0, 0.0, 0.0}, D.c[1] + Lanes{0.0, m, 0.0, 0.0},
-                                 D.c[2] + Lanes{0.0, 0.0, m, 0.0}}}));
+    storeColumns(
+        rows[i].blocks[fullDelassus_ ? i : 0].v,
+        mirroredLower({{D.c[0] + m * kUnit[0], D.c[1] + m * kUnit[1], D.c[2] + m * kUnit[2]}}));
   }
 }
 

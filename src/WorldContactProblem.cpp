@@ -66,8 +66,10 @@ void World::contactProblemUpdate(Object* object) {
     if (!singleSided &&
         c.pairContactIndex_ >= objectList_[c.pairObjectIndex_]->getContacts().size())
       continue;
-    p.otherBlocks_.clear();
-    p.otherProblems_.clear();
+    if (!p.otherBlocks_.empty()) {
+      p.otherBlocks_.clear();
+      p.otherProblems_.clear();
+    }
     if (singleSided)
       assembleSingleSided(*object, i, p);
     else

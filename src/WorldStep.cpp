@@ -13,9 +13,8 @@ namespace {
 
 /// A wire that can move nothing, since both ends are on one body or an end has lost its contacts
 /// between the halves, would take an infinite impulse.
-void resetForSolve(contact::Single3DContactProblem& p) {
+void takeOutIfNothingMoves(contact::Single3DContactProblem& p) {
   using Problem = contact::Single3DContactProblem;
-  p.imp_.setZero();
   if (p.rank_ == Problem::NORMAL_ONLY && p.delassus_(2, 2) == 0.0) p.rank_ = Problem::NOTHING_MOVES;
 }
 
@@ -42,7 +41,9 @@ void World::integrate1() {
   contactProblems_.reserve(static_cast<size_t>(numContactGeoms_) + stiffWire_.size());
   buildContacts();
   updateWires();
+  wireProblems_[0] = contactProblems_.size();
   appendWireProblems();
+  wireProblems_[1] = contactProblems_.size();
   ZELVIK_STAGE_DONE("contact records, wires");
 
   for (Object* object : objectList_)
@@ -56,7 +57,8 @@ void World::integrate1() {
 /// Of the last solve, once.
 void World::storeImpulses() {
   if (solvedTimeStep_ > 0.0)
-    impulseMemory_->store(objectList_, solvedTimeStep_, objectChangeCount_);
+    impulseMemory_->store(objectList_, {wireProblems_[0], wireProblems_[1]}, solvedTimeStep_,
+                          objectChangeCount_);
   solvedTimeStep_ = 0.0;
 }
 
@@ -75,8 +77,12 @@ void World::integrate2() {
   ZELVIK_STAGE_DONE("assembly of problems");
 
   if (!contactProblems_.empty()) {
-    for (contact::Single3DContactProblem& problem : contactProblems_) resetForSolve(problem);
-    if (warmStart_) impulseMemory_->recall(objectList_, timeStep_, objectChangeCount_);
+    for (contact::Single3DContactProblem& problem : contactProblems_) problem.imp_.setZero();
+    for (size_t i = wireProblems_[0]; i < wireProblems_[1]; ++i)
+      takeOutIfNothingMoves(contactProblems_[i]);
+    if (warmStart_)
+      impulseMemory_->recall(objectList_, {wireProblems_[0], wireProblems_[1]}, timeStep_,
+                             objectChangeCount_);
     solver_.solve(contactProblems_, objectList_);
   }
   ZELVIK_STAGE_DONE("solve");

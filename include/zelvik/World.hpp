@@ -352,6 +352,7 @@ class ZELVIK_API World {
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;
+  size_t wireProblems_[2]{};  ///< first and end of those of wires, in `contactProblems_`
   std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
   double solvedTimeStep_ = 0.0;      ///< of the last solve, 0 once its impulses are stored (s)
   std::vector<Object*> objectList_;  ///< owned; `Object::getIndexInWorld` is the place here
