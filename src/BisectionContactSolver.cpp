@@ -54,6 +54,20 @@ void BisectionContactSolver::setParameters(double relaxation, double reserved1, 
   threshold_ = threshold;
 }
 
+/// Target of a contact while a surface layer is kept: the part of the overlap beyond the layer is
+/// taken out; where the overlap is less, the contact comes down to the layer within the step,
+/// unless it bounces. A wire has no surface.
+void BisectionContactSolver::keepSurfaceLayer(Single3DContactProblem& p, double bounce) const {
+  if (p.rank_ == Single3DContactProblem::NORMAL_ONLY) return;
+  const double missing = surfaceLayer_ + p.depth_;
+  if (missing > 0.0 && bounce > 0.0)
+    p.targetVelZ_ = bounce;
+  else if (missing > 0.0)
+    p.targetVelZ_ = p.openingVelZ_ = -missing * timeStepInv_;
+  else
+    p.targetVelZ_ = std::max(bounce, 0.0) - missing * erp_;
+}
+
 void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
   const Mat33& D = p.delassus_;
   p.muInvDzz_ = D(2, 2) * p.muInv_;
@@ -65,6 +79,8 @@ void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
   const double bounce =
       (v[2] - 2.0 * p.impactVel_ - p.restitutionThreshold_) * (p.restitution_ + erp2_);
   p.targetVelZ_ = std::max(bounce, 0.0) - p.depth_ * erp_;
+  p.openingVelZ_ = 0.0;
+  if (surfaceLayer_ > 0.0) keepSurfaceLayer(p, bounce);
 
   // A rank-1 block that was found by a vanishing second column has no form yet.
   if (p.rank_ == Single3DContactProblem::LINE && p.reducedDzz_ == 0.0) {
@@ -105,7 +121,7 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   const Vec3 v = velocityWithoutOwnImpulse(p);
   const double w = dot(normalColumn(p), old);
 
-  if (v[2] > 0.0) {  // opens
+  if (v[2] > p.openingVelZ_) {  // opens
     p.imp_ *= 1.0 - relaxation_;
     updateObjects(p, old);
     return w * w;

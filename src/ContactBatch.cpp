@@ -131,6 +131,7 @@ void ContactBatch<sides>::setProblem(size_t lane, Single3DContactProblem& p) {
   }
   free[2][lane] -= p.targetVelZ_;
   target[lane] = p.targetVelZ_;
+  opening[lane] = p.openingVelZ_;
   cone[lane] = p.mu_ * p.mu_ * kConeTolerance;
 }
 
@@ -160,7 +161,7 @@ double ContactBatch<sides>::visit(BodyVelocity* velocities, double relaxation) {
                    stick[1] * v.x + (stick[3] * v.y + stick[4] * v.z),
                    stick[2] * v.x + (stick[4] * v.y + stick[5] * v.z)};
   const Lanes3 candidate = old + change;
-  const LaneMask opens = z + target > 0.0;
+  const LaneMask opens = z + target > opening;
   const LaneMask isInCone = (candidate.x * candidate.x + candidate.y * candidate.y <=
                              cone * (candidate.z * candidate.z)) &
                             (candidate.z >= 0.0);

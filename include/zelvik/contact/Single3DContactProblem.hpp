@@ -51,6 +51,9 @@ struct ZELVIK_API Single3DContactProblem {
   double restitution_ = 0.0;           ///< 0 to 1
   double restitutionThreshold_ = 0.0;  ///< (m/s)
   double targetVelZ_ = 0.0;            ///< normal velocity aimed for, by the solver (m/s)
+  /// Normal velocity above which the contact opens, by the solver (m/s): 0, or the target where a
+  /// surface layer makes that negative.
+  double openingVelZ_ = 0.0;
   double reducedDzz_ = 0.0;  ///< rank 1: c^T D c of the third column c; rank 4: 1 / D(2,2)
   double impactVel_ = 0.0;   ///< normal velocity before the solve, A minus B, negative on approach
   double depth_ = 0.0;       ///< negative while penetrating (m)
