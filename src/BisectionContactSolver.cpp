@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <limits>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/object/Object.hpp>
 
@@ -62,8 +63,9 @@ void BisectionContactSolver::keepSurfaceLayer(Single3DContactProblem& p, double 
   const double missing = surfaceLayer_ + p.depth_;
   if (missing > 0.0 && bounce > 0.0)
     p.targetVelZ_ = bounce;
-  else if (missing > 0.0)
-    p.targetVelZ_ = p.openingVelZ_ = -missing * timeStepInv_;
+  else if (missing > 0.0)  // finite also for a step of no length
+    p.targetVelZ_ = p.openingVelZ_ =
+        std::max(-missing * timeStepInv_, std::numeric_limits<double>::lowest());
   else
     p.targetVelZ_ = std::max(bounce, 0.0) - missing * erp_;
 }
