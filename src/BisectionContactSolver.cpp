@@ -70,16 +70,22 @@ void BisectionContactSolver::keepSurfaceLayer(Single3DContactProblem& p, double 
     p.targetVelZ_ = std::max(bounce, 0.0) - missing * erp_;
 }
 
+/// Normal velocity that a bounce asks for, or less than 0 for none (m/s).
+double BisectionContactSolver::bounceVelocity(const Single3DContactProblem& p) const {
+  const double restitution = p.restitution_ + erp2_;
+  if (restitution == 0.0) return 0.0;
+  Vec3 v = p.tauStar_;
+  if (p.objA_ != nullptr) p.objA_->addContactPointVel(p.contactIdxA_, v);
+  if (p.objB_ != nullptr) p.objB_->subContactPointVel(p.contactIdxB_, v);
+  return (v[2] - 2.0 * p.impactVel_ - p.restitutionThreshold_) * restitution;
+}
+
 void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
   const Mat33& D = p.delassus_;
   p.muInvDzz_ = D(2, 2) * p.muInv_;
 
   // Target of the normal velocity: bounce above the threshold, and a share of the penetration.
-  Vec3 v = p.tauStar_;
-  if (p.objA_ != nullptr) p.objA_->addContactPointVel(p.contactIdxA_, v);
-  if (p.objB_ != nullptr) p.objB_->subContactPointVel(p.contactIdxB_, v);
-  const double bounce =
-      (v[2] - 2.0 * p.impactVel_ - p.restitutionThreshold_) * (p.restitution_ + erp2_);
+  const double bounce = bounceVelocity(p);
   p.targetVelZ_ = std::max(bounce, 0.0) - p.depth_ * erp_;
   p.openingVelZ_ = 0.0;
   if (surfaceLayer_ > 0.0) keepSurfaceLayer(p, bounce);
@@ -134,21 +140,16 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   return (z + w) * (z + w);
 }
 
-/// Sweeps all `count` stops in one direction, until the error is small enough or the limit is
-/// reached.
-template <typename Visit>
-void BisectionContactSolver::sweep(size_t problemCount, size_t count, Visit visit) {
+/// Sweeps in one direction, until the error is small enough or the limit is reached.
+template <typename Sweep>
+void BisectionContactSolver::repeat(size_t problemCount, Sweep sweep) {
   const double stoppingError = static_cast<double>(problemCount) * threshold_;
   const bool forward = forwardSweep_;
   forwardSweep_ = !forwardSweep_;
 
   double error;
   do {
-    error = 0.0;
-    if (forward)
-      for (size_t i = 0; i < count; ++i) error += visit(i);
-    else
-      for (size_t i = count; i-- > 0;) error += visit(i);
+    error = sweep(forward);
     errorHistory_[loopCounter_] = error;
     ++loopCounter_;
   } while (loopCounter_ < maxIterations_ && error > stoppingError);
@@ -156,7 +157,14 @@ void BisectionContactSolver::sweep(size_t problemCount, size_t count, Visit visi
 
 void BisectionContactSolver::solve(ContactProblemList& problems) {
   prepare(problems);
-  sweep(problems.size(), problems.size(), [&](size_t i) { return visit(problems[i]); });
+  repeat(problems.size(), [&](bool forward) {
+    double error = 0.0;
+    if (forward)
+      for (Single3DContactProblem& p : problems) error += visit(p);
+    else
+      for (size_t i = problems.size(); i-- > 0;) error += visit(problems[i]);
+    return error;
+  });
 }
 
 void BisectionContactSolver::solve(ContactProblemList& problems,
@@ -164,8 +172,7 @@ void BisectionContactSolver::solve(ContactProblemList& problems,
   prepare(problems);
   rows_->build(problems, objects);
   rows_->handOnInitialImpulses();
-  sweep(problems.size(), rows_->stopCount(),
-        [this](size_t i) { return rows_->visit(i, relaxation_); });
+  repeat(problems.size(), [this](bool forward) { return rows_->sweep(forward, relaxation_); });
   rows_->finish();
 }
 

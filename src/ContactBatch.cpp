@@ -12,29 +12,24 @@ namespace zelvik::contact {
 
 namespace {
 
-/// Four bodies' values of one vector; the fourth row stays zero.
-struct Gathered {
-  Lanes3 a;
-  Lanes pad;
-};
-
+/// Four bodies' values of one vector.
 template <Lanes BodyVelocity::*part>
-inline Gathered gather(const BodyVelocity* velocities, const std::uint32_t* slots) {
-  Gathered g{{velocities[slots[0]].*part, velocities[slots[1]].*part, velocities[slots[2]].*part},
-             velocities[slots[3]].*part};
-  transposeLanes(g.a.x, g.a.y, g.a.z, g.pad);
-  return g;
+inline Lanes3 gather(const BodyVelocity* velocities, const std::uint32_t* slots) {
+  Lanes a = velocities[slots[0]].*part, b = velocities[slots[1]].*part,
+        c = velocities[slots[2]].*part, d = velocities[slots[3]].*part;
+  transposeLanes(a, b, c, d);
+  return {a, b, c};
 }
 
+/// The fourth values become zero.
 template <Lanes BodyVelocity::*part>
-inline void scatter(const Gathered& gathered, const std::uint32_t* slots,
-                    BodyVelocity* velocities) {
-  Gathered g = gathered;
-  transposeLanes(g.a.x, g.a.y, g.a.z, g.pad);
-  velocities[slots[0]].*part = g.a.x;
-  velocities[slots[1]].*part = g.a.y;
-  velocities[slots[2]].*part = g.a.z;
-  velocities[slots[3]].*part = g.pad;
+inline void scatter(const Lanes3& gathered, const std::uint32_t* slots, BodyVelocity* velocities) {
+  Lanes a = gathered.x, b = gathered.y, c = gathered.z, d{};
+  transposeLanes(a, b, c, d);
+  velocities[slots[0]].*part = a;
+  velocities[slots[1]].*part = b;
+  velocities[slots[2]].*part = c;
+  velocities[slots[3]].*part = d;
 }
 
 /// A a for a matrix by rows.
@@ -53,47 +48,57 @@ inline Lanes select(const LaneMask& mask, const Lanes& a, const Lanes& b) {
   return mask ? a : b;
 }
 
-/// The velocities of the bodies of a batch in registers.
+/// Velocities of the bodies of a run.
 template <int sides>
 struct Velocities {
-  Gathered linear[sides], angular[sides];
+  Lanes3 linear[sides], angular[sides];
 
-  Velocities(const ContactBatch<sides>& batch, const BodyVelocity* velocities) {
+  Velocities(const BatchBodies<sides>& bodies, const BodyVelocity* velocities) {
     for (int s = 0; s < sides; ++s) {
-      linear[s] = gather<&BodyVelocity::linear>(velocities, batch.from[s]);
-      angular[s] = gather<&BodyVelocity::angular>(velocities, batch.from[s]);
+      linear[s] = gather<&BodyVelocity::linear>(velocities, bodies.slots[s]);
+      angular[s] = gather<&BodyVelocity::angular>(velocities, bodies.slots[s]);
     }
   }
 
   /// Velocity of the contacts minus their targets.
   Lanes3 ofContacts(const ContactBatch<sides>& batch) const {
-    Lanes3 difference = linear[0].a;
-    if constexpr (sides == 2) difference = difference - linear[1].a;
+    Lanes3 difference = linear[0];
+    if constexpr (sides == 2) difference = difference - linear[1];
     Lanes3 v =
         Lanes3{batch.free[0], batch.free[1], batch.free[2]} + multiply(batch.frame, difference);
-    for (int s = 0; s < sides; ++s) v += multiply(batch.lever[s], angular[s].a);
+    for (int s = 0; s < sides; ++s) v += multiply(batch.lever[s], angular[s]);
     return v;
   }
 
-  void handOn(const ContactBatch<sides>& batch, const Lanes3& change, BodyVelocity* velocities) {
+  void add(const ContactBatch<sides>& batch, const Lanes3& change) {
     const Lanes3 push = multiplyTransposed(batch.frame, change);
     for (int s = 0; s < sides; ++s) {
       const Lanes factor = s == 0 ? batch.inverseMass[s] : -batch.inverseMass[s];
-      linear[s].a += factor * push;
-      angular[s].a += multiplyTransposed(batch.lever[s], change);
-      scatter<&BodyVelocity::linear>(linear[s], batch.to[s], velocities);
-      scatter<&BodyVelocity::angular>(angular[s], batch.to[s], velocities);
+      linear[s] += factor * push;
+      angular[s] += multiplyTransposed(batch.lever[s], change);
+    }
+  }
+
+  void handOn(const BatchBodies<sides>& bodies, BodyVelocity* velocities) const {
+    for (int s = 0; s < sides; ++s) {
+      scatter<&BodyVelocity::linear>(linear[s], bodies.slots[s], velocities);
+      scatter<&BodyVelocity::angular>(angular[s], bodies.slots[s], velocities);
     }
   }
 };
+
+/// Keeps the compiler from holding the matrices of a batch, which are read twice, on the stack.
+inline void forgetLoads() {
+  asm volatile("" : : : "memory");
+}
 
 /// Contacts that slide, one after the other: replaces their changes.
 /// @param which bit l is set if lane l slides, @param start impulses that would stick, @param v
 /// velocities minus targets with the impulses applied, @param z normal residuals without them
 template <int sides>
-__attribute__((noinline)) void slideLanes(const ContactBatch<sides>& batch, unsigned which,
-                                          const Lanes3& start, const Lanes3& v, const Lanes& z,
-                                          double relaxation, Lanes3& change) {
+__attribute__((noinline)) Lanes3 slideLanes(const ContactBatch<sides>& batch, unsigned which,
+                                            Lanes3 start, Lanes3 v, Lanes z, double relaxation,
+                                            Lanes3 change) {
   for (; which != 0; which &= which - 1) {
     const auto l = static_cast<size_t>(std::countr_zero(which));
     Single3DContactProblem& p = *batch.problems[l];
@@ -104,6 +109,7 @@ __attribute__((noinline)) void slideLanes(const ContactBatch<sides>& batch, unsi
     const double share = slide(p, u - p.delassus_ * old, z[l]) ? relaxation : 1.0;
     setLane(change, l, share * (p.imp_ - old));
   }
+  return change;
 }
 
 }  // namespace
@@ -118,41 +124,154 @@ AngularScale::AngularScale(const Mat33& A) {
   isFactor = true;
 }
 
-template <int sides>
-void ContactBatch<sides>::setProblem(size_t lane, Single3DContactProblem& p) {
-  count = static_cast<std::uint32_t>(lane + 1);
-  problems[lane] = &p;
-  const int stickIdx[6] = {0, 3, 6, 4, 7, 8};
-  for (int k = 0; k < 6; ++k) stick[k][lane] = -p.delassusInv_[stickIdx[k]];
-  for (int k = 0; k < 3; ++k) {
-    free[k][lane] = p.tauStar_[k];
-    normal[k][lane] = p.delassus_(k, 2);
-    impulse[k][lane] = p.imp_[k];
+namespace {
+
+const Single3DContactProblem kNoProblem = [] {
+  Single3DContactProblem p;
+  p.rank_ = Single3DContactProblem::NOTHING_MOVES;
+  return p;
+}();
+constexpr double kNoJacobian[18] = {};
+const BodyMass kNoMass;
+
+/// Four values from a place in each of four arrays, transposed.
+struct Rows {
+  Lanes row[4];
+
+  Rows(const double* a, const double* b, const double* c, const double* d)
+      : row{loadLanes(a), loadLanes(b), loadLanes(c), loadLanes(d)} {
+    transposeLanes(row[0], row[1], row[2], row[3]);
   }
-  free[2][lane] -= p.targetVelZ_;
-  target[lane] = p.targetVelZ_;
-  opening[lane] = p.openingVelZ_;
-  cone[lane] = p.mu_ * p.mu_ * kConeTolerance;
+  Rows(const double* const* p, size_t k) : Rows(p[0] + k, p[1] + k, p[2] + k, p[3] + k) {}
+};
+
+inline Lanes gatherOne(const double* const* p, size_t k) {
+  return Lanes{p[0][k], p[1][k], p[2][k], p[3][k]};
+}
+
+/// C of the bodies of four lanes.
+struct ScaleLanes {
+  Lanes xx, yx, zx, yy, zy, zz, inverseMass;
+
+  explicit ScaleLanes(const BodyMass* const* m) {
+    const Rows a(&m[0]->scale.xx, &m[1]->scale.xx, &m[2]->scale.xx, &m[3]->scale.xx);
+    xx = a.row[0], yx = a.row[1], zx = a.row[2], yy = a.row[3];
+    zy = Lanes{m[0]->scale.zy, m[1]->scale.zy, m[2]->scale.zy, m[3]->scale.zy};
+    zz = Lanes{m[0]->scale.zz, m[1]->scale.zz, m[2]->scale.zz, m[3]->scale.zz};
+    inverseMass = Lanes{m[0]->inverseMass, m[1]->inverseMass, m[2]->inverseMass, m[3]->inverseMass};
+  }
+};
+
+/// Rows of `sign` lever C, for the lever by columns from `jacobian`[9] on.
+inline void scaleLever(const double* const* jacobians, const BodyMass* const* masses,
+                       const Lanes& sign, Lanes* lever, Lanes& inverseMass) {
+  const Rows a(jacobians, 9), b(jacobians, 13);
+  const Lanes last = gatherOne(jacobians, 17);
+  const Lanes x[3] = {a.row[0], a.row[1], a.row[2]}, y[3] = {a.row[3], b.row[0], b.row[1]},
+              z[3] = {b.row[2], b.row[3], last};
+  const ScaleLanes C(masses);
+  inverseMass = C.inverseMass;
+  for (size_t c = 0; c < 3; ++c) {
+    lever[3 * c] = sign * (x[c] * C.xx + y[c] * C.yx + z[c] * C.zx);
+    lever[3 * c + 1] = sign * (y[c] * C.yy + z[c] * C.zy);
+    lever[3 * c + 2] = sign * (z[c] * C.zz);
+  }
+}
+
+}  // namespace
+
+template <int sides>
+BatchMembers<sides>::BatchMembers() : problems{}, sign{} {
+  for (int s = 0; s < sides; ++s)
+    for (size_t l = 0; l < kLanes; ++l) {
+      jacobians[s][l] = kNoJacobian;
+      masses[s][l] = &kNoMass;
+    }
 }
 
 template <int sides>
-void ContactBatch<sides>::setBody(size_t lane, size_t side, std::uint32_t slot, double sign,
-                                  const Mat<3, 6>& G, const AngularScale& scale, double massInv) {
-  from[side][lane] = to[side][lane] = slot;
-  inverseMass[side][lane] = massInv;
-  for (int c = 0; c < 3; ++c) {
-    const Vec3 K = sign * scale.timesC({{G(c, 3), G(c, 4), G(c, 5)}});
-    for (int k = 0; k < 3; ++k) lever[side][3 * c + k][lane] = K[k];
-    if (side > 0) continue;
-    for (int k = 0; k < 3; ++k) frame[3 * c + k][lane] = sign * G(c, k);
-  }
+BatchBodies<sides>::BatchBodies() {
+  for (auto& side : slots)
+    for (std::uint32_t& slot : side) slot = kZeroSlot;
 }
 
 template <int sides>
-double ContactBatch<sides>::visit(BodyVelocity* velocities, double relaxation) {
-  Velocities<sides> bodies(*this, velocities);
-  const Lanes3 v = bodies.ofContacts(*this);
-  const Lanes3 old = {impulse[0], impulse[1], impulse[2]};
+bool BatchBodies<sides>::merge(const BatchBodies& other) {
+  BatchBodies merged = *this;
+  for (size_t l = 0; l < kLanes; ++l) {
+    if (other.slots[0][l] == kZeroSlot) continue;
+    const bool isNew = slots[0][l] == kZeroSlot;
+    for (int s = 0; s < sides; ++s) {
+      const std::uint32_t slot = other.slots[s][l];
+      if (!isNew && slot != slots[s][l]) return false;
+      merged.slots[s][l] = slot;
+      for (const auto& side : slots)
+        for (const std::uint32_t taken : side)
+          if (isNew && taken == slot) return false;
+    }
+  }
+  *this = merged;
+  return true;
+}
+
+template <int sides>
+void ContactBatch<sides>::fill(const BatchMembers<sides>& m) {
+  const Single3DContactProblem* p[kLanes];
+  used = 0;
+  for (size_t l = 0; l < kLanes; ++l) {
+    problems[l] = m.problems[l];
+    p[l] = problems[l] != nullptr ? problems[l] : &kNoProblem;
+    used |= problems[l] != nullptr ? 1u << l : 0u;
+  }
+  const auto gatherField = [&](auto field) {
+    return Lanes{field(*p[0]), field(*p[1]), field(*p[2]), field(*p[3])};
+  };
+  const auto gatherRows = [&](auto field) {
+    return Rows(field(*p[0]), field(*p[1]), field(*p[2]), field(*p[3]));
+  };
+  target = gatherField([](auto& q) { return q.targetVelZ_; });
+  opening = gatherField([](auto& q) { return q.openingVelZ_; });
+  const Lanes mu = gatherField([](auto& q) { return q.mu_; });
+  cone = mu * mu * kConeTolerance;
+  const Rows impulses = gatherRows([](auto& q) { return q.imp_.v; });
+  const Rows velocities = gatherRows([](auto& q) { return q.tauStar_.v; });
+  const Rows normals = gatherRows([](auto& q) { return q.delassus_.v + 5; });
+  const Rows front = gatherRows([](auto& q) { return q.delassusInv_.v; });
+  const Rows back = gatherRows([](auto& q) { return q.delassusInv_.v + 5; });
+  for (size_t k = 0; k < 3; ++k) {
+    impulse[k] = impulses.row[k];
+    free[k] = velocities.row[k];
+    normal[k] = normals.row[k + 1];
+  }
+  free[2] -= target;
+  stick[0] = -front.row[0];
+  stick[1] = -front.row[3];
+  stick[2] = -back.row[1];
+  stick[3] = -gatherField([](auto& q) { return q.delassusInv_[4]; });
+  stick[4] = -back.row[2];
+  stick[5] = -back.row[3];
+
+  const Rows a(m.jacobians[0], 0), b(m.jacobians[0], 4);
+  const Lanes last = gatherOne(m.jacobians[0], 8);
+  const Lanes columns[9] = {a.row[0], a.row[1], a.row[2], a.row[3], b.row[0],
+                            b.row[1], b.row[2], b.row[3], last};
+  for (size_t r = 0; r < 3; ++r)
+    for (size_t c = 0; c < 3; ++c) frame[3 * r + c] = m.sign * columns[3 * c + r];
+  scaleLever(m.jacobians[0], m.masses[0], m.sign, lever[0], inverseMass[0]);
+  if constexpr (sides == 2)
+    scaleLever(m.jacobians[1], m.masses[1], broadcast(-1.0), lever[1], inverseMass[1]);
+}
+
+namespace {
+
+/// One visit of all lanes of a batch. @return the square of the error per lane
+template <int sides>
+__attribute__((always_inline)) inline Lanes visitBatch(ContactBatch<sides>& batch,
+                                                       Velocities<sides>& bodies,
+                                                       double relaxation) {
+  const Lanes3 v = bodies.ofContacts(batch);
+  const Lanes *stick = batch.stick, *normal = batch.normal;
+  const Lanes3 old = {batch.impulse[0], batch.impulse[1], batch.impulse[2]};
   const Lanes w = normal[0] * old.x + (normal[1] * old.y + normal[2] * old.z);
   const Lanes z = v.z - w;  // without the own impulses
 
@@ -161,43 +280,62 @@ double ContactBatch<sides>::visit(BodyVelocity* velocities, double relaxation) {
                    stick[1] * v.x + (stick[3] * v.y + stick[4] * v.z),
                    stick[2] * v.x + (stick[4] * v.y + stick[5] * v.z)};
   const Lanes3 candidate = old + change;
-  const LaneMask opens = z + target > opening;
+  const LaneMask opens = z + batch.target > batch.opening;
   const LaneMask isInCone = (candidate.x * candidate.x + candidate.y * candidate.y <=
-                             cone * (candidate.z * candidate.z)) &
+                             batch.cone * (candidate.z * candidate.z)) &
                             (candidate.z >= 0.0);
   const Lanes r = broadcast(relaxation);
   change = {r * select(opens, -old.x, change.x), r * select(opens, -old.y, change.y),
             r * select(opens, -old.z, change.z)};
-  const unsigned slides = lanesSet(~(opens | isInCone)) & ((1u << count) - 1u);
-  if (slides != 0) slideLanes(*this, slides, candidate, v, z, relaxation, change);
+  const unsigned slides = lanesSet(~(opens | isInCone)) & batch.used;
+  if (slides != 0) change = slideLanes(batch, slides, candidate, v, z, relaxation, change);
+  forgetLoads();
 
-  impulse[0] = old.x + change.x;
-  impulse[1] = old.y + change.y;
-  impulse[2] = old.z + change.z;
-  bodies.handOn(*this, change, velocities);
+  batch.impulse[0] = old.x + change.x;
+  batch.impulse[1] = old.y + change.y;
+  batch.impulse[2] = old.z + change.z;
+  bodies.add(batch, change);
   const Lanes error = select(opens, w, v.z);
-  const Lanes squares = error * error;
-  if (count == kLanes) return sumOfLanes(squares);
-  double sum = 0.0;
-  for (size_t l = 0; l < count; ++l) sum += squares[l];
-  return sum;
+  return error * error;
+}
+
+}  // namespace
+
+template <int sides>
+double ContactRun<sides>::visit(bool forward, BodyVelocity* velocities, double relaxation) const {
+  Velocities<sides> inLanes(bodies, velocities);
+  Lanes squares{};
+  if (forward)
+    for (size_t i = 0; i < batches.size(); ++i)
+      squares += visitBatch(batches[i], inLanes, relaxation);
+  else
+    for (size_t i = batches.size(); i-- > 0;)
+      squares += visitBatch(batches[i], inLanes, relaxation);
+  inLanes.handOn(bodies, velocities);
+  return sumOfLanes(squares);
 }
 
 template <int sides>
-void ContactBatch<sides>::handOnImpulses(BodyVelocity* velocities) const {
-  const auto isAny = (impulse[0] != 0.0) | (impulse[1] != 0.0) | (impulse[2] != 0.0);
-  if (lanesSet(isAny) == 0) return;
-  Velocities<sides> bodies(*this, velocities);
-  bodies.handOn(*this, {impulse[0], impulse[1], impulse[2]}, velocities);
+void ContactRun<sides>::handOnImpulses(BodyVelocity* velocities) const {
+  Velocities<sides> inLanes(bodies, velocities);
+  for (const ContactBatch<sides>& batch : batches)
+    inLanes.add(batch, {batch.impulse[0], batch.impulse[1], batch.impulse[2]});
+  inLanes.handOn(bodies, velocities);
 }
 
 template <int sides>
 void ContactBatch<sides>::writeImpulses() const {
-  for (size_t l = 0; l < count; ++l)
-    problems[l]->imp_ = {{impulse[0][l], impulse[1][l], impulse[2][l]}};
+  for (size_t l = 0; l < kLanes; ++l)
+    if (problems[l] != nullptr) problems[l]->imp_ = {{impulse[0][l], impulse[1][l], impulse[2][l]}};
 }
 
+template struct BatchMembers<1>;
+template struct BatchMembers<2>;
+template struct BatchBodies<1>;
+template struct BatchBodies<2>;
 template struct ContactBatch<1>;
 template struct ContactBatch<2>;
+template struct ContactRun<1>;
+template struct ContactRun<2>;
 
 }  // namespace zelvik::contact

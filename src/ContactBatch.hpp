@@ -3,12 +3,15 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
 #include "Lanes.hpp"
 
 // Four contacts of rigid bodies that are visited at once: lane l of every number belongs to contact
-// l. No body appears twice, see `SweepOrder`.
+// l. No body appears twice, see `SweepOrder`. Points of a pair of bodies follow each other, so
+// batches one behind the other often have the same bodies; they make up a run, in which the
+// velocities of the bodies stay in lanes.
 
 namespace zelvik::contact {
 
@@ -44,6 +47,37 @@ struct AngularScale {
   }
 };
 
+/// What the sweeps read of a rigid body.
+struct BodyMass {
+  AngularScale scale;
+  double inverseMass = 0.0;  ///< (1/kg)
+};
+
+/// Places in the list of velocities: zeros; the bodies follow.
+constexpr std::uint32_t kZeroSlot = 0, kFirstBodySlot = 1;
+
+/// Whose contacts a batch holds. Lanes without a contact refer to zeros.
+template <int sides>
+struct BatchMembers {
+  Single3DContactProblem* problems[kLanes];  ///< null for none
+  const double* jacobians[sides][kLanes];    ///< 18 values each
+  const BodyMass* masses[sides][kLanes];
+  Lanes sign;  ///< of the first side
+
+  BatchMembers();
+};
+
+/// The bodies of a batch or a run: slots of their velocities.
+template <int sides>
+struct BatchBodies {
+  std::uint32_t slots[sides][kLanes];
+
+  BatchBodies();
+  /// Adds those of a batch that may join a run with these.
+  /// @return false, with nothing changed, if a lane has another body or one that another lane has
+  bool merge(const BatchBodies& other);
+};
+
 /// @tparam sides number of bodies of each contact; a single one has its sign in `frame` and `lever`
 template <int sides>
 struct ContactBatch {
@@ -57,26 +91,25 @@ struct ContactBatch {
   Lanes opening;             ///< normal velocity above which a contact opens (m/s)
   Lanes cone;        ///< factor on the square of the normal impulse of a contact that sticks
   Lanes impulse[3];  ///< (N s)
-  /// Where the velocities are read, and where they go: lanes without a contact read zeros that
-  /// nobody writes.
-  std::uint32_t from[sides][kLanes], to[sides][kLanes];
-  Single3DContactProblem* problems[kLanes];
-  std::uint32_t count;  ///< of lanes in use; what the others hold means nothing
+  Single3DContactProblem* problems[kLanes];  ///< null for none: all numbers of the lane are zero
+  unsigned used;                             ///< bit l is set if lane l has a contact
 
-  /// Writes a prepared problem of rank 3 with friction to the next lane.
-  void setProblem(size_t lane, Single3DContactProblem& problem);
-  /// Writes one of its bodies. @param slot of the body's velocity, @param sign -1 on the B side
-  void setBody(size_t lane, size_t side, std::uint32_t slot, double sign, const Mat<3, 6>& G,
-               const AngularScale& scale, double inverseMass);
-
-  /// One visit of all lanes. @return what they add to the error of the sweep (m^2/s^2)
-  double visit(BodyVelocity* velocities, double relaxation);
-  /// Hands the impulses of all lanes to the bodies.
-  void handOnImpulses(BodyVelocity* velocities) const;
+  /// Writes prepared problems of rank 3 with friction, and their bodies.
+  void fill(const BatchMembers<sides>& members);
   void writeImpulses() const;
 };
 
-/// Places in the list of velocities: zeros, and what nobody reads; the bodies follow.
-constexpr std::uint32_t kZeroSlot = 0, kUnreadSlot = 1, kFirstBodySlot = 2;
+/// Batches of a run and its bodies.
+template <int sides>
+struct ContactRun {
+  std::span<ContactBatch<sides>> batches;
+  const BatchBodies<sides>& bodies;
+
+  /// One visit of all batches, from the first to the last or backwards.
+  /// @return what they add to the error of the sweep (m^2/s^2)
+  double visit(bool forward, BodyVelocity* velocities, double relaxation) const;
+  /// Hands the impulses of all lanes to the bodies.
+  void handOnImpulses(BodyVelocity* velocities) const;
+};
 
 }  // namespace zelvik::contact

@@ -113,16 +113,29 @@ inline void ContactSweep::handOn(const ContactRow& row, const Lanes& change) {
   }
 }
 
-double ContactSweep::visit(size_t index, double relaxation) {
-  const SweepOrder::Stop& stop = order_.stops()[index];
-  switch (stop.kind) {
+double ContactSweep::sweep(bool forward, double relaxation) {
+  double error = 0.0;
+  if (forward)
+    for (size_t i = 0; i < runs_.size(); ++i) error += visitRun(runs_[i], forward, relaxation);
+  else
+    for (size_t i = runs_.size(); i-- > 0;) error += visitRun(runs_[i], forward, relaxation);
+  return error;
+}
+
+double ContactSweep::visitRun(const Run& run, bool forward, double relaxation) {
+  switch (run.kind) {
     case SweepOrder::ONE_BODY:
-      return oneBody_[stop.index].visit(bodyVelocities_.data(), relaxation);
+      return runOf(oneBody_, run).visit(forward, bodyVelocities_.data(), relaxation);
     case SweepOrder::TWO_BODIES:
-      return twoBodies_[stop.index].visit(bodyVelocities_.data(), relaxation);
+      return runOf(twoBodies_, run).visit(forward, bodyVelocities_.data(), relaxation);
     default:
-      return visitRow(rows_[stop.index], relaxation);
+      return visitRow(rows_[run.first], relaxation);
   }
+}
+
+template <int sides>
+inline ContactRun<sides> ContactSweep::runOf(Batches<sides>& all, const Run& run) {
+  return {{&all.batches[run.first], run.count}, all.bodies[run.first]};
 }
 
 double ContactSweep::visitRow(ContactRow& row, double relaxation) {
@@ -178,8 +191,12 @@ double ContactSweep::visitLimit(ContactRow& row) {
 }
 
 void ContactSweep::handOnInitialImpulses() {
-  for (const ContactBatch<1>& batch : oneBody_) batch.handOnImpulses(bodyVelocities_.data());
-  for (const ContactBatch<2>& batch : twoBodies_) batch.handOnImpulses(bodyVelocities_.data());
+  for (const Run& run : runs_) {
+    if (run.kind == SweepOrder::ONE_BODY)
+      runOf(oneBody_, run).handOnImpulses(bodyVelocities_.data());
+    if (run.kind == SweepOrder::TWO_BODIES)
+      runOf(twoBodies_, run).handOnImpulses(bodyVelocities_.data());
+  }
   for (const ContactRow& row : rows()) {
     if (row.kind == RowKind::CONTACT) {
       if (!isZero(row.impulse)) handOn(row, row.impulse);

@@ -20,7 +20,8 @@
 //   (records, velocities of objects)
 //
 // A batch holds up to four contacts with friction of rigid bodies only (`ContactBatch`), where
-// `SweepOrder` finds them; a row is one problem of any kind. A row knows the velocity of its
+// `SweepOrder` finds them; a row is one problem of any kind. Batches or rows one behind the other
+// that may be visited in one go make up a run. A row knows the velocity of its
 // contact from the velocities of up to two sides. What a side is:
 //
 //   body   a rigid body: three linear and three angular velocities, which the impulses of all of
@@ -109,10 +110,9 @@ class ContactSweep {
   /// Hands the impulses that the records already hold to the sides; those that no side takes become
   /// zero.
   void handOnInitialImpulses();
-  /// Stops of a sweep, each with one problem or several that do not touch each other's objects.
-  size_t stopCount() const { return order_.stops().size(); }
-  /// One visit of the problems at a stop. @return what they add to the error of the sweep (m^2/s^2)
-  double visit(size_t stop, double relaxation);
+  /// One visit of all problems, from the first to the last or backwards.
+  /// @return the error of the sweep (m^2/s^2)
+  double sweep(bool forward, double relaxation);
   /// Writes impulses back to the records, and velocities to the objects that hold them.
   void finish();
 
@@ -139,7 +139,25 @@ class ContactSweep {
   };
   struct Body {
     SingleBodyObject* body = nullptr;  ///< null for what is no rigid body
-    AngularScale scale;
+    BodyMass mass;
+  };
+  /// All batches of a kind, by place among the stops of the kind.
+  template <int sides>
+  struct Batches {
+    AlignedVector<ContactBatch<sides>> batches;
+    std::vector<BatchMembers<sides>> members;
+    /// The first batch of a run has the bodies of all.
+    std::vector<BatchBodies<sides>> bodies;
+
+    void clear();
+    void append(const SweepOrder::Stop& stop, Single3DContactProblem& problem, const Sides& who,
+                const std::vector<Body>& owners);
+    void fill();
+  };
+  /// Stops of a kind, one behind the other, that are visited in one go.
+  struct Run {
+    SweepOrder::Kind kind;
+    std::uint32_t first, count;  ///< among the stops of the kind
   };
 
   std::span<ContactRow> rows() { return {rows_.data(), rowCount_}; }
@@ -147,9 +165,10 @@ class ContactSweep {
   void startBody(SingleBodyObject& body);
   SweepOrder::Kind kindOf(const Single3DContactProblem& problem, const Sides& sides) const;
   void place(Single3DContactProblem& problem, size_t index);
+  void listRuns();
+  bool joinsRun(const Run& run, const SweepOrder::Stop& stop);
   template <int sides>
-  void appendToBatch(AlignedVector<ContactBatch<sides>>& batches, const SweepOrder::Stop& stop,
-                     Single3DContactProblem& problem, const Sides& who);
+  ContactRun<sides> runOf(Batches<sides>& all, const Run& run);
   void writeRow(Single3DContactProblem& problem, ContactRow& row);
   void attachBody(const Sides& who, size_t side, ContactRow& row);
   void attachRobot(ArticulatedSystem& system, const ContactProblemList& problems, size_t& limit);
@@ -163,14 +182,16 @@ class ContactSweep {
 
   Lanes velocity(const ContactRow& row) const;
   void handOn(const ContactRow& row, const Lanes& change);
+  double visitRun(const Run& run, bool forward, double relaxation);
   double visitRow(ContactRow& row, double relaxation);
   double visitContact(ContactRow& row, double relaxation);
   double visitLimit(ContactRow& row);
 
   SweepOrder order_;
-  AlignedVector<ContactBatch<1>> oneBody_;  ///< in the order of their stops, as the next two
-  AlignedVector<ContactBatch<2>> twoBodies_;
-  AlignedVector<ContactRow> rows_;
+  std::vector<Run> runs_;
+  Batches<1> oneBody_;
+  Batches<2> twoBodies_;
+  AlignedVector<ContactRow> rows_;              ///< in the order of their stops
   size_t rowCount_ = 0;                         ///< of those in use
   std::vector<Sides> sides_;                    ///< by problem
   std::vector<std::uint32_t> rowOf_;            ///< by problem

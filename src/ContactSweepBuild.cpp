@@ -59,6 +59,9 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
   twoBodies_.clear();
   rowCount_ = 0;
   for (size_t i = 0; i < problems.size(); ++i) place(problems[i], i);
+  oneBody_.fill();
+  twoBodies_.fill();
+  listRuns();
 
   robots_.clear();
   points_.clear();
@@ -101,13 +104,13 @@ void ContactSweep::listSides(const ContactProblemList& problems,
 void ContactSweep::startBody(SingleBodyObject& body) {
   Body& entry = bodies_[body.getIndexInWorld()];
   entry.body = &body;
-  entry.scale = AngularScale(body.mapInertiaInv_);
+  entry.mass = {AngularScale(body.mapInertiaInv_), body.mapMassInv_};
   BodyVelocity& velocity = bodyVelocities_[body.getIndexInWorld() + kFirstBodySlot];
   velocity = {};
   if (body.usesFullDelassus()) return;
   velocity.linear = lanesAt(body.genVel_.v);
   velocity.angular =
-      toLanes(entry.scale.solve({{body.genVel_[3], body.genVel_[4], body.genVel_[5]}}));
+      toLanes(entry.mass.scale.solve({{body.genVel_[3], body.genVel_[4], body.genVel_[5]}}));
 }
 
 SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sides& who) const {
@@ -116,7 +119,7 @@ SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sid
   int count = 0;
   for (const std::uint32_t object : who.object) {
     if (object == SweepOrder::kNobody) continue;
-    if (bodies_[object].body == nullptr || !bodies_[object].scale.isFactor)
+    if (bodies_[object].body == nullptr || !bodies_[object].mass.scale.isFactor)
       return SweepOrder::SINGLE;
     ++count;
   }
@@ -132,8 +135,8 @@ SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sid
 void ContactSweep::place(Single3DContactProblem& p, size_t index) {
   const Sides& who = sides_[index];
   const SweepOrder::Stop& stop = order_.insert(kindOf(p, who), who.object[0], who.object[1]);
-  if (stop.kind == SweepOrder::ONE_BODY) return appendToBatch(oneBody_, stop, p, who);
-  if (stop.kind == SweepOrder::TWO_BODIES) return appendToBatch(twoBodies_, stop, p, who);
+  if (stop.kind == SweepOrder::ONE_BODY) return oneBody_.append(stop, p, who, bodies_);
+  if (stop.kind == SweepOrder::TWO_BODIES) return twoBodies_.append(stop, p, who, bodies_);
   if (rowOf_.size() < sides_.size()) rowOf_.resize(sides_.size());
   rowOf_[index] = stop.index;
   if (rows_.size() == rowCount_) rows_.emplace_back();
@@ -145,24 +148,55 @@ void ContactSweep::place(Single3DContactProblem& p, size_t index) {
 }
 
 template <int sides>
-void ContactSweep::appendToBatch(AlignedVector<ContactBatch<sides>>& batches,
-                                 const SweepOrder::Stop& stop, Single3DContactProblem& p,
-                                 const Sides& who) {
-  if (stop.index == batches.size()) {
-    batches.emplace_back();
-    for (auto& slots : batches.back().to) std::fill(slots, slots + kLanes, kUnreadSlot);
+void ContactSweep::Batches<sides>::clear() {
+  members.clear();
+  bodies.clear();
+}
+
+template <int sides>
+void ContactSweep::Batches<sides>::append(const SweepOrder::Stop& stop, Single3DContactProblem& p,
+                                          const Sides& who, const std::vector<Body>& owners) {
+  if (stop.index == members.size()) {
+    members.emplace_back();
+    bodies.emplace_back();
   }
-  ContactBatch<sides>& batch = batches[stop.index];
+  BatchMembers<sides>& m = members[stop.index];
   const size_t lane = stop.count - 1;
-  batch.setProblem(lane, p);
+  m.problems[lane] = &p;
   size_t side = 0;
   for (size_t s = 0; s < 2; ++s) {
-    if (who.object[s] == SweepOrder::kNobody) continue;
-    const Body& entry = bodies_[who.object[s]];
-    batch.setBody(lane, side++, who.object[s] + kFirstBodySlot, s == 0 ? 1.0 : -1.0,
-                  entry.body->contactJacobian_[who.contact[s]], entry.scale,
-                  entry.body->mapMassInv_);
+    const std::uint32_t object = who.object[s];
+    if (object == SweepOrder::kNobody) continue;
+    const Body& owner = owners[object];
+    if (side == 0) m.sign[lane] = s == 0 ? 1.0 : -1.0;
+    m.jacobians[side][lane] = owner.body->contactJacobian_[who.contact[s]].v;
+    m.masses[side][lane] = &owner.mass;
+    bodies[stop.index].slots[side][lane] = object + kFirstBodySlot;
+    ++side;
   }
+}
+
+template <int sides>
+void ContactSweep::Batches<sides>::fill() {
+  if (batches.size() < members.size()) batches.resize(members.size());
+  for (size_t i = 0; i < members.size(); ++i) batches[i].fill(members[i]);
+}
+
+void ContactSweep::listRuns() {
+  runs_.clear();
+  for (const SweepOrder::Stop& stop : order_.stops())
+    if (!runs_.empty() && joinsRun(runs_.back(), stop))
+      ++runs_.back().count;
+    else
+      runs_.push_back({stop.kind, stop.index, 1});
+}
+
+/// Takes the bodies of a stop into those of a run, if they fit.
+bool ContactSweep::joinsRun(const Run& run, const SweepOrder::Stop& stop) {
+  if (run.kind != stop.kind || stop.kind == SweepOrder::SINGLE) return false;
+  return stop.kind == SweepOrder::ONE_BODY
+             ? oneBody_.bodies[run.first].merge(oneBody_.bodies[stop.index])
+             : twoBodies_.bodies[run.first].merge(twoBodies_.bodies[stop.index]);
 }
 
 void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
@@ -189,11 +223,12 @@ void ContactSweep::attachBody(const Sides& who, size_t s, ContactRow& row) {
   row.sideKinds[s] = SideKind::BODY;
   BodySide& side = row.bodies[s];
   side.velocity = &bodyVelocities_[who.object[s] + kFirstBodySlot];
+  entry.body->makeImpulseMaps();
   const Mat<3, 6>& G = entry.body->contactJacobian_[who.contact[s]];
   const Mat<6, 3>& B = entry.body->contactImpulseMap_[who.contact[s]];
   Mat33 leverT;
   for (int c = 0; c < 3; ++c) {
-    const Vec3 lever = entry.scale.timesC({{G(c, 3), G(c, 4), G(c, 5)}});
+    const Vec3 lever = entry.mass.scale.timesC({{G(c, 3), G(c, 4), G(c, 5)}});
     for (int k = 0; k < 3; ++k) leverT(k, c) = lever[k];
   }
   for (size_t k = 0; k < 3; ++k) {
@@ -201,7 +236,7 @@ void ContactSweep::attachBody(const Sides& who, size_t s, ContactRow& row) {
     side.lever.c[k] = sign * toLanes(zelvik::row(leverT, k));
     side.push.c[k] = sign * lanesAt(B.v + 6 * k);
     side.spin.c[k] =
-        sign * (entry.scale.isFactor ? toLanes(column(leverT, k)) : lanesAt(B.v + 6 * k + 3));
+        sign * (entry.mass.scale.isFactor ? toLanes(column(leverT, k)) : lanesAt(B.v + 6 * k + 3));
   }
 }
 
@@ -341,15 +376,15 @@ void ContactSweep::chooseCouplings() {
 }
 
 void ContactSweep::finish() {
-  for (const ContactBatch<1>& batch : oneBody_) batch.writeImpulses();
-  for (const ContactBatch<2>& batch : twoBodies_) batch.writeImpulses();
+  for (size_t i = 0; i < oneBody_.members.size(); ++i) oneBody_.batches[i].writeImpulses();
+  for (size_t i = 0; i < twoBodies_.members.size(); ++i) twoBodies_.batches[i].writeImpulses();
   for (const ContactRow& row : rows())
     if (row.kind == RowKind::CONTACT) row.problem->imp_ = toVec3(row.impulse);
   for (size_t o = 0; o < bodies_.size(); ++o) {
     SingleBodyObject* body = bodies_[o].body;
     if (body == nullptr || body->usesFullDelassus()) continue;
     const BodyVelocity& velocity = bodyVelocities_[o + kFirstBodySlot];
-    const Vec3 angular = bodies_[o].scale.times(toVec3(velocity.angular));
+    const Vec3 angular = bodies_[o].mass.scale.times(toVec3(velocity.angular));
     for (int k = 0; k < 3; ++k) {
       body->genVel_[k] = velocity.linear[k];
       body->genVel_[3 + k] = angular[k];

@@ -67,6 +67,12 @@ inline void storeImpulseMap(const Columns33& push, const Columns33& spin, Mat<6,
   storePair(B.v + 16, Pair{even[2], even[3]});
 }
 
+/// lever J, for a symmetric J
+inline Columns33 multiply(const Columns33& lever, const Mat33& J) {
+  return {{multiply(lever, J[0], J[1], J[2]), multiply(lever, J[3], J[4], J[5]),
+           multiply(lever, J[6], J[7], J[8])}};
+}
+
 /// G B
 inline Columns33 multiply(const Mat<3, 6>& G, const Mat<6, 3>& B) {
   const Columns33 R = loadColumns(G.v), lever = loadColumns(G.v + 9);
@@ -108,14 +114,14 @@ void SingleBodyObject::resizeBlockRows(size_t count) {
   for (DelassusAndTauStar& row : rows) row.blocks.resize(blockCount);
 }
 
-/// Per contact G = R [1, [p - com]x^T] and B = M^-1 G^T, what gives the contact's velocity and what
-/// an impulse does, and the own block D = G B = R ([a]^T J^-1 [a]) R^T + 1/m.
+/// Per contact G = R [1, [p - com]x^T], what gives the contact's velocity, and with B = M^-1 G^T
+/// the own block D = G B = R ([a]^T J^-1 [a]) R^T + 1/m.
 void SingleBodyObject::computeContactMaps() {
   const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   const size_t count = contacts.size();
   contactArm_.resize(count);
-  contactImpulseMap_.resize(count);
   contactJacobian_.resize(count);
+  areImpulseMapsMade_ = false;
   DelassusAndTauStar* rows = perObjectContact_.delassusAndTauStar_.data();
   const double m = mapMassInv_ = invMass_;
   const Mat33 J = mapInertiaInv_ = worldInertiaInv_;
@@ -126,15 +132,26 @@ void SingleBodyObject::computeContactMaps() {
     const Lanes &x = R.c[0], &y = R.c[1], &z = R.c[2];
     // In row c: (p - comPos) x t_c = t_c x a, and J^-1 times it.
     const Columns33 lever = {{y * a[2] - z * a[1], z * a[0] - x * a[2], x * a[1] - y * a[0]}};
-    const Columns33 spin = {{multiply(lever, J[0], J[1], J[2]), multiply(lever, J[3], J[4], J[5]),
-                             multiply(lever, J[6], J[7], J[8])}};
     storeJacobian(R, lever, contactJacobian_[i]);
-    storeImpulseMap({{m * x, m * y, m * z}}, spin, contactImpulseMap_[i]);
 
-    const Columns33 D = multiplyTransposed(lever, spin);
+    const Columns33 D = multiplyTransposed(lever, multiply(lever, J));
     storeColumns(rows[i].blocks[fullDelassus_ ? i : 0].v,
                  mirroredLower({{D.c[0] + Lanes{m, 0.0, 0.0, 0.0}, D.c[1] + Lanes{0.0, m, 0.0, 0.0},
                                  D.c[2] + Lanes{0.0, 0.0, m, 0.0}}}));
+  }
+}
+
+/// B = M^-1 G^T per contact. Sweeps over batches do without it: it is made when first asked for.
+void SingleBodyObject::makeImpulseMaps() {
+  if (areImpulseMapsMade_) return;
+  areImpulseMapsMade_ = true;
+  const size_t count = contactJacobian_.size();
+  contactImpulseMap_.resize(count);
+  for (size_t i = 0; i < count; ++i) {
+    const double* G = contactJacobian_[i].v;
+    const Columns33 R = loadColumns(G);
+    storeImpulseMap({{mapMassInv_ * R.c[0], mapMassInv_ * R.c[1], mapMassInv_ * R.c[2]}},
+                    multiply(loadColumns(G + 9), mapInertiaInv_), contactImpulseMap_[i]);
   }
 }
 
@@ -173,6 +190,7 @@ void SingleBodyObject::computeImpactVelocities() {
 
 /// G_i B_j for i < j, and its transpose
 void SingleBodyObject::computeCouplingBlocks() {
+  makeImpulseMaps();
   const size_t count = perObjectContact_.contacts_.size();
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   for (size_t i = 0; i + 1 < count; ++i)
@@ -209,6 +227,7 @@ void SingleBodyObject::subContactPointVel(size_t contactIdx, Mat<3, 1>& vel) {
 }
 
 void SingleBodyObject::updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) {
+  makeImpulseMaps();
   addProduct(contactImpulseMap_[contactIdx], impulseChange, genVel_);
 }
 
@@ -216,6 +235,7 @@ void SingleBodyObject::updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1
 void SingleBodyObject::applyContactImpulses() {
   if (fullDelassus_) {
     genVel_ = joined(linVelFree_, angVelFree_);
+    makeImpulseMaps();
     const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
     for (size_t i = 0; i < contacts.size(); ++i) {
       const contact::Contact& c = contacts[i];

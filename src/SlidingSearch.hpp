@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <array>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 #include <zelvik/rotation.hpp>
 
@@ -206,25 +207,49 @@ inline SlidingPoint falsePosition(const SlidingCurve& curve, SlidingPoint a, Sli
   return b.f * b.f < best.f * best.f ? b : best;
 }
 
-/// The first four steps of a march, each 1.3 times as long as the one before.
-inline const Turn<Lanes> kFirstTurns =
-    turnBy<4>(kFirstStep * Lanes{1.0, 1.0 + 1.3, 1.0 + 1.3 + 1.69, 1.0 + 1.3 + 1.69 + 2.197});
+constexpr int kMaxTrials = 15;       ///< of a march
+constexpr double kStepGrowth = 1.3;  ///< factor of a step on the one before
 
-inline SlidingPoints firstTrials(const SlidingCurve& curve, double sign) {
-  return curve.at(
-      Turn<Lanes>{sign * kFirstTurns.angle, kFirstTurns.cosine, sign * kFirstTurns.sine});
+/// The turns of a march as long as each step succeeds, four at a time.
+inline const std::array<Turn<Lanes>, 4> kMarchTurns = [] {
+  std::array<Turn<Lanes>, 4> turns{};
+  double angle = 0.0, step = kFirstStep;
+  for (size_t i = 0; i < 4 * kLanes; ++i, step *= kStepGrowth) {
+    angle += step;
+    const Turn<double> turn = turnBy<9>(angle);
+    Turn<Lanes>& four = turns[i / kLanes];
+    four.angle[i % kLanes] = turn.angle;
+    four.cosine[i % kLanes] = turn.cosine;
+    four.sine[i % kLanes] = turn.sine;
+  }
+  return turns;
+}();
+
+/// Four trials of a march that has not halved a step.
+inline SlidingPoints trialsOfTable(const SlidingCurve& curve, size_t block, double sign) {
+  const Turn<Lanes>& turn = kMarchTurns[block];
+  return curve.at(Turn<Lanes>{sign * turn.angle, turn.cosine, sign * turn.sine});
+}
+
+/// Four trials from an angle on.
+inline SlidingPoints trialsBehind(const SlidingCurve& curve, double theta, double step) {
+  constexpr double g = kStepGrowth, g2 = g * g, g3 = g2 * g;
+  const double theta0 = theta + step, theta1 = theta0 + g * step, theta2 = theta1 + g2 * step;
+  return curve.at(Lanes{theta0, theta1, theta2, theta2 + g3 * step});
 }
 
 /// Marches from `start` along the curve, downhill in energy, until the merit changes sign, and
 /// returns the best point found. A step that succeeds makes the next one longer by a known factor:
 /// four trials are computed at once and judged one by one.
 inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& start) {
-  constexpr int maxTrials = 15;
   SlidingPoint prev = start;
   const double sign = start.f < 0.0 ? 1.0 : -1.0;
   double step = sign * kFirstStep;
-  SlidingPoints trials = firstTrials(curve, sign);
+  bool isHalved = false;
   for (int k = 1;;) {
+    const SlidingPoints trials = isHalved
+                                     ? trialsBehind(curve, prev.theta, step)
+                                     : trialsOfTable(curve, static_cast<size_t>(k) / kLanes, sign);
     const Lanes outwards = curve.outwards(trials);
     for (size_t l = 0; l < kLanes; ++l) {
       const SlidingPoint now = pointOf(trials, l);
@@ -232,19 +257,17 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
       // enough, and the search stays where it is.
       if (now.r < 0.0 && step * step > 1e-34) {
         step *= 0.5;
+        isHalved = true;
         break;
       }
-      step *= 1.3;
-      if (!(now.f * prev.f > 0.0) || k == maxTrials || !(outwards[l] < 0.0)) {
+      step *= kStepGrowth;
+      if (!(now.f * prev.f > 0.0) || k == kMaxTrials || !(outwards[l] < 0.0)) {
         if (now.f * prev.f < 0.0) return falsePosition(curve, prev, now);
         return prev.f * prev.f > now.f * now.f ? now : prev;
       }
       prev = now;
       ++k;
     }
-    const double theta0 = prev.theta + step, theta1 = theta0 + 1.3 * step,
-                 theta2 = theta1 + 1.69 * step;
-    trials = curve.at(Lanes{theta0, theta1, theta2, theta2 + 2.197 * step});
   }
 }
 

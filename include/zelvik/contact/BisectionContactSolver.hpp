@@ -89,11 +89,12 @@ class ZELVIK_API BisectionContactSolver {
 
  private:
   void prepare(ContactProblemList& problems);
+  double bounceVelocity(const Single3DContactProblem& problem) const;
   void prepareProblem(Single3DContactProblem& problem) const;
   void keepSurfaceLayer(Single3DContactProblem& problem, double bounce) const;
   double visit(Single3DContactProblem& problem) const;
-  template <typename Visit>
-  void sweep(size_t problemCount, size_t count, Visit visit);
+  template <typename Sweep>
+  void repeat(size_t problemCount, Sweep sweep);
 
   int loopCounter_ = 0;
   bool forwardSweep_ = true;

@@ -252,7 +252,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   Mat<3, 1> angularDamping_{};         ///< (N m s/rad, body axes)
   double mapMassInv_ = 0.0;            ///< of which the maps are made (1/kg)
   Mat<3, 3> mapInertiaInv_{};          ///< of which the maps are made (world axes)
-  /// Per contact: six velocities per unit impulse along each contact axis.
+  /// Per contact: six velocities per unit impulse along each contact axis, by `makeImpulseMaps`.
   std::vector<Mat<6, 3>> contactImpulseMap_;
   /// Per contact: contact-frame velocity from the six velocities.
   std::vector<Mat<3, 6>> contactJacobian_;
@@ -271,6 +271,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void computeCouplingBlocks();
   void computeTauStar();
   void computeContactMaps();
+  void makeImpulseMaps();
   bool areContactMapsStale() const;
   void startFromFreeVelocity();
   void applyContactImpulses();
@@ -278,6 +279,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void integratePosition(double dt);
   void integrateOrientation(double dt);
 
+  bool areImpulseMapsMade_ = false;  ///< for the present `contactJacobian_`
   /// Block lists that the present number of contacts does not need, kept for their capacity.
   std::vector<DelassusRow> spareBlockRows_;
 };
