@@ -30,6 +30,14 @@ inline Vec3 velocityWithoutOwnImpulse(Single3DContactProblem& p) {
   return v;
 }
 
+/// Normal velocity before any impulse.
+inline double normalVelocity(const Single3DContactProblem& p) {
+  Vec3 v = p.tauStar_;
+  if (p.objA_ != nullptr) p.objA_->addContactPointVel(p.contactIdxA_, v);
+  if (p.objB_ != nullptr) p.objB_->subContactPointVel(p.contactIdxB_, v);
+  return v[2];
+}
+
 /// Hands the change of impulse to the objects that are queried. A change of exactly zero, as of a
 /// contact that stays open, has nothing to hand on.
 inline void updateObjects(Single3DContactProblem& p, const Vec3& old) {
@@ -70,22 +78,15 @@ void BisectionContactSolver::keepSurfaceLayer(Single3DContactProblem& p, double 
     p.targetVelZ_ = std::max(bounce, 0.0) - missing * erp_;
 }
 
-/// Normal velocity that a bounce asks for, or less than 0 for none (m/s).
-double BisectionContactSolver::bounceVelocity(const Single3DContactProblem& p) const {
-  const double restitution = p.restitution_ + erp2_;
-  if (restitution == 0.0) return 0.0;
-  Vec3 v = p.tauStar_;
-  if (p.objA_ != nullptr) p.objA_->addContactPointVel(p.contactIdxA_, v);
-  if (p.objB_ != nullptr) p.objB_->subContactPointVel(p.contactIdxB_, v);
-  return (v[2] - 2.0 * p.impactVel_ - p.restitutionThreshold_) * restitution;
-}
-
-void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
+/// @param normalVelocity at the start, with no impulse applied (m/s)
+void BisectionContactSolver::prepareProblem(Single3DContactProblem& p,
+                                            double normalVelocity) const {
   const Mat33& D = p.delassus_;
   p.muInvDzz_ = D(2, 2) * p.muInv_;
 
   // Target of the normal velocity: bounce above the threshold, and a share of the penetration.
-  const double bounce = bounceVelocity(p);
+  const double bounce =
+      (normalVelocity - 2.0 * p.impactVel_ - p.restitutionThreshold_) * (p.restitution_ + erp2_);
   p.targetVelZ_ = std::max(bounce, 0.0) - p.depth_ * erp_;
   p.openingVelZ_ = 0.0;
   if (surfaceLayer_ > 0.0) keepSurfaceLayer(p, bounce);
@@ -107,14 +108,17 @@ void BisectionContactSolver::prepareProblem(Single3DContactProblem& p) const {
   if (p.rank_ == Single3DContactProblem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
 }
 
-void BisectionContactSolver::prepare(ContactProblemList& problems) {
+/// @param normalVelocity of a problem by its place, see `prepareProblem`
+template <typename NormalVelocity>
+void BisectionContactSolver::prepare(ContactProblemList& problems, NormalVelocity normalVelocity) {
   loopCounter_ = 0;
   const size_t historySize = static_cast<size_t>(std::max(maxIterations_, 1));
   if (historySize > errorHistory_.size()) errorHistory_.resize(historySize);
-  for (Single3DContactProblem& p : problems) {
+  for (size_t i = 0; i < problems.size(); ++i) {
+    Single3DContactProblem& p = problems[i];
     p.checkRank();
     p.dzzInv_ = 1.0 / p.delassus_(2, 2);
-    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) prepareProblem(p);
+    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) prepareProblem(p, normalVelocity(i));
   }
 }
 
@@ -156,7 +160,7 @@ void BisectionContactSolver::repeat(size_t problemCount, Sweep sweep) {
 }
 
 void BisectionContactSolver::solve(ContactProblemList& problems) {
-  prepare(problems);
+  prepare(problems, [&](size_t i) { return normalVelocity(problems[i]); });
   repeat(problems.size(), [&](bool forward) {
     double error = 0.0;
     if (forward)
@@ -169,7 +173,8 @@ void BisectionContactSolver::solve(ContactProblemList& problems) {
 
 void BisectionContactSolver::solve(ContactProblemList& problems,
                                    const std::vector<Object*>& objects) {
-  prepare(problems);
+  rows_->listSides(problems, objects);
+  prepare(problems, [&](size_t i) { return rows_->normalVelocity(problems[i], i); });
   rows_->build(problems, objects);
   rows_->handOnInitialImpulses();
   repeat(problems.size(), [this](bool forward) { return rows_->sweep(forward, relaxation_); });

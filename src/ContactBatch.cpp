@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 #include "ContactLaw.hpp"
 #include "LaneAlgebra.hpp"
@@ -92,6 +93,9 @@ inline void forgetLoads() {
   asm volatile("" : : : "memory");
 }
 
+/// One lane. A value that is put into a vector in memory would have to wait there.
+constexpr LaneMask kOnly[kLanes] = {{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {0, 0, 0, -1}};
+
 /// Contacts that slide, one after the other: replaces their changes.
 /// @param which bit l is set if lane l slides, @param start impulses that would stick, @param v
 /// velocities minus targets with the impulses applied, @param z normal residuals without them
@@ -107,7 +111,10 @@ __attribute__((noinline)) Lanes3 slideLanes(const ContactBatch<sides>& batch, un
     u[2] += batch.target[l];
     p.imp_ = getLane(start, l);
     const double share = slide(p, u - p.delassus_ * old, z[l]) ? relaxation : 1.0;
-    setLane(change, l, share * (p.imp_ - old));
+    const Vec3 c = share * (p.imp_ - old);
+    change = {select(kOnly[l], broadcast(c[0]), change.x),
+              select(kOnly[l], broadcast(c[1]), change.y),
+              select(kOnly[l], broadcast(c[2]), change.z)};
   }
   return change;
 }
@@ -214,6 +221,10 @@ bool BatchBodies<sides>::merge(const BatchBodies& other) {
   return true;
 }
 
+static_assert(offsetof(Single3DContactProblem, targetVelZ_) ==
+                  offsetof(Single3DContactProblem, tauStar_) + 3 * sizeof(double),
+              "they are read together");
+
 template <int sides>
 void ContactBatch<sides>::fill(const BatchMembers<sides>& m) {
   const Single3DContactProblem* p[kLanes];
@@ -229,12 +240,12 @@ void ContactBatch<sides>::fill(const BatchMembers<sides>& m) {
   const auto gatherRows = [&](auto field) {
     return Rows(field(*p[0]), field(*p[1]), field(*p[2]), field(*p[3]));
   };
-  target = gatherField([](auto& q) { return q.targetVelZ_; });
+  const Rows impulses = gatherRows([](auto& q) { return q.imp_.v; });
+  const Rows velocities = gatherRows([](auto& q) { return q.tauStar_.v; });  // and the target
+  target = velocities.row[3];
   opening = gatherField([](auto& q) { return q.openingVelZ_; });
   const Lanes mu = gatherField([](auto& q) { return q.mu_; });
   cone = mu * mu * kConeTolerance;
-  const Rows impulses = gatherRows([](auto& q) { return q.imp_.v; });
-  const Rows velocities = gatherRows([](auto& q) { return q.tauStar_.v; });
   const Rows normals = gatherRows([](auto& q) { return q.delassus_.v + 5; });
   const Rows front = gatherRows([](auto& q) { return q.delassusInv_.v; });
   const Rows back = gatherRows([](auto& q) { return q.delassusInv_.v + 5; });
@@ -304,13 +315,17 @@ __attribute__((always_inline)) inline Lanes visitBatch(ContactBatch<sides>& batc
 template <int sides>
 double ContactRun<sides>::visit(bool forward, BodyVelocity* velocities, double relaxation) const {
   Velocities<sides> inLanes(bodies, velocities);
-  Lanes squares{};
-  if (forward)
-    for (size_t i = 0; i < batches.size(); ++i)
-      squares += visitBatch(batches[i], inLanes, relaxation);
-  else
-    for (size_t i = batches.size(); i-- > 0;)
-      squares += visitBatch(batches[i], inLanes, relaxation);
+  Lanes squares;
+  if (batches.size() == 1) {  // has all in registers
+    squares = visitBatch(batches.front(), inLanes, relaxation);
+    inLanes.handOn(bodies, velocities);
+    return sumOfLanes(squares);
+  }
+  squares = Lanes{};
+  const std::ptrdiff_t way = forward ? 1 : -1;
+  ContactBatch<sides>* batch = forward ? &batches.front() : &batches.back();
+  for (size_t i = 0; i < batches.size(); ++i, batch += way)
+    squares += visitBatch(*batch, inLanes, relaxation);
   inLanes.handOn(bodies, velocities);
   return sumOfLanes(squares);
 }

@@ -16,8 +16,8 @@
 // through objects. A sweep wants little data in one piece, so the problems of a step are written
 // out as batches and rows:
 //
-//   caller's step -> prepare (records) -> build (batches, rows) -> visit, visit, ... -> finish
-//   (records, velocities of objects)
+//   caller's step -> listSides -> prepare (records) -> build (batches, rows) -> sweep, sweep, ...
+//   -> finish (records, velocities of objects)
 //
 // A batch holds up to four contacts with friction of rigid bodies only (`ContactBatch`), where
 // `SweepOrder` finds them; a row is one problem of any kind. Batches or rows one behind the other
@@ -105,7 +105,11 @@ class ContactSweep {
   /// Points of a robot above which blocks between all of them cost more than they save.
   static constexpr size_t kMaxPoints = 32;
 
-  /// Writes out prepared problems. @param objects the objects of the world in list order
+  /// Finds out who takes part in which problem. @param objects those of the world in list order
+  void listSides(const ContactProblemList& problems, const std::vector<Object*>& objects);
+  /// Normal velocity of a problem before any impulse (m/s). @param index its place in the list
+  double normalVelocity(const Single3DContactProblem& problem, size_t index) const;
+  /// Writes out prepared problems whose sides are listed.
   void build(ContactProblemList& problems, const std::vector<Object*>& objects);
   /// Hands the impulses that the records already hold to the sides; those that no side takes become
   /// zero.
@@ -161,7 +165,6 @@ class ContactSweep {
   };
 
   std::span<ContactRow> rows() { return {rows_.data(), rowCount_}; }
-  void listSides(const ContactProblemList& problems, const std::vector<Object*>& objects);
   void startBody(SingleBodyObject& body);
   SweepOrder::Kind kindOf(const Single3DContactProblem& problem, const Sides& sides) const;
   void place(Single3DContactProblem& problem, size_t index);

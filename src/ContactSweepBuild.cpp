@@ -53,7 +53,6 @@ void transposeBlock(const Lanes* from, Lanes* to) {
 }  // namespace
 
 void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*>& objects) {
-  listSides(problems, objects);
   order_.clear(objects.size());
   oneBody_.clear();
   twoBodies_.clear();
@@ -99,6 +98,30 @@ void ContactSweep::listSides(const ContactProblemList& problems,
     if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) break;
     sides_[i - 1].object[0] = static_cast<std::uint32_t>(p.objA_->getIndexInWorld());
   }
+}
+
+double ContactSweep::normalVelocity(const Single3DContactProblem& p, size_t index) const {
+  const Sides& who = sides_[index];
+  double z = p.tauStar_[2];
+  for (size_t s = 0; s < 2; ++s) {
+    Object* asked = s == 0 ? p.objA_ : p.objB_;
+    if (asked == nullptr) continue;  // `tauStar_` has it
+    const std::uint32_t object = who.object[s];
+    const SingleBodyObject* body =
+        object != SweepOrder::kNobody ? bodies_[object].body : nullptr;
+    if (body != nullptr) {
+      const double* g = body->contactJacobian_[who.contact[s]].v + 2;
+      const double* u = body->genVel_.v;
+      const double v =
+          (g[0] * u[0] + g[3] * u[1] + g[6] * u[2]) + (g[9] * u[3] + g[12] * u[4] + g[15] * u[5]);
+      z += s == 0 ? v : -v;
+      continue;
+    }
+    Vec3 v{};
+    asked->addContactPointVel(s == 0 ? p.contactIdxA_ : p.contactIdxB_, v);
+    z += s == 0 ? v[2] : -v[2];
+  }
+  return z;
 }
 
 void ContactSweep::startBody(SingleBodyObject& body) {

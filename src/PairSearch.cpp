@@ -3,12 +3,16 @@
 #include "PairSearch.hpp"
 
 #include <algorithm>
+#include <zelvik/object/GeomRecord.hpp>
+#include <zelvik/object/Object.hpp>
 
 namespace zelvik {
 
-const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
+const std::vector<GeomPair>& PairSearch::findPairs(dSpaceID space,
+                                                   const std::vector<Object*>& objects) {
   const bool sorted = dSpaceGetClass(space) == dSweepAndPruneSpaceClass;
   readGeoms(space, sorted);
+  readOwners(objects);
   if (sorted) sortBegins();
   groups_.resize(laneCount(begins_.size()));
   for (size_t g = 0; g < groups_.size(); ++g) writeGroup(g * kLanes, groups_[g]);
@@ -34,6 +38,15 @@ void PairSearch::readGeoms(dSpaceID space, bool sorted) {
   lastGeoms_ = geoms_;
   begins_.resize(geoms_.size());
   for (size_t i = 0; i < geoms_.size(); ++i) begins_[i].place = static_cast<std::uint32_t>(i);
+}
+
+void PairSearch::readOwners(const std::vector<Object*>& objects) {
+  owners_.resize(geoms_.size());
+  for (size_t i = 0; i < geoms_.size(); ++i) {
+    const size_t owner = geomRecord(geoms_[i]).objectIdx;
+    const bool moves = owner < objects.size() && objects[owner]->getBodyType() == BodyType::DYNAMIC;
+    owners_[i] = moves ? static_cast<std::uint32_t>(owner) : GeomPair::kNobody;
+  }
 }
 
 /// Geoms that begin together stand as they do in the space, whatever has been before.
@@ -79,6 +92,10 @@ void PairSearch::writeGroup(size_t first, Group& group) {
   group.collide = Bits{collide[0], collide[1], collide[2], collide[3]};
 }
 
+inline void PairSearch::append(std::uint32_t first, std::uint32_t second) {
+  pairs_.push_back({geoms_[first], geoms_[second], owners_[first], owners_[second]});
+}
+
 template <bool sorted>
 void PairSearch::appendPairsOf(size_t geom) {
   const Group& a = groups_[geom / kLanes];
@@ -100,9 +117,9 @@ void PairSearch::appendPairsOf(size_t geom) {
     for (unsigned found = ~lanesSet(apart) & ahead; found != 0; found &= found - 1) {
       const std::uint32_t other = others[__builtin_ctz(found)].place;
       if (!sorted || place < other)
-        pairs_.push_back({geoms_[place], geoms_[other]});
+        append(place, other);
       else
-        pairs_.push_back({geoms_[other], geoms_[place]});
+        append(other, place);
     }
     ahead = 15u;
   }

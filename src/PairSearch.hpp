@@ -11,22 +11,29 @@
 
 namespace zelvik {
 
+class Object;
+
+/// Two geoms that may collide.
+struct GeomPair {
+  static constexpr std::uint32_t kNobody = ~0u;
+
+  dGeomID first, second;                  ///< as they stand in the space
+  std::uint32_t firstOwner, secondOwner;  ///< objects by place, or `kNobody` if they cannot move
+};
+
 /// The pairs of a simple or a sweep-and-prune space that may collide: those that `dSpaceCollide`
 /// reports, at a fraction of its cost for many geoms. It reads each pair through pointers; here the
 /// boxes of all geoms are written out once and compared four at a time.
 class PairSearch {
  public:
-  struct Pair {
-    dGeomID first, second;  ///< as they stand in the space
-  };
-
   /// Pairs of enabled geoms whose groups and masks match and whose bounding boxes meet. Good until
   /// the next call.
   ///
   /// In a simple space each geom is compared with all, and the pairs have ODE's order. In a
   /// sweep-and-prune space geoms are sorted along x and each is compared with those that begin
   /// before it ends; pairs are ordered by where their geoms begin.
-  const std::vector<Pair>& findPairs(dSpaceID space);
+  /// @param objects those of the world
+  const std::vector<GeomPair>& findPairs(dSpaceID space, const std::vector<Object*>& objects);
 
  private:
   using Bits = unsigned long __attribute__((vector_size(32)));
@@ -43,6 +50,8 @@ class PairSearch {
   };
 
   void readGeoms(dSpaceID space, bool sorted);
+  void readOwners(const std::vector<Object*>& objects);
+  void append(std::uint32_t first, std::uint32_t second);
   static bool isBefore(const Begin& a, const Begin& b);
   void sortBegins();
   void writeGroup(size_t first, Group& group);
@@ -50,11 +59,12 @@ class PairSearch {
   void appendPairsOf(size_t geom);
 
   std::vector<dGeomID> geoms_;                  ///< enabled ones, in the order of the space
+  std::vector<std::uint32_t> owners_;           ///< of the same, see `GeomPair`
   std::vector<dGeomID> lastGeoms_;              ///< those for which `begins_` is sorted
   bool areOthers_ = true, wereSorted_ = false;  ///< than in the last call
   std::vector<Begin> begins_;                   ///< in the order of the search
   std::vector<Group> groups_;                   ///< of the same
-  std::vector<Pair> pairs_;
+  std::vector<GeomPair> pairs_;
 };
 
 }  // namespace zelvik

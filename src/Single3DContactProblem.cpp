@@ -65,13 +65,13 @@ void matrixInversion22(const Mat<2, 2>& in, Mat<2, 2>& out) {
 
 Single3DContactProblem::Single3DContactProblem(const MaterialPairProperties& prop, double x,
                                                double y, double z, double depth)
-    : position_{{x, y, z}},
-      mu_(prop.friction),
+    : mu_(prop.friction),
       muInv_(1.0 / prop.friction),
       negMuSquared_(-prop.friction * prop.friction),
       restitution_(prop.restitution),
       restitutionThreshold_(prop.restitutionThreshold),
-      depth_(depth) {}
+      depth_(depth),
+      position_{{x, y, z}} {}
 
 void Single3DContactProblem::setLine(const Mat<3, 1>& c2) {
   rank_ = LINE;

@@ -121,7 +121,8 @@ void SingleBodyObject::computeContactMaps() {
   const size_t count = contacts.size();
   contactArm_.resize(count);
   contactJacobian_.resize(count);
-  areImpulseMapsMade_ = false;
+  areImpulseMapsMade_ = fullDelassus_;
+  if (fullDelassus_) contactImpulseMap_.resize(count);
   DelassusAndTauStar* rows = perObjectContact_.delassusAndTauStar_.data();
   const double m = mapMassInv_ = invMass_;
   const Mat33 J = mapInertiaInv_ = worldInertiaInv_;
@@ -134,14 +135,18 @@ void SingleBodyObject::computeContactMaps() {
     const Columns33 lever = {{y * a[2] - z * a[1], z * a[0] - x * a[2], x * a[1] - y * a[0]}};
     storeJacobian(R, lever, contactJacobian_[i]);
 
-    const Columns33 D = multiplyTransposed(lever, multiply(lever, J));
+    const Columns33 spin = multiply(lever, J);
+    if (fullDelassus_) storeImpulseMap({{m * x, m * y, m * z}}, spin, contactImpulseMap_[i]);
+
+    const Columns33 D = multiplyTransposed(lever, spin);
     storeColumns(rows[i].blocks[fullDelassus_ ? i : 0].v,
                  mirroredLower({{D.c[0] + Lanes{m, 0.0, 0.0, 0.0}, D.c[1] + Lanes{0.0, m, 0.0, 0.0},
                                  D.c[2] + Lanes{0.0, 0.0, m, 0.0}}}));
   }
 }
 
-/// B = M^-1 G^T per contact. Sweeps over batches do without it: it is made when first asked for.
+/// B = M^-1 G^T per contact. Without blocks the sweeps hardly need it: it is made when first asked
+/// for.
 void SingleBodyObject::makeImpulseMaps() {
   if (areImpulseMapsMade_) return;
   areImpulseMapsMade_ = true;

@@ -8,6 +8,7 @@
 #include "ImpulseMemory.hpp"
 #include "ObjectGeoms.hpp"
 #include "OdeGuard.hpp"
+#include "PairOrder.hpp"
 #include "PairSearch.hpp"
 
 namespace zelvik {
@@ -49,6 +50,7 @@ void World::init() {
   attachGeomRecord(rayGeom_);
   contactGeoms_.resize(kInitialContactGeoms);
   pairSearch_ = std::make_unique<PairSearch>();
+  pairOrder_ = std::make_unique<PairOrder>();
   rayHits_.hits.resize(kMaxRayHits);
   wireMaterial_.friction = 0.8;
   wireMaterial_.restitution = 0.0;

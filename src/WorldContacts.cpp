@@ -8,6 +8,7 @@
 #include "CylinderOnPlane.hpp"
 #include "ObjectGeoms.hpp"
 #include "OdeGuard.hpp"
+#include "PairOrder.hpp"
 #include "PairSearch.hpp"
 
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
@@ -119,11 +120,18 @@ void nearCallback(void* data, dGeomID o1, dGeomID o2) {
   }
 }
 
+/// Our own search. A simple space keeps the order of ODE: which bodies are far away then makes no
+/// difference to those that touch.
+const std::vector<GeomPair>& World::searchPairs() {
+  const std::vector<GeomPair>& found = pairSearch_->findPairs(worldSpace_, objectList_);
+  const bool isSorted = dSpaceGetClass(worldSpace_) == dSweepAndPruneSpaceClass;
+  return isSorted ? pairOrder_->arrange(found, objectList_.size()) : found;
+}
+
 void World::detectCollisions() {
   numContactGeoms_ = 0;
   if (usesPairSearch(worldSpace_))
-    for (const PairSearch::Pair& pair : pairSearch_->findPairs(worldSpace_))
-      testPair(pair.first, pair.second);
+    for (const GeomPair& pair : searchPairs()) testPair(pair.first, pair.second);
   else
     dSpaceCollide(worldSpace_, this, nearCallback);
   for (const Object* object : objectList_) {
@@ -164,44 +172,57 @@ struct World::ContactSides {
   bool canMove() const { return typeA == BodyType::DYNAMIC || typeB == BodyType::DYNAMIC; }
 };
 
-void World::appendContact(const ContactSides& s, const Mat<3, 1>& position, const Mat<3, 1>& normal,
-                          double depth, const MaterialPairProperties& material) {
+void World::appendContact(const ContactSides& s, const Mat<3, 3>& frame, const Mat<3, 1>& position,
+                          const Mat<3, 1>& normal, double depth,
+                          const MaterialPairProperties& material) {
   std::vector<contact::Contact>&contactsA = s.A.getContacts(), &contactsB = s.B.getContacts();
   const int problem = static_cast<int>(contactProblems_.size());
   const size_t a = contactsA.size(), worldA = s.A.getIndexInWorld(), worldB = s.B.getIndexInWorld();
   // The twin of a contact inside one object comes right behind it.
   const size_t b = contactsB.size() + (&s.A == &s.B && s.typeA != BodyType::STATIC ? 1 : 0);
   if (s.typeA != BodyType::STATIC)
-    contactsA.emplace_back(position, normal, s.aIsObjectA, problem, a, worldB, s.typeB, b, s.bodyA,
-                           depth);
+    contactsA.emplace_back(frame, position, normal, s.aIsObjectA, problem, a, worldB, s.typeB, b,
+                           s.bodyA, depth);
   if (s.typeA != BodyType::STATIC && s.typeB != BodyType::STATIC)
     contactsB.emplace_back(contactsA[a], s.bIsObjectA, b, worldA, s.typeA, a, s.bodyB);
   else if (s.typeB != BodyType::STATIC)
-    contactsB.emplace_back(position, normal, s.bIsObjectA, problem, b, worldA, s.typeA, a - 1,
-                           s.bodyB, depth);
+    contactsB.emplace_back(frame, position, normal, s.bIsObjectA, problem, b, worldA, s.typeA,
+                           a - 1, s.bodyB, depth);
   contactProblems_.emplace_back(material, position[0], position[1], position[2], depth);
 }
 
 void World::buildContacts() {
-  // The points of a pair come one behind the other: names of materials are looked up once for all.
-  const GeomRecord *record1 = nullptr, *record2 = nullptr;
-  const MaterialPairProperties* material = nullptr;
-  for (int i = 0; i < numContactGeoms_; ++i) {
-    const dContactGeom& g = contactGeoms_[static_cast<size_t>(i)];
-    const GeomRecord &r1 = geomRecord(g.g1), &r2 = geomRecord(g.g2);
-    const ContactSides sides = {*objectList_[r1.objectIdx], r1.localBodyIdx, true,
-                                *objectList_[r2.objectIdx], r2.localBodyIdx, false};
-    if (!sides.canMove()) continue;
-    if (&sides.A == &sides.B && selfContactExists(sides.A, sides.bodyA, sides.bodyB)) continue;
+  // The points of a pair come one behind the other.
+  for (size_t i = 0, end; i < static_cast<size_t>(numContactGeoms_); i = end) {
+    const dContactGeom& first = contactGeoms_[i];
+    for (end = i + 1; end < static_cast<size_t>(numContactGeoms_); ++end)
+      if (contactGeoms_[end].g1 != first.g1 || contactGeoms_[end].g2 != first.g2) break;
+    buildContactsOfPair(i, end);
+  }
+}
 
-    Vec3 n{{g.normal[0], g.normal[1], g.normal[2]}};
-    n *= 1.0 / norm(n);
-    if (&r1 != record1 || &r2 != record2) {
-      record1 = &r1;
-      record2 = &r2;
-      material = &materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
+/// From raw points of one pair, from `first` to before `end`.
+void World::buildContactsOfPair(size_t first, size_t end) {
+  const GeomRecord& r1 = geomRecord(contactGeoms_[first].g1);
+  const GeomRecord& r2 = geomRecord(contactGeoms_[first].g2);
+  const ContactSides sides = {*objectList_[r1.objectIdx], r1.localBodyIdx, true,
+                              *objectList_[r2.objectIdx], r2.localBodyIdx, false};
+  if (!sides.canMove()) return;
+  const MaterialPairProperties& material =
+      materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
+  Vec3 rawNormal{}, normal{};
+  Mat33 frame{};
+  for (size_t i = first; i < end; ++i) {
+    const dContactGeom& g = contactGeoms_[i];
+    if (&sides.A == &sides.B && selfContactExists(sides.A, sides.bodyA, sides.bodyB)) return;
+    // Most points of a pair share their normal.
+    const Vec3 n{{g.normal[0], g.normal[1], g.normal[2]}};
+    if (n[0] != rawNormal[0] || n[1] != rawNormal[1] || n[2] != rawNormal[2]) {
+      rawNormal = n;
+      normal = (1.0 / norm(n)) * n;
+      frame = contact::Contact::frameOf(normal);
     }
-    appendContact(sides, {{g.pos[0], g.pos[1], g.pos[2]}}, n, -g.depth, *material);
+    appendContact(sides, frame, {{g.pos[0], g.pos[1], g.pos[2]}}, normal, -g.depth, material);
   }
 }
 
@@ -214,7 +235,8 @@ void World::appendWireProblems() {
     const ContactSides sides = {*wire->getBody1(), wire->getLocalIdx1(), firstIsA,
                                 *wire->getBody2(), wire->getLocalIdx2(), !firstIsA};
     if (!sides.canMove()) continue;
-    appendContact(sides, wire->getP1(), wire->getNorm(), -std::fabs(stretch), wireMaterial_);
+    appendContact(sides, contact::Contact::frameOf(wire->getNorm()), wire->getP1(), wire->getNorm(),
+                  -std::fabs(stretch), wireMaterial_);
     contactProblems_.back().rank_ = contact::Single3DContactProblem::NORMAL_ONLY;
   }
 }

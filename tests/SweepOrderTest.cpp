@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
+#include <set>
+
+#include "PairOrder.hpp"
 
 namespace zelvik {
 namespace {
@@ -94,6 +98,38 @@ TEST(SweepOrder, FillsStopsThatAreNotFull) {
   EXPECT_EQ(order.count(SweepOrder::TWO_BODIES), 3u);
   EXPECT_EQ(order.count(SweepOrder::ONE_BODY), 1u);
   EXPECT_EQ(order.stops()[3].count, 2u);
+}
+
+/// Pairs of a chain of objects stand in its order, in which each one has an object in common with
+/// the next. Objects from `fixed` on do not move.
+std::vector<GeomPair> chainOfPairs(std::uint32_t length, std::uint32_t fixed) {
+  std::vector<GeomPair> pairs;
+  for (std::uint32_t i = 0; i + 1 < length; ++i)
+    pairs.push_back({nullptr, nullptr, i < fixed ? i : GeomPair::kNobody,
+                     i + 1 < fixed ? i + 1 : GeomPair::kNobody});
+  return pairs;
+}
+
+TEST(PairOrder, NeighboursHaveNoObjectInCommonAndStayNear) {
+  PairOrder order;
+  for (const std::uint32_t fixed : {200u, 100u, 0u}) {
+    const std::vector<GeomPair> pairs = chainOfPairs(200, fixed);
+    const std::vector<GeomPair>& arranged = order.arrange(pairs, 200);
+    ASSERT_EQ(arranged.size(), pairs.size());
+    std::set<std::uint32_t> seen;
+    for (size_t i = 0; i < arranged.size(); ++i) {
+      if (arranged[i].firstOwner == GeomPair::kNobody) continue;
+      EXPECT_TRUE(seen.insert(arranged[i].firstOwner).second);
+      EXPECT_NEAR(static_cast<double>(arranged[i].firstOwner), static_cast<double>(i), 16.0);
+      for (size_t k = i / 4 * 4; k < i && i < 180; ++k)
+        EXPECT_TRUE(arranged[k].firstOwner + 1 < arranged[i].firstOwner ||
+                    arranged[i].firstOwner + 1 < arranged[k].firstOwner);
+    }
+    EXPECT_EQ(seen.size(), std::min(fixed, 199u));
+  }
+  // All have an object in common: none is lost.
+  const std::vector<GeomPair> crowd(40, GeomPair{nullptr, nullptr, GeomPair::kNobody, 7});
+  EXPECT_EQ(order.arrange(crowd, 200).size(), 40u);
 }
 
 }  // namespace

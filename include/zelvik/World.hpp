@@ -30,7 +30,9 @@
 namespace zelvik {
 
 class ImpulseMemory;
+class PairOrder;
 class PairSearch;
+struct GeomPair;
 
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
 /// material table.
@@ -332,15 +334,17 @@ class ZELVIK_API World {
   void moveLastObjectTo(size_t index);
 
   void detectCollisions();
+  const std::vector<GeomPair>& searchPairs();
   void testPair(dGeomID o1, dGeomID o2);
   void buildContacts();
+  void buildContactsOfPair(size_t first, size_t end);
   void updateWires();
   void storeImpulses();
   void appendWireProblems();
   /// The two sides of a contact before it has records.
   struct ContactSides;
-  void appendContact(const ContactSides& sides, const Mat<3, 1>& position, const Mat<3, 1>& normal,
-                     double depth, const MaterialPairProperties& material);
+  void appendContact(const ContactSides& sides, const Mat<3, 3>& frame, const Mat<3, 1>& position,
+                     const Mat<3, 1>& normal, double depth, const MaterialPairProperties& material);
   void testRay(dGeomID geom);
   int collideRayWithMesh(dGeomID mesh, int capacity, dContactGeom* points);
 
@@ -355,6 +359,7 @@ class ZELVIK_API World {
   std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
   int numContactGeoms_ = 0;                 ///< used entries of it
   std::unique_ptr<PairSearch> pairSearch_;  ///< for `SIMPLE` and `SWEEP_AND_PRUNE`
+  std::unique_ptr<PairOrder> pairOrder_;    ///< of what it finds
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;

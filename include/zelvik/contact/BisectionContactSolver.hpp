@@ -88,9 +88,9 @@ class ZELVIK_API BisectionContactSolver {
   }
 
  private:
-  void prepare(ContactProblemList& problems);
-  double bounceVelocity(const Single3DContactProblem& problem) const;
-  void prepareProblem(Single3DContactProblem& problem) const;
+  template <typename NormalVelocity>
+  void prepare(ContactProblemList& problems, NormalVelocity normalVelocity);
+  void prepareProblem(Single3DContactProblem& problem, double normalVelocity) const;
   void keepSurfaceLayer(Single3DContactProblem& problem, double bounce) const;
   double visit(Single3DContactProblem& problem) const;
   template <typename Sweep>

@@ -35,7 +35,15 @@ struct Contact {
   Contact(const Mat<3, 1>& position, const Mat<3, 1>& normal, bool objectA, int contactProblemIndex,
           size_t contactIndex, size_t pairObjectIndex, BodyType pairBodyType,
           size_t pairContactIndex, size_t localBodyIndex, double depth)
-      : position_(position),
+      : Contact(frameOf(normal), position, normal, objectA, contactProblemIndex, contactIndex,
+                pairObjectIndex, pairBodyType, pairContactIndex, localBodyIndex, depth) {}
+
+  /// The same for a normal whose frame is known, see `frameOf`.
+  Contact(const Mat<3, 3>& frame, const Mat<3, 1>& position, const Mat<3, 1>& normal, bool objectA,
+          int contactProblemIndex, size_t contactIndex, size_t pairObjectIndex,
+          BodyType pairBodyType, size_t pairContactIndex, size_t localBodyIndex, double depth)
+      : frame_(frame),
+        position_(position),
         normal_(normal),
         depth_(depth),
         contactIndex_(contactIndex),
@@ -44,9 +52,7 @@ struct Contact {
         contactProblemIndex_(static_cast<size_t>(contactProblemIndex)),
         localBodyIndex_(localBodyIndex),
         objectA_(objectA),
-        pairBodyType_(pairBodyType) {
-    buildFrame();
-  }
+        pairBodyType_(pairBodyType) {}
 
   /// The same contact as another side sees it: frame, position, normal and depth are those of
   /// `twin`.
@@ -69,23 +75,19 @@ struct Contact {
   /// self-collision reports the reaction of the merged contact.
   inline void getImpulse(Mat<3, 1>& impulseW) const;
 
- private:
-  void buildFrame() {
-    const double nx = normal_[0], ny = normal_[1], nz = normal_[2];
+  /// World to contact frame for a normal (world axes, not zero).
+  static Mat<3, 3> frameOf(const Mat<3, 1>& normal) {
+    const double nx = normal[0], ny = normal[1], nz = normal[2];
     const double flat2 = nx * nx + ny * ny;
     const double scale = 1.0 / std::sqrt(flat2 + nz * nz);
-    const Vec3 n = scale * normal_;
+    const Vec3 n = scale * normal;
     Vec3 t1{{1.0, 0.0, 0.0}}, t2{{0.0, n[2], 0.0}};
     if (nx != 0.0 || ny != 0.0) {
       const double flatScale = 1.0 / std::sqrt(flat2);
       t1 = {{flatScale * ny, -flatScale * nx, 0.0}};
       t2 = (scale * flatScale) * Vec3{{nx * nz, ny * nz, -flat2}};
     }
-    for (int c = 0; c < 3; ++c) {
-      frame_(0, c) = t1[c];
-      frame_(1, c) = t2[c];
-      frame_(2, c) = n[c];
-    }
+    return {{t1[0], t2[0], n[0], t1[1], t2[1], n[1], t1[2], t2[2], n[2]}};
   }
 };
 

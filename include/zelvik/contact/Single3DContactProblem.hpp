@@ -32,38 +32,39 @@ struct ZELVIK_API Single3DContactProblem {
     JOINT_LIMIT = 5     ///< solved by the object itself; set by `appendJointLimits`
   };
 
+  // What the sweeps read stands in front, in the order in which they read it.
   Mat<3, 1> imp_{};              ///< the unknown: impulse on the A side (N s)
   Mat<3, 1> tauStar_{};          ///< velocity without impulses from objects with blocks (m/s)
-  Mat<3, 1> position_{};         ///< (m, world axes)
+  double targetVelZ_ = 0.0;      ///< normal velocity aimed for, by the solver (m/s)
+  double mu_ = 0.0;              ///< friction coefficient; direction of a joint limit
   Mat<3, 3> delassus_{};         ///< own block: velocity change per unit impulse (1/kg)
-  Mat<3, 3> appliedDelassus_{};  ///< what queried objects already hold of `imp_` (1/kg)
-  Mat<3, 3> delassusInv_{};      ///< D^-1 for rank 3, by the solver; (0,0) of a joint limit
-  Mat<2, 2> delassus22_{};       ///< D on the plane, for rank 2, by `checkRank`
-  Mat<2, 2> delassus22Inv_{};    ///< its inverse, by `checkRank`
-  Mat<3, 1> planeBasis_[2]{};    ///< orthonormal basis of the plane, by `checkRank`
+  double muInvDzz_ = 0.0;        ///< D(2,2) / mu, by the solver
+  double muInv_ = 0.0;           ///< 1 / mu; infinite for mu = 0
+  double negMuSquared_ = 0.0;    ///< -mu^2
+  double dzzInv_ = 0.0;          ///< 1 / D(2,2), by the solver
   Mat<3, 2> tangentMap_{};       ///< velocity per unit tangential impulse at zero normal residual
-  std::vector<Mat<3, 3>> otherBlocks_;  ///< coupling blocks, parallel to `otherProblems_`
-  std::vector<Single3DContactProblem*> otherProblems_;  ///< coupled through stored blocks
-  double mu_ = 0.0;                    ///< friction coefficient; direction of a joint limit
-  double muInvDzz_ = 0.0;              ///< D(2,2) / mu, by the solver
-  double muInv_ = 0.0;                 ///< 1 / mu; infinite for mu = 0
-  double negMuSquared_ = 0.0;          ///< -mu^2
-  double restitution_ = 0.0;           ///< 0 to 1
+  Mat<3, 3> delassusInv_{};      ///< D^-1 for rank 3, by the solver; (0,0) of a joint limit
+  Mat<3, 3> appliedDelassus_{};  ///< what queried objects already hold of `imp_` (1/kg)
+  double restitution_ = 0.0;     ///< 0 to 1
   double restitutionThreshold_ = 0.0;  ///< (m/s)
-  double targetVelZ_ = 0.0;            ///< normal velocity aimed for, by the solver (m/s)
+  double impactVel_ = 0.0;  ///< normal velocity before the solve, A minus B, negative on approach
+  double depth_ = 0.0;      ///< negative while penetrating (m)
   /// Normal velocity above which the contact opens, by the solver (m/s): 0, or the target where a
   /// surface layer makes that negative.
   double openingVelZ_ = 0.0;
-  double reducedDzz_ = 0.0;  ///< rank 1: c^T D c of the third column c; rank 4: 1 / D(2,2)
-  double impactVel_ = 0.0;   ///< normal velocity before the solve, A minus B, negative on approach
-  double depth_ = 0.0;       ///< negative while penetrating (m)
-  double dzzInv_ = 0.0;      ///< 1 / D(2,2), by the solver
   Object* objA_ = nullptr;  ///< object whose velocity is queried and updated on the A side, or null
   Object* objB_ = nullptr;  ///< the same on the B side
-  unsigned int rank_ = FULL;         ///< see `Rank`
-  size_t contactIdxA_ = 0;           ///< contact index in `objA_`; body index of a joint limit
-  size_t contactIdxB_ = 0;           ///< contact index in `objB_`
-  bool hasAppliedDelassus_ = false;  ///< whether `appliedDelassus_` is to be taken out
+  unsigned int rank_ = FULL;            ///< see `Rank`
+  bool hasAppliedDelassus_ = false;     ///< whether `appliedDelassus_` is to be taken out
+  size_t contactIdxA_ = 0;              ///< contact index in `objA_`; body index of a joint limit
+  size_t contactIdxB_ = 0;              ///< contact index in `objB_`
+  Mat<3, 1> position_{};                ///< (m, world axes)
+  std::vector<Mat<3, 3>> otherBlocks_;  ///< coupling blocks, parallel to `otherProblems_`
+  std::vector<Single3DContactProblem*> otherProblems_;  ///< coupled through stored blocks
+  double reducedDzz_ = 0.0;    ///< rank 1: c^T D c of the third column c; rank 4: 1 / D(2,2)
+  Mat<2, 2> delassus22_{};     ///< D on the plane, for rank 2, by `checkRank`
+  Mat<2, 2> delassus22Inv_{};  ///< its inverse, by `checkRank`
+  Mat<3, 1> planeBasis_[2]{};  ///< orthonormal basis of the plane, by `checkRank`
 
   Single3DContactProblem() = default;
   /// A contact at (x, y, z) (m, world axes) of signed `depth` (m, negative while penetrating).
