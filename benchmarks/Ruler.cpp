@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <zelvik/object/GeomRecord.hpp>
 
 #include "SceneNames.hpp"
 #include "WorldBuilder.hpp"
@@ -16,6 +17,11 @@ constexpr double kPi = 3.14159265358979323846;
 
 double horizontal(const Vec3& d) {
   return std::hypot(d[0], d[1]);
+}
+
+Vec3 centreOf(dGeomID geom) {
+  const dReal* p = dGeomGetPosition(geom);
+  return {{p[0], p[1], p[2]}};
 }
 
 /// Angle between a horizontal displacement and the i-th direction of A1 and A2 (degrees).
@@ -109,7 +115,12 @@ Figures floatingAccuracy(const NeutralScene& scene, Engine& engine) {
           {"angular_momentum_error_relative", relative(3)}};
 }
 
-/// Scenes with contact: overlap and creep at the end, over one second; force against weight.
+/// Whether a robot stands on the plane, so that its feet should not slip.
+bool hasStandingRobot(const NeutralScene& scene) {
+  return scene.hasGround && !scene.robots.empty() && scene.robots[0].holdsPose;
+}
+
+/// Scenes with contact: overlap, creep and slip at the end, over one second; force against weight.
 Figures restAccuracy(const NeutralScene& scene, Engine& engine) {
   const int begin = totalSteps(scene), second = static_cast<int>(std::lround(1.0 / scene.dt));
   run(scene, engine, 0, begin);
@@ -117,8 +128,12 @@ Figures restAccuracy(const NeutralScene& scene, Engine& engine) {
   ruler.take(engine);
   const std::vector<Vec3> before = ruler.marks();
   double force = 0.0, penetration = ruler.penetration();
+  const bool stands = hasStandingRobot(scene);
+  FootSlip slip(scene);
   for (int k = begin; k < begin + second; ++k) {
+    const RobotState old = stands ? engine.robot() : RobotState{};
     stepWithTargets(scene, engine, k);
+    if (stands) slip.add(old.coordinates, engine.robot().velocities);
     force += engine.groundForce() / second;
     if ((k - begin) % 50 != 49) continue;
     ruler.take(engine);
@@ -132,6 +147,7 @@ Figures restAccuracy(const NeutralScene& scene, Engine& engine) {
   Figures figures = {{"penetration_m", penetration},
                      {"creep_m_per_s", creep},
                      {"force_to_weight_minus_1", force / scene.weight() - 1.0}};
+  if (stands) figures.push_back({"foot_slip_m_per_s", slip.rootMeanSquare()});
   if (!scene.bodies.empty()) figures.push_back({"mean_height_m", ruler.meanHeight()});
   return figures;
 }
@@ -144,7 +160,8 @@ Ruler::Ruler(const NeutralScene& scene) {
   robot_ = built.robot;
   if (robot_ == nullptr) return;
   for (size_t i = 0; i < robot_->getCollisionBodies().size(); ++i)
-    if (dGeomGetClass(robot_->getCollisionBodies()[i].colObj) == dSphereClass) feet_.push_back(i);
+    if (dGeomGetClass(robot_->getCollisionBodies()[i].colObj) == dSphereClass)
+      feet_.push_back(robot_->getCollisionBodies()[i].colObj);
 }
 
 void Ruler::take(const Engine& engine) {
@@ -153,11 +170,13 @@ void Ruler::take(const Engine& engine) {
     bodies_[i]->setOrientation(state.quaternion);
     bodies_[i]->setPosition(state.position);
   }
-  if (robot_ != nullptr) {
-    const RobotState state = engine.robot();
-    robot_->setGeneralizedCoordinate(state.coordinates.data(), state.coordinates.size());
-    robot_->setGeneralizedVelocity(state.velocities.data(), state.velocities.size());
-  }
+  if (robot_ != nullptr) return take(engine.robot());
+  world_.integrate1();
+}
+
+void Ruler::take(const RobotState& state) {
+  robot_->setGeneralizedCoordinate(state.coordinates.data(), state.coordinates.size());
+  robot_->setGeneralizedVelocity(state.velocities.data(), state.velocities.size());
   world_.integrate1();
 }
 
@@ -172,12 +191,26 @@ std::vector<Vec3> Ruler::marks() const {
   std::vector<Vec3> places;
   for (const SingleBodyObject* body : bodies_) places.push_back(body->getComPosition());
   if (robot_ == nullptr) return places;
-  const auto placeOf = [&](size_t i) {
-    const dReal* p = dGeomGetPosition(robot_->getCollisionBodies()[i].colObj);
-    return Vec3{{p[0], p[1], p[2]}};
-  };
-  for (const size_t i : feet_) places.push_back(placeOf(i));
+  for (const dGeomID foot : feet_) places.push_back(centreOf(foot));
   return places;
+}
+
+std::vector<double> Ruler::slip() const {
+  constexpr double kTouch = 1e-3;  // height up to which a foot counts as touching (m)
+  std::vector<double> speeds;
+  for (const dGeomID foot : feet_) {
+    const Vec3 centre = centreOf(foot);
+    const double radius = dGeomSphereGetRadius(foot);
+    if (centre[2] - radius > kTouch) continue;
+    const size_t body = geomRecord(foot).localBodyIdx;
+    Vec3 origin, velocity, turn;
+    robot_->getPosition(body, origin);
+    robot_->getVelocity(body, velocity);
+    robot_->getAngularVelocity(body, turn);
+    const Vec3 arm = centre - origin - Vec3{{0.0, 0.0, radius}};
+    speeds.push_back(horizontal(velocity + cross(turn, arm)));
+  }
+  return speeds;
 }
 
 double Ruler::meanHeight() const {
@@ -195,6 +228,18 @@ Mat<6, 1> Ruler::momentum() const {
   robot_->getAngularMomentum(Vec3{}, angular);
   const VecDyn& linear = robot_->getGeneralizedMomentum();
   return {{linear[0], linear[1], linear[2], angular[0], angular[1], angular[2]}};
+}
+
+void FootSlip::add(const std::vector<double>& coordinates, const std::vector<double>& velocities) {
+  ruler_.take(RobotState{coordinates, velocities});
+  for (const double speed : ruler_.slip()) {
+    sum_ += speed * speed;
+    ++count_;
+  }
+}
+
+double FootSlip::rootMeanSquare() const {
+  return std::sqrt(sum_ / static_cast<double>(count_));
 }
 
 void stepWithTargets(const NeutralScene& scene, Engine& engine, int step) {

@@ -18,6 +18,8 @@ class Ruler {
   explicit Ruler(const scenes::NeutralScene& scene);
   /// Takes over the state of an engine.
   void take(const Engine& engine);
+  /// Takes over the state of a robot.
+  void take(const RobotState& state);
 
   /// Deepest overlap of any two shapes (m, 0 or more).
   double penetration() const;
@@ -26,6 +28,8 @@ class Ruler {
   std::vector<Vec3> marks() const;
   /// Mean height of the free bodies (m).
   double meanHeight() const;
+  /// Of each foot that touches the plane, the horizontal velocity of the point that touches (m/s).
+  std::vector<double> slip() const;
   double kineticEnergy() const;
   /// Linear and angular momentum of the robot, the latter about the origin.
   Mat<6, 1> momentum() const;
@@ -34,7 +38,23 @@ class Ruler {
   World world_;
   std::vector<SingleBodyObject*> bodies_;
   ArticulatedSystem* robot_ = nullptr;
-  std::vector<size_t> feet_;  ///< spheres among the robot's collision bodies
+  std::vector<dGeomID> feet_;  ///< spheres among the robot's collision bodies
+};
+
+/// How the feet of a robot slip on the plane: root mean square over the steps and the feet that
+/// touch. A step counts with the coordinates from which it began and the velocities at its end: for
+/// these an engine solves its contacts. With the coordinates at its end a foot that sticks would
+/// have a velocity of the order of its acceleration times the time step.
+class FootSlip {
+ public:
+  explicit FootSlip(const scenes::NeutralScene& scene) : ruler_(scene) {}
+  void add(const std::vector<double>& coordinates, const std::vector<double>& velocities);
+  double rootMeanSquare() const;  ///< (m/s); NaN if no foot ever touched
+
+ private:
+  Ruler ruler_;
+  double sum_ = 0.0;  ///< of squares
+  size_t count_ = 0;
 };
 
 /// Accuracy of an engine: runs a fresh one through the whole scene and one second more.

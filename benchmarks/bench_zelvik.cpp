@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // The scenes in zelvik itself. Settings: broad=hash|simple|sap|quadtree, warm=0|1, threshold,
-// iterations, erp, restitutionOffset, scheme=trapezoid|semi|explicit|rk4.
+// iterations, erp, layer (m), scheme=trapezoid|semi|explicit|rk4.
 
 #include "Engine.hpp"
 #include "WorldBuilder.hpp"
@@ -43,6 +43,7 @@ class ZelvikEngine : public Engine {
         1.0, 1.0, 1.0, static_cast<int>(setting.number("iterations", solver.getMaxIterations())),
         setting.number("threshold", solver.getThreshold()));
     world_.setWarmStart(setting.number("warm", 0.0) != 0.0);
+    world_.setContactSurfaceLayer(setting.number("layer", 0.0));
     const ArticulatedSystem::IntegrationScheme chosen = scheme(setting);
     if (built_.robot != nullptr) built_.robot->setIntegrationScheme(chosen);
   }

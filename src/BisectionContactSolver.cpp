@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <limits>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/object/Object.hpp>
 
@@ -62,6 +63,21 @@ void BisectionContactSolver::setParameters(double relaxation, double reserved1, 
   threshold_ = threshold;
 }
 
+/// Target of a contact while a surface layer is kept: the part of the overlap beyond the layer is
+/// taken out; where the overlap is less, the contact comes down to the layer within the step,
+/// unless it bounces. A wire has no surface.
+void BisectionContactSolver::keepSurfaceLayer(Single3DContactProblem& p, double bounce) const {
+  if (p.rank_ == Single3DContactProblem::NORMAL_ONLY) return;
+  const double missing = surfaceLayer_ + p.depth_;
+  if (missing > 0.0 && bounce > 0.0)
+    p.targetVelZ_ = bounce;
+  else if (missing > 0.0)  // finite also for a step of no length
+    p.targetVelZ_ = p.openingVelZ_ =
+        std::max(-missing * timeStepInv_, std::numeric_limits<double>::lowest());
+  else
+    p.targetVelZ_ = std::max(bounce, 0.0) - missing * erp_;
+}
+
 /// @param normalVelocity at the start, with no impulse applied (m/s)
 void BisectionContactSolver::prepareProblem(Single3DContactProblem& p,
                                             double normalVelocity) const {
@@ -72,6 +88,8 @@ void BisectionContactSolver::prepareProblem(Single3DContactProblem& p,
   const double bounce =
       (normalVelocity - 2.0 * p.impactVel_ - p.restitutionThreshold_) * (p.restitution_ + erp2_);
   p.targetVelZ_ = std::max(bounce, 0.0) - p.depth_ * erp_;
+  p.openingVelZ_ = 0.0;
+  if (surfaceLayer_ > 0.0) keepSurfaceLayer(p, bounce);
 
   // A rank-1 block that was found by a vanishing second column has no form yet.
   if (p.rank_ == Single3DContactProblem::LINE && p.reducedDzz_ == 0.0) {
@@ -115,7 +133,7 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   const Vec3 v = velocityWithoutOwnImpulse(p);
   const double w = dot(normalColumn(p), old);
 
-  if (v[2] > 0.0) {  // opens
+  if (v[2] > p.openingVelZ_) {  // opens
     p.imp_ *= 1.0 - relaxation_;
     updateObjects(p, old);
     return w * w;

@@ -243,6 +243,7 @@ void ContactBatch<sides>::fill(const BatchMembers<sides>& m) {
   const Rows impulses = gatherRows([](auto& q) { return q.imp_.v; });
   const Rows velocities = gatherRows([](auto& q) { return q.tauStar_.v; });  // and the target
   target = velocities.row[3];
+  opening = gatherField([](auto& q) { return q.openingVelZ_; });
   const Lanes mu = gatherField([](auto& q) { return q.mu_; });
   cone = mu * mu * kConeTolerance;
   const Rows normals = gatherRows([](auto& q) { return q.delassus_.v + 5; });
@@ -290,7 +291,7 @@ __attribute__((always_inline)) inline Lanes visitBatch(ContactBatch<sides>& batc
                    stick[1] * v.x + (stick[3] * v.y + stick[4] * v.z),
                    stick[2] * v.x + (stick[4] * v.y + stick[5] * v.z)};
   const Lanes3 candidate = old + change;
-  const LaneMask opens = z + batch.target > 0.0;
+  const LaneMask opens = z + batch.target > batch.opening;
   const LaneMask isInCone = (candidate.x * candidate.x + candidate.y * candidate.y <=
                              batch.cone * (candidate.z * candidate.z)) &
                             (candidate.z >= 0.0);

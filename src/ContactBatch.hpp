@@ -88,6 +88,7 @@ struct ContactBatch {
   Lanes stick[6];            ///< -D^-1: xx, xy, xz, yy, yz, zz (kg)
   Lanes normal[3];           ///< third column of D (1/kg)
   Lanes target;              ///< of the normal velocity (m/s)
+  Lanes opening;             ///< normal velocity above which a contact opens (m/s)
   Lanes cone;        ///< factor on the square of the normal impulse of a contact that sticks
   Lanes impulse[3];  ///< (N s)
   Single3DContactProblem* problems[kLanes];  ///< null for none: all numbers of the lane are zero

@@ -149,8 +149,8 @@ inline double ContactSweep::visitContact(ContactRow& row, double relaxation) {
   const Lanes v = velocity(row);
   const Lanes old = row.impulse;
   const double w = sumOfThree(row.normal * old);
-  const double z = v[2] - w;   // without the own impulse
-  if (z + row.target > 0.0) {  // opens
+  const double z = v[2] - w;           // without the own impulse
+  if (z + row.target > row.opening) {  // opens
     if (!isZero(old)) {
       const Lanes change = -relaxation * old;
       row.impulse = old + change;

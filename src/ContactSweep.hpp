@@ -85,6 +85,7 @@ struct ContactRow {
   Lanes normal;     ///< third column of D (1/kg)
   Columns33 stick;  ///< -D^-1 for rank 3 (kg)
   double target;    ///< of the normal velocity (m/s)
+  double opening;   ///< normal velocity above which the contact opens (m/s)
   double cone;      ///< factor on the square of the normal impulse for a contact that sticks
   Single3DContactProblem* problem;
   RowKind kind;

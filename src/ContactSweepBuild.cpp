@@ -231,6 +231,7 @@ void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
   row.sideKinds[0] = row.sideKinds[1] = SideKind::NONE;
   row.sign = 1.0;
   row.target = p.targetVelZ_;
+  row.opening = p.openingVelZ_;
   row.free = toLanes(p.tauStar_) - Lanes{0.0, 0.0, p.targetVelZ_, 0.0};
   row.impulse = toLanes(p.imp_);
   row.normal = toLanes(column(p.delassus_, 2));

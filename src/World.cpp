@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cmath>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -92,6 +93,15 @@ void World::setMaterialPairProp(const std::string& a, const std::string& b, doub
 
 void World::updateMaterialProp(const MaterialManager& manager) {
   if (&manager != &materialManager_) materialManager_ = manager;
+}
+
+void World::setContactSurfaceLayer(double depth) {
+  if (!(depth >= 0.0 && std::isfinite(depth))) {
+    MSG_FATAL("World::setContactSurfaceLayer: the depth must be finite and at least 0, but is "
+              << depth);
+    return;
+  }
+  solver_.setSurfaceLayer(depth);
 }
 
 void World::setBroadPhase(BroadPhase kind) {

@@ -110,6 +110,7 @@ TEST(ContactSweep, EqualsTheSweepOverRecords) {
     for (World* world : {&records, &rows}) {
       fill(*world, seed);
       world->setContactSolverParam(seed % 3 == 0 ? 0.9 : 1.0, 1.0, 1.0, 12, 0.0);
+      world->setContactSurfaceLayer(seed % 2 == 0 ? 2e-3 : 0.0);
     }
     double worst = 0.0;
     for (int step = 0; step < 12; ++step) {

@@ -121,6 +121,16 @@ class ZELVIK_API World {
   void setWarmStart(bool on);
   /// See `setWarmStart`.
   bool isWarmStarted() const { return warmStart_; }
+  /// Lets contacts keep an overlap of `depth` (m; 1e-5 serves for robots and boxes); 0, as at
+  /// first, for none. Without it bodies at rest overlap by about nothing, and an error of the
+  /// solver or of the time step takes a contact away for a step now and then. With it `erp` acts on
+  /// the overlap beyond the layer only, and a contact that overlaps by less may come nearer, so
+  /// fast that the layer is reached within the step; bounces are as without, and so are wires and
+  /// joint limits. A depth that is negative or not finite is fatal and not stored:
+  /// "World::setContactSurfaceLayer: the depth must be finite and at least 0, but is *depth*".
+  void setContactSurfaceLayer(double depth);
+  /// See `setContactSurfaceLayer` (m).
+  double getContactSurfaceLayer() const { return solver_.getSurfaceLayer(); }
   /// Puts all geoms, in object order, into a new space of the given kind. Between steps only.
   void setBroadPhase(BroadPhase kind);
 

@@ -31,9 +31,14 @@ class ContactSweep;
 /// keeps no impulses between steps; `World::setWarmStart` does.
 ///
 /// The target of the normal velocity is max((v_n - 2 v_impact - threshold) (restitution + erp2), 0)
-/// - depth erp. Source of the iteration over contacts: F. Jourdan, P. Alart, M. Jean, A
-/// Gauss-Seidel like algorithm to solve frictional contact problems, Comput. Methods Appl. Mech.
-/// Eng. 155 (1998).
+/// - depth erp. With a surface layer m and the overlap o = -depth of a contact (a wire has none)
+/// the second term is (o - m) erp where o >= m. Where o < m the target is -(m - o) / dt, by which
+/// the layer is reached at the end of the step, unless the first term is above 0: it then stands
+/// alone. A contact opens above the velocity 0, or above a target that the layer makes negative:
+/// nothing ever pulls.
+///
+/// Source of the iteration over contacts: F. Jourdan, P. Alart, M. Jean, A Gauss-Seidel like
+/// algorithm to solve frictional contact problems, Comput. Methods Appl. Mech. Eng. 155 (1998).
 class ZELVIK_API BisectionContactSolver {
  public:
   BisectionContactSolver();
@@ -58,9 +63,10 @@ class ZELVIK_API BisectionContactSolver {
   const std::vector<double>& getErrorHistory() const { return errorHistory_; }
   /// Stopping error per contact.
   double getThreshold() const { return threshold_; }
-  int getMaxIterations() const { return maxIterations_; }  ///< sweep limit
-  double getERP() const { return erp_; }                   ///< see `setERP` (1/s)
-  double getERP2() const { return erp2_; }                 ///< see `setERP`
+  int getMaxIterations() const { return maxIterations_; }   ///< sweep limit
+  double getERP() const { return erp_; }                    ///< see `setERP` (1/s)
+  double getERP2() const { return erp2_; }                  ///< see `setERP`
+  double getSurfaceLayer() const { return surfaceLayer_; }  ///< see `setSurfaceLayer` (m)
 
   /// @param relaxation weight of the newly computed impulse, 1 takes it whole
   /// @param maxIterations sweep limit
@@ -73,7 +79,9 @@ class ZELVIK_API BisectionContactSolver {
     erp_ = erp;
     erp2_ = erp2;
   }
-  /// Kept beside the parameters; the solve does not read it. @param dt (s)
+  /// @param depth overlap that contacts keep (m), finite and at least 0; 0, as at first, for none
+  void setSurfaceLayer(double depth) { surfaceLayer_ = depth; }
+  /// Within this time a contact may come down to the surface layer. @param dt (s)
   void setTimeStep(double dt) {
     timeStep_ = dt;
     timeStepInv_ = 1.0 / dt;
@@ -83,14 +91,16 @@ class ZELVIK_API BisectionContactSolver {
   template <typename NormalVelocity>
   void prepare(ContactProblemList& problems, NormalVelocity normalVelocity);
   void prepareProblem(Single3DContactProblem& problem, double normalVelocity) const;
+  void keepSurfaceLayer(Single3DContactProblem& problem, double bounce) const;
   double visit(Single3DContactProblem& problem) const;
   template <typename Sweep>
   void repeat(size_t problemCount, Sweep sweep);
 
   int loopCounter_ = 0;
   bool forwardSweep_ = true;
-  double timeStep_ = 0.01;  ///< kept beside the parameters; the solve does not read it
-  double timeStepInv_ = 100.0;
+  double timeStep_ = 0.01;      ///< (s)
+  double timeStepInv_ = 100.0;  ///< (1/s)
+  double surfaceLayer_ = 0.0;   ///< (m)
   double relaxation_ = 1.0;
   double reservedParam1_ = 1.0;  ///< stored, read by nothing
   double reservedParam2_ = 1.0;  ///< stored, read by nothing

@@ -49,6 +49,9 @@ struct ZELVIK_API Single3DContactProblem {
   double restitutionThreshold_ = 0.0;  ///< (m/s)
   double impactVel_ = 0.0;  ///< normal velocity before the solve, A minus B, negative on approach
   double depth_ = 0.0;      ///< negative while penetrating (m)
+  /// Normal velocity above which the contact opens, by the solver (m/s): 0, or the target where a
+  /// surface layer makes that negative.
+  double openingVelZ_ = 0.0;
   Object* objA_ = nullptr;  ///< object whose velocity is queried and updated on the A side, or null
   Object* objB_ = nullptr;  ///< the same on the B side
   unsigned int rank_ = FULL;            ///< see `Rank`
