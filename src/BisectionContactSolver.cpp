@@ -1,12 +1,11 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
-#include <limits>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/object/Object.hpp>
 
-#include "ColumnLanes.hpp"
 #include "ContactLaw.hpp"
+#include "ContactPreparation.hpp"
 #include "ContactSweep.hpp"
 
 namespace zelvik::contact {
@@ -63,63 +62,10 @@ void BisectionContactSolver::setParameters(double relaxation, double reserved1, 
   threshold_ = threshold;
 }
 
-/// Target of a contact while a surface layer is kept: the part of the overlap beyond the layer is
-/// taken out; where the overlap is less, the contact comes down to the layer within the step,
-/// unless it bounces. A wire has no surface.
-void BisectionContactSolver::keepSurfaceLayer(Single3DContactProblem& p, double bounce) const {
-  if (p.rank_ == Single3DContactProblem::NORMAL_ONLY) return;
-  const double missing = surfaceLayer_ + p.depth_;
-  if (missing > 0.0 && bounce > 0.0)
-    p.targetVelZ_ = bounce;
-  else if (missing > 0.0)  // finite also for a step of no length
-    p.targetVelZ_ = p.openingVelZ_ =
-        std::max(-missing * timeStepInv_, std::numeric_limits<double>::lowest());
-  else
-    p.targetVelZ_ = std::max(bounce, 0.0) - missing * erp_;
-}
-
-/// @param normalVelocity at the start, with no impulse applied (m/s)
-void BisectionContactSolver::prepareProblem(Single3DContactProblem& p,
-                                            double normalVelocity) const {
-  const Mat33& D = p.delassus_;
-  p.muInvDzz_ = D(2, 2) * p.muInv_;
-
-  // Target of the normal velocity: bounce above the threshold, and a share of the penetration.
-  const double bounce =
-      (normalVelocity - 2.0 * p.impactVel_ - p.restitutionThreshold_) * (p.restitution_ + erp2_);
-  p.targetVelZ_ = std::max(bounce, 0.0) - p.depth_ * erp_;
-  p.openingVelZ_ = 0.0;
-  if (surfaceLayer_ > 0.0) keepSurfaceLayer(p, bounce);
-
-  // A rank-1 block that was found by a vanishing second column has no form yet.
-  if (p.rank_ == Single3DContactProblem::LINE && p.reducedDzz_ == 0.0) {
-    const Vec3 c = normalColumn(p);
-    p.reducedDzz_ = dot(c, D * c);
-  }
-  if (p.rank_ != Single3DContactProblem::PLANE && p.rank_ != Single3DContactProblem::FULL) return;
-
-  // M(i,j) = D(i,j) - D(i,2) D(2,j) / D(2,2).
-  const Columns33 d = loadColumns(D.v);
-  const Lanes x = d.c[0] - d.c[2] * (D(2, 0) * p.dzzInv_);
-  const Lanes y = d.c[1] - d.c[2] * (D(2, 1) * p.dzzInv_);
-  storeLanes(p.tangentMap_.v, x);
-  storeLastColumn(p.tangentMap_.v + 3, x, y);
-  if (p.mu_ == 0.0) p.imp_[0] = p.imp_[1] = 0.0;
-  if (p.rank_ == Single3DContactProblem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
-}
-
-/// @param normalVelocity of a problem by its place, see `prepareProblem`
-template <typename NormalVelocity>
-void BisectionContactSolver::prepare(ContactProblemList& problems, NormalVelocity normalVelocity) {
+void BisectionContactSolver::startHistory() {
   loopCounter_ = 0;
   const size_t historySize = static_cast<size_t>(std::max(maxIterations_, 1));
   if (historySize > errorHistory_.size()) errorHistory_.resize(historySize);
-  for (size_t i = 0; i < problems.size(); ++i) {
-    Single3DContactProblem& p = problems[i];
-    p.checkRank();
-    p.dzzInv_ = 1.0 / p.delassus_(2, 2);
-    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) prepareProblem(p, normalVelocity(i));
-  }
 }
 
 /// One visit of a problem; returns what it adds to the error of the sweep.
@@ -160,7 +106,13 @@ void BisectionContactSolver::repeat(size_t problemCount, Sweep sweep) {
 }
 
 void BisectionContactSolver::solve(ContactProblemList& problems) {
-  prepare(problems, [&](size_t i) { return normalVelocity(problems[i]); });
+  startHistory();
+  const ContactPreparation preparation = {erp_, erp2_, surfaceLayer_, timeStepInv_};
+  for (Single3DContactProblem& p : problems) {
+    p.checkRank();
+    p.dzzInv_ = 1.0 / p.delassus_(2, 2);
+    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) preparation.prepare(p, normalVelocity(p));
+  }
   repeat(problems.size(), [&](bool forward) {
     double error = 0.0;
     if (forward)
@@ -173,9 +125,8 @@ void BisectionContactSolver::solve(ContactProblemList& problems) {
 
 void BisectionContactSolver::solve(ContactProblemList& problems,
                                    const std::vector<Object*>& objects) {
-  rows_->listSides(problems, objects);
-  prepare(problems, [&](size_t i) { return rows_->normalVelocity(problems[i], i); });
-  rows_->build(problems, objects);
+  startHistory();
+  rows_->build(problems, objects, {erp_, erp2_, surfaceLayer_, timeStepInv_});
   rows_->handOnInitialImpulses();
   repeat(problems.size(), [this](bool forward) { return rows_->sweep(forward, relaxation_); });
   rows_->finish();

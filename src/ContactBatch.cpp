@@ -13,6 +13,10 @@ namespace zelvik::contact {
 
 namespace {
 
+inline Lanes squareRoot(const Lanes& a) {
+  return Lanes{std::sqrt(a[0]), std::sqrt(a[1]), std::sqrt(a[2]), std::sqrt(a[3])};
+}
+
 /// Four bodies' values of one vector.
 template <Lanes BodyVelocity::*part>
 inline Lanes3 gather(const BodyVelocity* velocities, const std::uint32_t* slots) {
@@ -133,9 +137,10 @@ AngularScale::AngularScale(const Mat33& A) {
 
 namespace {
 
+/// What a lane without a contact reads; its block has an inverse.
 const Single3DContactProblem kNoProblem = [] {
   Single3DContactProblem p;
-  p.rank_ = Single3DContactProblem::NOTHING_MOVES;
+  p.delassus_.setIdentity();
   return p;
 }();
 constexpr double kNoJacobian[18] = {};
@@ -185,6 +190,87 @@ inline void scaleLever(const double* const* jacobians, const BodyMass* const* ma
   }
 }
 
+/// The problems of four lanes.
+struct RecordLanes {
+  const Single3DContactProblem* p[kLanes];
+
+  explicit RecordLanes(Single3DContactProblem* const* problems) {
+    for (size_t l = 0; l < kLanes; ++l) p[l] = problems[l] != nullptr ? problems[l] : &kNoProblem;
+  }
+  /// Four values from a field on.
+  template <typename Field>
+  Rows rows(Field field) const {
+    return {field(*p[0]), field(*p[1]), field(*p[2]), field(*p[3])};
+  }
+  Lanes at(double Single3DContactProblem::*field) const {
+    return Lanes{p[0]->*field, p[1]->*field, p[2]->*field, p[3]->*field};
+  }
+};
+
+// Fields that are read and written together.
+static_assert(offsetof(Single3DContactProblem, restitutionThreshold_) ==
+                  offsetof(Single3DContactProblem, restitution_) + sizeof(double) &&
+              offsetof(Single3DContactProblem, impactVel_) ==
+                  offsetof(Single3DContactProblem, restitution_) + 2 * sizeof(double) &&
+              offsetof(Single3DContactProblem, depth_) ==
+                  offsetof(Single3DContactProblem, restitution_) + 3 * sizeof(double));
+static_assert(offsetof(Single3DContactProblem, dzzInv_) ==
+                  offsetof(Single3DContactProblem, muInvDzz_) + 3 * sizeof(double) &&
+              offsetof(Single3DContactProblem, tangentMap_) ==
+                  offsetof(Single3DContactProblem, muInvDzz_) + 4 * sizeof(double) &&
+              offsetof(Single3DContactProblem, delassusInv_) ==
+                  offsetof(Single3DContactProblem, muInvDzz_) + 10 * sizeof(double));
+
+/// From D what the visits need.
+struct BlockLanes {
+  LanesSymmetric D, inverse;
+  Lanes dzzInv, tangentMap[6];
+
+  explicit BlockLanes(const RecordLanes& records) {
+    const Rows a = records.rows([](auto& q) { return q.delassus_.v; });
+    const Rows b = records.rows([](auto& q) { return q.delassus_.v + 5; });
+    const auto& p = records.p;
+    const Lanes yy = {p[0]->delassus_[4], p[1]->delassus_[4], p[2]->delassus_[4],
+                      p[3]->delassus_[4]};
+    D = {a.row[0], a.row[1], a.row[2], yy, b.row[2], b.row[3]};
+    dzzInv = 1.0 / D.zz;
+    const Lanes x = D.xz * dzzInv, y = D.yz * dzzInv;
+    tangentMap[0] = D.xx - D.xz * x;
+    tangentMap[1] = D.xy - D.yz * x;
+    tangentMap[2] = D.xz - D.zz * x;
+    tangentMap[3] = D.xy - D.xz * y;
+    tangentMap[4] = D.yy - D.yz * y;
+    tangentMap[5] = D.yz - D.zz * y;
+    invert();
+  }
+
+ private:
+  /// By the Cholesky factor L: D^-1 = L^-T L^-1.
+  void invert() {
+    const Lanes a = 1.0 / squareRoot(D.xx), l10 = D.xy * a, l20 = D.xz * a;
+    const Lanes b = 1.0 / squareRoot(D.yy - l10 * l10), l21 = (D.yz - l20 * l10) * b;
+    const Lanes c = 1.0 / squareRoot(D.zz - l20 * l20 - l21 * l21);
+    // L^-1 by rows: (a), (m10, b), (m20, m21, c)
+    const Lanes m10 = -l10 * a * b, m21 = -l21 * b * c, m20 = -(l20 * a + l21 * m10) * c;
+    inverse.xx = a * a + m10 * m10 + m20 * m20;
+    inverse.xy = m10 * b + m20 * m21;
+    inverse.xz = m20 * c;
+    inverse.yy = b * b + m21 * m21;
+    inverse.yz = m21 * c;
+    inverse.zz = c * c;
+  }
+};
+
+/// Writes lanes to the records, four values from a field on.
+template <typename Field>
+inline void writeRows(Single3DContactProblem* const* problems, Field field, Lanes a, Lanes b,
+                      Lanes c, Lanes d) {
+  transposeLanes(a, b, c, d);
+  const Lanes* rows[kLanes] = {&a, &b, &c, &d};
+  for (size_t l = 0; l < kLanes; ++l)
+    if (problems[l] != nullptr) storeLanes(field(*problems[l]), *rows[l]);
+}
+
 }  // namespace
 
 template <int sides>
@@ -221,47 +307,24 @@ bool BatchBodies<sides>::merge(const BatchBodies& other) {
   return true;
 }
 
-static_assert(offsetof(Single3DContactProblem, targetVelZ_) ==
-                  offsetof(Single3DContactProblem, tauStar_) + 3 * sizeof(double),
-              "they are read together");
-
 template <int sides>
-void ContactBatch<sides>::fill(const BatchMembers<sides>& m) {
-  const Single3DContactProblem* p[kLanes];
+void ContactBatch<sides>::fill(const BatchMembers<sides>& m, const BatchBodies<sides>& bodies,
+                               const BodyVelocity* velocities,
+                               const ContactPreparation& preparation) {
   used = 0;
   for (size_t l = 0; l < kLanes; ++l) {
     problems[l] = m.problems[l];
-    p[l] = problems[l] != nullptr ? problems[l] : &kNoProblem;
     used |= problems[l] != nullptr ? 1u << l : 0u;
   }
-  const auto gatherField = [&](auto field) {
-    return Lanes{field(*p[0]), field(*p[1]), field(*p[2]), field(*p[3])};
-  };
-  const auto gatherRows = [&](auto field) {
-    return Rows(field(*p[0]), field(*p[1]), field(*p[2]), field(*p[3]));
-  };
-  const Rows impulses = gatherRows([](auto& q) { return q.imp_.v; });
-  const Rows velocities = gatherRows([](auto& q) { return q.tauStar_.v; });  // and the target
-  target = velocities.row[3];
-  opening = gatherField([](auto& q) { return q.openingVelZ_; });
-  const Lanes mu = gatherField([](auto& q) { return q.mu_; });
-  cone = mu * mu * kConeTolerance;
-  const Rows normals = gatherRows([](auto& q) { return q.delassus_.v + 5; });
-  const Rows front = gatherRows([](auto& q) { return q.delassusInv_.v; });
-  const Rows back = gatherRows([](auto& q) { return q.delassusInv_.v + 5; });
-  for (size_t k = 0; k < 3; ++k) {
-    impulse[k] = impulses.row[k];
-    free[k] = velocities.row[k];
-    normal[k] = normals.row[k + 1];
-  }
-  free[2] -= target;
-  stick[0] = -front.row[0];
-  stick[1] = -front.row[3];
-  stick[2] = -back.row[1];
-  stick[3] = -gatherField([](auto& q) { return q.delassusInv_[4]; });
-  stick[4] = -back.row[2];
-  stick[5] = -back.row[3];
+  fillBodies(m);
+  const Rows tau = RecordLanes(problems).rows([](auto& q) { return q.tauStar_.v; });
+  for (size_t k = 0; k < 3; ++k) free[k] = tau.row[k];
+  const Velocities<sides> start(bodies, velocities);
+  fillProblems(start.ofContacts(*this).z, preparation);
+}
 
+template <int sides>
+void ContactBatch<sides>::fillBodies(const BatchMembers<sides>& m) {
   const Rows a(m.jacobians[0], 0), b(m.jacobians[0], 4);
   const Lanes last = gatherOne(m.jacobians[0], 8);
   const Lanes columns[9] = {a.row[0], a.row[1], a.row[2], a.row[3], b.row[0],
@@ -271,6 +334,43 @@ void ContactBatch<sides>::fill(const BatchMembers<sides>& m) {
   scaleLever(m.jacobians[0], m.masses[0], m.sign, lever[0], inverseMass[0]);
   if constexpr (sides == 2)
     scaleLever(m.jacobians[1], m.masses[1], broadcast(-1.0), lever[1], inverseMass[1]);
+}
+
+template <int sides>
+void ContactBatch<sides>::fillProblems(const Lanes& normalVelocity,
+                                       const ContactPreparation& preparation) {
+  using Problem = Single3DContactProblem;
+  const RecordLanes records(problems);
+  const Rows bounce = records.rows([](auto& q) { return &q.restitution_; });
+  const NormalTarget<Lanes> aim = preparation.target(NormalMotion<Lanes>{
+      normalVelocity, bounce.row[2], bounce.row[0], bounce.row[1], bounce.row[3]});
+  target = aim.velocity;
+  opening = aim.opening;
+  free[2] -= target;
+  const Lanes mu = records.at(&Problem::mu_);
+  cone = mu * mu * kConeTolerance;
+  const Rows impulses = records.rows([](auto& q) { return q.imp_.v; });
+  for (size_t k = 0; k < 3; ++k) impulse[k] = impulses.row[k];
+
+  const BlockLanes block(records);
+  const LanesSymmetric& inv = block.inverse;
+  normal[0] = block.D.xz, normal[1] = block.D.yz, normal[2] = block.D.zz;
+  stick[0] = -inv.xx, stick[1] = -inv.xy, stick[2] = -inv.xz;
+  stick[3] = -inv.yy, stick[4] = -inv.yz, stick[5] = -inv.zz;
+
+  const Rows friction = records.rows([](auto& q) { return &q.muInvDzz_; });
+  const Lanes muInv = friction.row[1], *map = block.tangentMap;
+  const auto from = [](size_t k) { return [k](Problem& q) { return &q.muInvDzz_ + k; }; };
+  writeRows(problems, from(0), block.D.zz * muInv, muInv, friction.row[2], block.dzzInv);
+  writeRows(problems, from(4), map[0], map[1], map[2], map[3]);
+  writeRows(problems, from(8), map[4], map[5], inv.xx, inv.xy);
+  writeRows(problems, from(12), inv.xz, inv.xy, inv.yy, inv.yz);
+  writeRows(problems, from(15), inv.yz, inv.xz, inv.yz, inv.zz);
+  for (size_t l = 0; l < kLanes; ++l)
+    if (problems[l] != nullptr) {
+      problems[l]->targetVelZ_ = target[l];
+      problems[l]->openingVelZ_ = opening[l];
+    }
 }
 
 namespace {

@@ -6,6 +6,7 @@
 #include <span>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
+#include "ContactPreparation.hpp"
 #include "Lanes.hpp"
 
 // Four contacts of rigid bodies that are visited at once: lane l of every number belongs to contact
@@ -94,9 +95,15 @@ struct ContactBatch {
   Single3DContactProblem* problems[kLanes];  ///< null for none: all numbers of the lane are zero
   unsigned used;                             ///< bit l is set if lane l has a contact
 
-  /// Writes prepared problems of rank 3 with friction, and their bodies.
-  void fill(const BatchMembers<sides>& members);
+  /// Writes problems of rank 3 with friction and their bodies, and fills what the solver owes to
+  /// the records. @param velocities at the start
+  void fill(const BatchMembers<sides>& members, const BatchBodies<sides>& bodies,
+            const BodyVelocity* velocities, const ContactPreparation& preparation);
   void writeImpulses() const;
+
+ private:
+  void fillBodies(const BatchMembers<sides>& members);
+  void fillProblems(const Lanes& normalVelocity, const ContactPreparation& preparation);
 };
 
 /// Batches of a run and its bodies.

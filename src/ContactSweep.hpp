@@ -105,12 +105,10 @@ class ContactSweep {
   /// Points of a robot above which blocks between all of them cost more than they save.
   static constexpr size_t kMaxPoints = 32;
 
-  /// Finds out who takes part in which problem. @param objects those of the world in list order
-  void listSides(const ContactProblemList& problems, const std::vector<Object*>& objects);
-  /// Normal velocity of a problem before any impulse (m/s). @param index its place in the list
-  double normalVelocity(const Single3DContactProblem& problem, size_t index) const;
-  /// Writes out prepared problems whose sides are listed.
-  void build(ContactProblemList& problems, const std::vector<Object*>& objects);
+  /// Prepares assembled problems and writes them out. @param objects those of the world in list
+  /// order
+  void build(ContactProblemList& problems, const std::vector<Object*>& objects,
+             const ContactPreparation& preparation);
   /// Hands the impulses that the records already hold to the sides; those that no side takes become
   /// zero.
   void handOnInitialImpulses();
@@ -156,7 +154,7 @@ class ContactSweep {
     void clear();
     void append(const SweepOrder::Stop& stop, Single3DContactProblem& problem, const Sides& who,
                 const std::vector<Body>& owners);
-    void fill();
+    void fill(const BodyVelocity* velocities, const ContactPreparation& preparation);
   };
   /// Stops of a kind, one behind the other, that are visited in one go.
   struct Run {
@@ -165,9 +163,11 @@ class ContactSweep {
   };
 
   std::span<ContactRow> rows() { return {rows_.data(), rowCount_}; }
+  void listSides(const ContactProblemList& problems, const std::vector<Object*>& objects);
   void startBody(SingleBodyObject& body);
+  double normalVelocity(const Single3DContactProblem& problem, const Sides& sides) const;
   SweepOrder::Kind kindOf(const Single3DContactProblem& problem, const Sides& sides) const;
-  void place(Single3DContactProblem& problem, size_t index);
+  void place(Single3DContactProblem& problem, size_t index, const ContactPreparation& preparation);
   void listRuns();
   bool joinsRun(const Run& run, const SweepOrder::Stop& stop);
   template <int sides>

@@ -52,14 +52,16 @@ void transposeBlock(const Lanes* from, Lanes* to) {
 
 }  // namespace
 
-void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*>& objects) {
+void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*>& objects,
+                         const ContactPreparation& preparation) {
+  listSides(problems, objects);
   order_.clear(objects.size());
   oneBody_.clear();
   twoBodies_.clear();
   rowCount_ = 0;
-  for (size_t i = 0; i < problems.size(); ++i) place(problems[i], i);
-  oneBody_.fill();
-  twoBodies_.fill();
+  for (size_t i = 0; i < problems.size(); ++i) place(problems[i], i, preparation);
+  oneBody_.fill(bodyVelocities_.data(), preparation);
+  twoBodies_.fill(bodyVelocities_.data(), preparation);
   listRuns();
 
   robots_.clear();
@@ -100,15 +102,14 @@ void ContactSweep::listSides(const ContactProblemList& problems,
   }
 }
 
-double ContactSweep::normalVelocity(const Single3DContactProblem& p, size_t index) const {
-  const Sides& who = sides_[index];
+/// Before any impulse (m/s).
+double ContactSweep::normalVelocity(const Single3DContactProblem& p, const Sides& who) const {
   double z = p.tauStar_[2];
   for (size_t s = 0; s < 2; ++s) {
     Object* asked = s == 0 ? p.objA_ : p.objB_;
     if (asked == nullptr) continue;  // `tauStar_` has it
     const std::uint32_t object = who.object[s];
-    const SingleBodyObject* body =
-        object != SweepOrder::kNobody ? bodies_[object].body : nullptr;
+    const SingleBodyObject* body = object != SweepOrder::kNobody ? bodies_[object].body : nullptr;
     if (body != nullptr) {
       const double* g = body->contactJacobian_[who.contact[s]].v + 2;
       const double* u = body->genVel_.v;
@@ -155,11 +156,16 @@ SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sid
 }
 
 /// Gives a problem its stop, and its place in a batch or a row.
-void ContactSweep::place(Single3DContactProblem& p, size_t index) {
+void ContactSweep::place(Single3DContactProblem& p, size_t index,
+                         const ContactPreparation& preparation) {
   const Sides& who = sides_[index];
+  p.checkRank();
   const SweepOrder::Stop& stop = order_.insert(kindOf(p, who), who.object[0], who.object[1]);
   if (stop.kind == SweepOrder::ONE_BODY) return oneBody_.append(stop, p, who, bodies_);
   if (stop.kind == SweepOrder::TWO_BODIES) return twoBodies_.append(stop, p, who, bodies_);
+  p.dzzInv_ = 1.0 / p.delassus_(2, 2);
+  if (p.rank_ != Single3DContactProblem::JOINT_LIMIT)
+    preparation.prepare(p, normalVelocity(p, who));
   if (rowOf_.size() < sides_.size()) rowOf_.resize(sides_.size());
   rowOf_[index] = stop.index;
   if (rows_.size() == rowCount_) rows_.emplace_back();
@@ -200,9 +206,11 @@ void ContactSweep::Batches<sides>::append(const SweepOrder::Stop& stop, Single3D
 }
 
 template <int sides>
-void ContactSweep::Batches<sides>::fill() {
+void ContactSweep::Batches<sides>::fill(const BodyVelocity* velocities,
+                                        const ContactPreparation& preparation) {
   if (batches.size() < members.size()) batches.resize(members.size());
-  for (size_t i = 0; i < members.size(); ++i) batches[i].fill(members[i]);
+  for (size_t i = 0; i < members.size(); ++i)
+    batches[i].fill(members[i], bodies[i], velocities, preparation);
 }
 
 void ContactSweep::listRuns() {

@@ -88,10 +88,7 @@ class ZELVIK_API BisectionContactSolver {
   }
 
  private:
-  template <typename NormalVelocity>
-  void prepare(ContactProblemList& problems, NormalVelocity normalVelocity);
-  void prepareProblem(Single3DContactProblem& problem, double normalVelocity) const;
-  void keepSurfaceLayer(Single3DContactProblem& problem, double bounce) const;
+  void startHistory();
   double visit(Single3DContactProblem& problem) const;
   template <typename Sweep>
   void repeat(size_t problemCount, Sweep sweep);

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include "ContactPreparation.hpp"
+
+#include "ColumnLanes.hpp"
+#include "ContactLaw.hpp"
+
+namespace zelvik::contact {
+
+void ContactPreparation::prepare(Single3DContactProblem& p, double normalVelocity) const {
+  using Problem = Single3DContactProblem;
+  const Mat33& D = p.delassus_;
+  p.muInvDzz_ = D(2, 2) * p.muInv_;
+
+  ContactPreparation rule = *this;
+  if (p.rank_ == Problem::NORMAL_ONLY) rule.layer = 0.0;  // a wire has no surface
+  const NormalTarget<double> target = rule.target(NormalMotion<double>{
+      normalVelocity, p.impactVel_, p.restitution_, p.restitutionThreshold_, p.depth_});
+  p.targetVelZ_ = target.velocity;
+  p.openingVelZ_ = target.opening;
+
+  // A rank-1 block that was found by a vanishing second column has no form yet.
+  if (p.rank_ == Problem::LINE && p.reducedDzz_ == 0.0) {
+    const Vec3 c = normalColumn(p);
+    p.reducedDzz_ = dot(c, D * c);
+  }
+  if (p.rank_ != Problem::PLANE && p.rank_ != Problem::FULL) return;
+
+  // M(i,j) = D(i,j) - D(i,2) D(2,j) / D(2,2).
+  const Columns33 d = loadColumns(D.v);
+  const Lanes x = d.c[0] - d.c[2] * (D(2, 0) * p.dzzInv_);
+  const Lanes y = d.c[1] - d.c[2] * (D(2, 1) * p.dzzInv_);
+  storeLanes(p.tangentMap_.v, x);
+  storeLastColumn(p.tangentMap_.v + 3, x, y);
+  if (p.mu_ == 0.0) p.imp_[0] = p.imp_[1] = 0.0;
+  if (p.rank_ == Problem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
+}
+
+}  // namespace zelvik::contact
