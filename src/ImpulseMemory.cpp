@@ -11,46 +11,23 @@ namespace zelvik {
 using contact::Contact;
 using Problem = contact::Single3DContactProblem;
 
-ImpulseMemory::Key ImpulseMemory::contactKey(const std::vector<Object*>& objects,
-                                             const Object& object, const Contact& c, bool isWire) {
-  size_t bodyB = 0;  // of a partner without a record
-  const std::vector<Contact>& others = objects[c.pairObjectIndex_]->getContacts();
-  if (c.pairBodyType_ != BodyType::STATIC && c.pairContactIndex_ < others.size())
-    bodyB = others[c.pairContactIndex_].localBodyIndex_;
-  return {object.getIndexInWorld() << 32 | c.pairObjectIndex_,
-          c.localBodyIndex_ << 32 | bodyB << 1 | (isWire ? 1u : 0u)};
+ImpulseMemory::Key ImpulseMemory::keyOf(const ContactGroup& group) {
+  return {std::min(group.sideA, group.sideB), std::max(group.sideA, group.sideB), group.isWire};
 }
 
-/// Each contact that has a problem once, from the side that assembles it, with its key and whether
-/// this is the key of the contact before. Points of a pair are neighbours: their key is made once,
-/// unless the partner has several bodies.
-template <typename Visit>
-void ImpulseMemory::forEachAssembled(const std::vector<Object*>& objects, const Wires& wires,
-                                     Visit visit) {
-  Key key{};
-  bool isWire = false, wasWire = false;
-  for (const Object* object : objects) {
-    if (object->getBodyType() != BodyType::DYNAMIC) continue;
-    const Contact* last = nullptr;
-    for (const Contact& c : object->getContacts()) {
-      const bool isOtherSide = c.pairBodyType_ == BodyType::DYNAMIC && !c.objectA_;
-      if (c.skip_ || isOtherSide || c.pairObjectIndex_ >= objects.size()) continue;
-      if (c.contactProblem_ == nullptr) continue;
-      isWire = wires.contain(c.contactProblemIndex_);
-      const bool isSame = last != nullptr && c.pairObjectIndex_ == last->pairObjectIndex_ &&
-                          c.localBodyIndex_ == last->localBodyIndex_ && isWire == wasWire &&
-                          objects[c.pairObjectIndex_]->getObjectType() != ARTICULATED_SYSTEM;
-      if (!isSame) key = contactKey(objects, *object, c, isWire);
-      visit(c, key, isSame);
-      last = &c;
-      wasWire = isWire;
-    }
-  }
+/// The contacts of a group; null if their object has dropped them since, or was taken out.
+const Contact* ImpulseMemory::contactsOf(const ContactGroup& group,
+                                         const std::vector<Object*>& objects) {
+  if (group.object >= objects.size()) return nullptr;
+  const std::vector<Contact>& contacts = objects[group.object]->getContacts();
+  if (group.contact + group.count > contacts.size()) return nullptr;
+  const Contact* first = &contacts[group.contact];
+  return first->contactProblemIndex_ == group.problem ? first : nullptr;
 }
 
 std::uint32_t& ImpulseMemory::headOf(const Key& key) {
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15ull;
-  const std::uint64_t hash = (key.objects * kFactor ^ key.bodies) * kFactor;
+  const std::uint64_t hash = (key.lower * kFactor ^ key.upper) * kFactor;
   return heads_[(hash >> 32) & (heads_.size() - 1)];
 }
 
@@ -70,24 +47,28 @@ void ImpulseMemory::appendRun(const Key& key) {
   head = static_cast<std::uint32_t>(runs_.size() - 1);
 }
 
-void ImpulseMemory::store(const std::vector<Object*>& objects, const Wires& wires, double dt,
+void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
                           size_t objectChangeCount) {
   timeStep_ = dt;
   objectChangeCount_ = objectChangeCount;
-  size_t count = 0;
-  for (const Object* object : objects) count += object->getContacts().size();
   size_t chains = std::max<size_t>(heads_.size(), 64);
-  while (chains < count) chains *= 2;  // most contacts are in two lists
+  while (chains < groups_.size()) chains *= 2;
   heads_.assign(chains, kNoRun);
-  clear();
-  forEachAssembled(objects, wires, [&](const Contact& c, const Key& key, bool isSame) {
-    if (!isSame && (runs_.empty() || !(runs_.back().key == key))) appendRun(key);
-    Entry& entry = entries_.emplace_back();
-    entry.position = c.position_;
-    entry.takenBy = recallCount_;
-    c.getImpulse(entry.impulse);
-    ++runs_.back().end;
-  });
+  clearEntries();
+  for (const ContactGroup& group : groups_) {
+    const Contact* contacts = contactsOf(group, objects);
+    if (contacts == nullptr) continue;
+    const Key key = keyOf(group);
+    if (runs_.empty() || !(runs_.back().key == key)) appendRun(key);
+    const double sign = group.sideA == key.lower ? 1.0 : -1.0;
+    for (std::uint32_t i = 0; i < group.count; ++i) {
+      const Contact& c = contacts[i];
+      if (c.contactProblem_ == nullptr) continue;
+      entries_.push_back(
+          {c.position_, sign * transposeMul(c.frame_, c.contactProblem_->imp_), recallCount_});
+    }
+    runs_.back().end = static_cast<std::uint32_t>(entries_.size());
+  }
 }
 
 /// The run that the cursor is at or the next one, if the key is theirs, or the first of its chain.
@@ -124,24 +105,29 @@ ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t run, const Vec3& 
   return nearest;
 }
 
-void ImpulseMemory::recall(const std::vector<Object*>& objects, const Wires& wires, double dt,
+void ImpulseMemory::recall(const std::vector<Object*>& objects, double dt,
                            size_t objectChangeCount) {
   if (entries_.empty() || objectChangeCount != objectChangeCount_) return;
   ++recallCount_;
-  const double scale = dt / timeStep_;
-  std::uint32_t cursor = 0, run = kNoRun;
-  forEachAssembled(objects, wires, [&](const Contact& c, const Key& key, bool isSame) {
-    if (!isSame) run = findRun(key, cursor);
-    if (run == kNoRun) return;
+  std::uint32_t cursor = 0;
+  for (const ContactGroup& group : groups_) {
+    const Contact* contacts = contactsOf(group, objects);
+    if (contacts == nullptr) continue;
+    const Key key = keyOf(group);
+    const std::uint32_t run = findRun(key, cursor);
+    if (run == kNoRun) continue;
     cursor = run;
-    const Entry* entry = takeNearest(run, c.position_);
-    if (entry == nullptr) return;
-    Problem& p = *c.contactProblem_;
-    p.imp_ = (c.objectA_ ? scale : -scale) * (c.frame_ * entry->impulse);
-    // Wires and contacts without friction have a tangential part of zero for ever.
-    if (p.mu_ < Problem::kFrictionless || wires.contain(c.contactProblemIndex_))
-      p.imp_ = {{0.0, 0.0, p.imp_[2]}};
-  });
+    const double scale = (group.sideA == key.lower ? dt : -dt) / timeStep_;
+    for (std::uint32_t i = 0; i < group.count; ++i) {
+      const Contact& c = contacts[i];
+      const Entry* entry = c.contactProblem_ == nullptr ? nullptr : takeNearest(run, c.position_);
+      if (entry == nullptr) continue;
+      Problem& p = *c.contactProblem_;
+      p.imp_ = scale * (c.frame_ * entry->impulse);
+      // Wires and contacts without friction have a tangential part of zero for ever.
+      if (group.isWire || p.mu_ < Problem::kFrictionless) p.imp_ = {{0.0, 0.0, p.imp_[2]}};
+    }
+  }
 }
 
 }  // namespace zelvik

@@ -11,6 +11,20 @@ namespace zelvik {
 
 class Object;
 
+/// Contacts of one pair of bodies, or a wire, as they stand one behind the other in the list of
+/// problems.
+struct ContactGroup {
+  std::uint64_t sideA, sideB;     ///< see `sideOf`
+  std::uint32_t problem, count;   ///< first problem, and how many
+  std::uint32_t object, contact;  ///< whose list holds the contacts, and where the first one is
+  bool isWire;
+
+  /// Number of a body of an object.
+  static std::uint64_t sideOf(size_t object, size_t body) {
+    return static_cast<std::uint64_t>(object) << 32 | static_cast<std::uint64_t>(body);
+  }
+};
+
 /// The impulses of the last step, from which the next one may start.
 ///
 /// A contact is known again by its pair of bodies and, among the points of the pair, as the nearest
@@ -18,38 +32,39 @@ class Object;
 /// and so do joint limits, whose visits only ever add to an impulse. The answers depend on the
 /// order of contacts only.
 ///
-/// The points of a pair are neighbours in the list of contacts and make up a run of entries. Most
-/// contacts come in the order of the last step, so a cursor goes along with them; what it does not
-/// find is looked up in chains of runs.
+/// The points of a pair make up a run of entries. Most pairs come in the order of the last step, so
+/// a cursor goes along with them; what it does not find is looked up in chains of runs.
 class ImpulseMemory {
  public:
-  /// Problems of wires, among those of the step; they may lie on contacts of the same bodies.
-  struct Wires {
-    size_t first, end;
-    bool contain(size_t problem) const { return problem >= first && problem < end; }
-  };
+  /// Forgets the groups of the step before.
+  void clearGroups() { groups_.clear(); }
+  /// Contacts of the present step, in the order of their problems. @param end behind their problems
+  void appendGroup(const ContactGroup& group, size_t end) {
+    groups_.push_back(group);
+    groups_.back().count = static_cast<std::uint32_t>(end) - group.problem;
+  }
 
   /// Takes the impulses out of solved contacts. @param dt time step of the solve (s)
-  void store(const std::vector<Object*>& objects, const Wires& wires, double dt,
-             size_t objectChangeCount);
+  void store(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
   /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
   /// went since the `store` of this step. @param dt time step of the coming solve (s)
-  void recall(const std::vector<Object*>& objects, const Wires& wires, double dt,
-              size_t objectChangeCount);
+  void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  /// Forgets everything.
   void clear() {
-    entries_.clear();
-    runs_.clear();
+    clearGroups();
+    clearEntries();
   }
 
  private:
-  /// Two bodies, each by object and place; contacts and wires between them apart.
+  /// Two bodies; contacts and wires between them apart.
   struct Key {
-    std::uint64_t objects, bodies;
+    std::uint64_t lower, upper;
+    bool isWire;
     bool operator==(const Key&) const = default;
   };
   struct Entry {
     Vec3 position;          ///< (m, world axes)
-    Vec3 impulse;           ///< on the first body (N s, world axes)
+    Vec3 impulse;           ///< on the lower body (N s, world axes)
     std::uint64_t takenBy;  ///< number of the recall that took it
   };
   /// Neighbours in the list of entries with the same key.
@@ -61,17 +76,20 @@ class ImpulseMemory {
   };
   static constexpr std::uint32_t kNoRun = ~0u;
 
-  static Key contactKey(const std::vector<Object*>& objects, const Object& object,
-                        const contact::Contact& c, bool isWire);
-  template <typename Visit>
-  static void forEachAssembled(const std::vector<Object*>& objects, const Wires& wires,
-                               Visit visit);
+  void clearEntries() {
+    entries_.clear();
+    runs_.clear();
+  }
+  static Key keyOf(const ContactGroup& group);
+  static const contact::Contact* contactsOf(const ContactGroup& group,
+                                            const std::vector<Object*>& objects);
   std::uint32_t& headOf(const Key& key);
   std::uint32_t findInChain(const Key& key, std::uint32_t run) const;
   std::uint32_t findRun(const Key& key, std::uint32_t cursor);
   void appendRun(const Key& key);
   Entry* takeNearest(std::uint32_t run, const Vec3& position);
 
+  std::vector<ContactGroup> groups_;  ///< of the present step
   std::vector<Entry> entries_;
   std::vector<Run> runs_;
   std::vector<std::uint32_t> heads_;  ///< a power of two of chains of runs

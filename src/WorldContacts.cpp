@@ -6,6 +6,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 
 #include "CylinderOnPlane.hpp"
+#include "ImpulseMemory.hpp"
 #include "ObjectGeoms.hpp"
 #include "OdeGuard.hpp"
 #include "PairOrder.hpp"
@@ -221,11 +222,12 @@ void World::buildContactsOfPair(size_t first, size_t end) {
                               *objectList_[r2.objectIdx], r2.localBodyIdx, false};
   const MaterialPairProperties& material =
       materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
+  const ContactGroup group = startGroup(sides, false);
   Vec3 rawNormal{}, normal{};
   Mat33 frame{};
   for (size_t i = first; i < end; ++i) {
     const dContactGeom& g = contactGeoms_[i];
-    if (&sides.A == &sides.B && selfContactExists(sides.A, sides.bodyA, sides.bodyB)) return;
+    if (&sides.A == &sides.B && selfContactExists(sides.A, sides.bodyA, sides.bodyB)) break;
     // Most points of a pair share their normal.
     const Vec3 n{{g.normal[0], g.normal[1], g.normal[2]}};
     if (n[0] != rawNormal[0] || n[1] != rawNormal[1] || n[2] != rawNormal[2]) {
@@ -235,6 +237,19 @@ void World::buildContactsOfPair(size_t first, size_t end) {
     }
     appendContact(sides, frame, {{g.pos[0], g.pos[1], g.pos[2]}}, normal, -g.depth, material);
   }
+  if (warmStart_) impulseMemory_->appendGroup(group, contactProblems_.size());
+}
+
+/// The contacts that are appended next, of a pair or a wire.
+ContactGroup World::startGroup(const ContactSides& s, bool isWire) const {
+  const Object& holder = s.typeA != BodyType::STATIC ? s.A : s.B;
+  return {ContactGroup::sideOf(s.A.getIndexInWorld(), s.bodyA),
+          ContactGroup::sideOf(s.B.getIndexInWorld(), s.bodyB),
+          static_cast<std::uint32_t>(contactProblems_.size()),
+          0,
+          static_cast<std::uint32_t>(holder.getIndexInWorld()),
+          static_cast<std::uint32_t>(holder.getContacts().size()),
+          isWire};
 }
 
 void World::appendWireProblems() {
@@ -246,9 +261,11 @@ void World::appendWireProblems() {
     const ContactSides sides = {*wire->getBody1(), wire->getLocalIdx1(), firstIsA,
                                 *wire->getBody2(), wire->getLocalIdx2(), !firstIsA};
     if (!sides.canMove()) continue;
+    const ContactGroup group = startGroup(sides, true);
     appendContact(sides, contact::Contact::frameOf(wire->getNorm()), wire->getP1(), wire->getNorm(),
                   -std::fabs(stretch), wireMaterial_);
     contactProblems_.back().rank_ = contact::Single3DContactProblem::NORMAL_ONLY;
+    if (warmStart_) impulseMemory_->appendGroup(group, contactProblems_.size());
   }
 }
 

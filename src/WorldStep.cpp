@@ -57,9 +57,9 @@ void World::integrate1() {
 /// Of the last solve, once.
 void World::storeImpulses() {
   if (solvedTimeStep_ > 0.0)
-    impulseMemory_->store(objectList_, {wireProblems_[0], wireProblems_[1]}, solvedTimeStep_,
-                          objectChangeCount_);
+    impulseMemory_->store(objectList_, solvedTimeStep_, objectChangeCount_);
   solvedTimeStep_ = 0.0;
+  impulseMemory_->clearGroups();
 }
 
 void World::integrate2() {
@@ -80,9 +80,7 @@ void World::integrate2() {
     for (contact::Single3DContactProblem& problem : contactProblems_) problem.imp_.setZero();
     for (size_t i = wireProblems_[0]; i < wireProblems_[1]; ++i)
       takeOutIfNothingMoves(contactProblems_[i]);
-    if (warmStart_)
-      impulseMemory_->recall(objectList_, {wireProblems_[0], wireProblems_[1]}, timeStep_,
-                             objectChangeCount_);
+    if (warmStart_) impulseMemory_->recall(objectList_, timeStep_, objectChangeCount_);
     solver_.solve(contactProblems_, objectList_);
   }
   ZELVIK_STAGE_DONE("solve");

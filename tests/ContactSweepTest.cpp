@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <random>
+#include <set>
 #include <zelvik/World.hpp>
 
 #include "ArticulatedTestTools.hpp"
@@ -274,21 +276,30 @@ TEST(WarmStart, CarriesATowerWithFewSweeps) {
   EXPECT_NEAR(warm.forceOnGround(), 9.81, 0.1);
 }
 
-/// What one side of a contact tells of it after a step.
+/// What a contact tells of itself after a step.
 struct KnownImpulse {
-  size_t object, otherObject;
-  Vec3 position, impulse;
+  std::set<size_t> objects;
+  size_t problem;
+  Vec3 position, impulse;  ///< on the object that was added first
   bool isTaken = false;
 };
 
+/// In the order of the problems.
 std::vector<KnownImpulse> impulsesOf(World& world) {
   std::vector<KnownImpulse> all;
   for (const Object* object : world.getObjList())
     for (const contact::Contact& c : object->getContacts()) {
       if (c.pairBodyType_ == BodyType::DYNAMIC && !c.objectA_) continue;
-      all.push_back({object->getIndexInWorld(), c.pairObjectIndex_, c.position_, {}});
-      c.getImpulse(all.back().impulse);
+      Vec3 impulse;
+      c.getImpulse(impulse);
+      const size_t self = object->getIndexInWorld();
+      all.push_back({{self, c.pairObjectIndex_},
+                     c.contactProblemIndex_,
+                     c.position_,
+                     self < c.pairObjectIndex_ ? impulse : -impulse});
     }
+  std::sort(all.begin(), all.end(),
+            [](const auto& a, const auto& b) { return a.problem < b.problem; });
   return all;
 }
 
@@ -318,7 +329,7 @@ TEST(WarmStart, TakesTheNearestImpulseOfThePair) {
     for (const KnownImpulse& now : impulsesOf(world)) {
       KnownImpulse* nearest = nullptr;
       for (KnownImpulse& k : known)
-        if (!k.isTaken && k.object == now.object && k.otherObject == now.otherObject &&
+        if (!k.isTaken && k.objects == now.objects &&
             (nearest == nullptr ||
              norm(k.position - now.position) < norm(nearest->position - now.position)))
           nearest = &k;

@@ -30,6 +30,7 @@
 namespace zelvik {
 
 class ImpulseMemory;
+struct ContactGroup;
 class PairOrder;
 class PairSearch;
 
@@ -342,6 +343,7 @@ class ZELVIK_API World {
   void appendWireProblems();
   /// The two sides of a contact before it has records.
   struct ContactSides;
+  ContactGroup startGroup(const ContactSides& sides, bool isWire) const;
   void appendContact(const ContactSides& sides, const Mat<3, 3>& frame, const Mat<3, 1>& position,
                      const Mat<3, 1>& normal, double depth, const MaterialPairProperties& material);
   void testRay(dGeomID geom);
