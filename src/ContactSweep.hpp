@@ -143,6 +143,8 @@ class ContactSweep {
     SingleBodyObject* body = nullptr;  ///< null for what is no rigid body
     BodyMass mass;
   };
+  /// How an object takes part in batches; two of them add up.
+  enum Part : std::uint8_t { NO_PART = 0, BODY_PART = 1, OTHER_PART = 4 };
   /// All batches of a kind, by place among the stops of the kind.
   template <int sides>
   struct Batches {
@@ -199,6 +201,7 @@ class ContactSweep {
   std::vector<Sides> sides_;                    ///< by problem
   std::vector<std::uint32_t> rowOf_;            ///< by problem
   std::vector<Body> bodies_;                    ///< by place in the world
+  std::vector<Part> parts_;                     ///< of the same
   AlignedVector<BodyVelocity> bodyVelocities_;  ///< by slot, the body's place + `kFirstBodySlot`
   std::vector<Robot> robots_;
   std::vector<Point> points_;

@@ -80,6 +80,7 @@ void ContactSweep::listSides(const ContactProblemList& problems,
                              const std::vector<Object*>& objects) {
   sides_.assign(problems.size(), Sides{});
   bodies_.assign(objects.size(), Body{});
+  parts_.assign(objects.size(), OTHER_PART);
   bodyVelocities_.resize(objects.size() + kFirstBodySlot);
   bodyVelocities_[kZeroSlot] = {};
   for (size_t o = 0; o < objects.size(); ++o) {
@@ -129,6 +130,7 @@ void ContactSweep::startBody(SingleBodyObject& body) {
   Body& entry = bodies_[body.getIndexInWorld()];
   entry.body = &body;
   entry.mass = {AngularScale(body.mapInertiaInv_), body.mapMassInv_};
+  if (entry.mass.scale.isFactor) parts_[body.getIndexInWorld()] = BODY_PART;
   BodyVelocity& velocity = bodyVelocities_[body.getIndexInWorld() + kFirstBodySlot];
   velocity = {};
   if (body.usesFullDelassus()) return;
@@ -139,20 +141,18 @@ void ContactSweep::startBody(SingleBodyObject& body) {
 
 SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sides& who) const {
   using Problem = Single3DContactProblem;
-  if (p.rank_ != Problem::FULL || !(p.mu_ >= Problem::kFrictionless)) return SweepOrder::SINGLE;
-  int count = 0;
-  for (const std::uint32_t object : who.object) {
-    if (object == SweepOrder::kNobody) continue;
-    if (bodies_[object].body == nullptr || !bodies_[object].mass.scale.isFactor)
-      return SweepOrder::SINGLE;
-    ++count;
-  }
+  const auto partOf = [this](std::uint32_t object) -> unsigned {
+    return object == SweepOrder::kNobody ? NO_PART : parts_[object];
+  };
+  const unsigned parts = partOf(who.object[0]) + partOf(who.object[1]);
   // A batch hands on impulses of zero, too: a block with infinite entries must not be in it.
-  double sum = 0.0;
-  for (const double d : p.delassus_.v) sum += d;
-  if (count == 0 || who.object[0] == who.object[1] || !std::isfinite(sum))
+  const double* d = p.delassus_.v;
+  const double sum = sumOfLanes(loadLanes(d) + loadLanes(d + 4)) + d[8];
+  if (p.rank_ != Problem::FULL || !(p.mu_ >= Problem::kFrictionless) || !std::isfinite(sum) ||
+      who.object[0] == who.object[1])
     return SweepOrder::SINGLE;
-  return count == 1 ? SweepOrder::ONE_BODY : SweepOrder::TWO_BODIES;
+  if (parts == BODY_PART) return SweepOrder::ONE_BODY;
+  return parts == 2 * BODY_PART ? SweepOrder::TWO_BODIES : SweepOrder::SINGLE;
 }
 
 /// Gives a problem its stop, and its place in a batch or a row.
@@ -183,25 +183,23 @@ void ContactSweep::Batches<sides>::clear() {
 }
 
 template <int sides>
-void ContactSweep::Batches<sides>::append(const SweepOrder::Stop& stop, Single3DContactProblem& p,
-                                          const Sides& who, const std::vector<Body>& owners) {
+inline void ContactSweep::Batches<sides>::append(const SweepOrder::Stop& stop,
+                                                 Single3DContactProblem& p, const Sides& who,
+                                                 const std::vector<Body>& owners) {
   if (stop.index == members.size()) {
     members.emplace_back();
     bodies.emplace_back();
   }
   BatchMembers<sides>& m = members[stop.index];
-  const size_t lane = stop.count - 1;
+  const size_t lane = stop.count - 1, first = who.object[0] == SweepOrder::kNobody ? 1 : 0;
   m.problems[lane] = &p;
-  size_t side = 0;
-  for (size_t s = 0; s < 2; ++s) {
-    const std::uint32_t object = who.object[s];
-    if (object == SweepOrder::kNobody) continue;
+  m.sign[lane] = first == 0 ? 1.0 : -1.0;
+  for (size_t side = 0; side < sides; ++side) {
+    const std::uint32_t object = who.object[first + side];
     const Body& owner = owners[object];
-    if (side == 0) m.sign[lane] = s == 0 ? 1.0 : -1.0;
-    m.jacobians[side][lane] = owner.body->contactJacobian_[who.contact[s]].v;
+    m.jacobians[side][lane] = owner.body->contactJacobian_[who.contact[first + side]].v;
     m.masses[side][lane] = &owner.mass;
     bodies[stop.index].slots[side][lane] = object + kFirstBodySlot;
-    ++side;
   }
 }
 

@@ -145,6 +145,8 @@ void World::assembleTwoSided(Object& object, size_t i, Problem& p) {
   const Contact& c = object.getContacts()[i];
   Object& q = *objectList_[c.pairObjectIndex_];
   const size_t k = c.pairContactIndex_;
+  if (!c.selfCollision_ && !object.usesFullDelassus() && !q.usesFullDelassus())
+    return assembleQueried(object, i, q, p);
   if (c.selfCollision_) {
     p.impactVel_ = c.impactVel_;
     p.delassus_ = ownBlock(object, i);
@@ -156,6 +158,23 @@ void World::assembleTwoSided(Object& object, size_t i, Problem& p) {
   if (bound > 0) reserveCoupling(p, bound);
   assembleSideA(object, i, q, p);
   if (!c.selfCollision_) assembleSideB(q, k, object, p);
+}
+
+/// Both sides are queried: their velocities hold everything.
+void World::assembleQueried(Object& object, size_t i, Object& q, Problem& p) {
+  const Contact& c = object.getContacts()[i];
+  const size_t k = c.pairContactIndex_;
+  const Mat33& a = object.getDelassusAndTauStar()[i].blocks[0];
+  const Mat33& b = q.getDelassusAndTauStar()[k].blocks[0];
+  p.impactVel_ = c.impactVel_ - q.getImpactVel(k);
+  p.tauStar_.setZero();
+  addBlocks(a, b, p.delassus_);
+  addBlocks(a, b, p.appliedDelassus_);
+  p.hasAppliedDelassus_ = true;
+  p.objA_ = &object;
+  p.contactIdxA_ = i;
+  p.objB_ = &q;
+  p.contactIdxB_ = k;
 }
 
 void World::assembleSideA(Object& object, size_t i, Object& q, Problem& p) {

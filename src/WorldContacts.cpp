@@ -149,8 +149,10 @@ void World::testPair(dGeomID o1, dGeomID o2) {
     contactGeoms_.resize(3 * contactGeoms_.size());
   const int found = collidePair(o1, o2, objectList_, &contactGeoms_[used]);
   for (int i = 0; i < found; ++i) {
-    const dContactGeom& point = contactGeoms_[used + static_cast<size_t>(i)];
-    if (isUsablePoint(point)) contactGeoms_[static_cast<size_t>(numContactGeoms_++)] = point;
+    const size_t from = used + static_cast<size_t>(i), to = static_cast<size_t>(numContactGeoms_);
+    if (!isUsablePoint(contactGeoms_[from])) continue;
+    if (from != to) contactGeoms_[to] = contactGeoms_[from];
+    ++numContactGeoms_;
   }
 }
 

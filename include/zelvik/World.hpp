@@ -353,6 +353,7 @@ class ZELVIK_API World {
   void reserveCoupling(contact::Single3DContactProblem& p, size_t count);
   void assembleSingleSided(Object& object, size_t i, contact::Single3DContactProblem& p);
   void assembleTwoSided(Object& object, size_t i, contact::Single3DContactProblem& p);
+  void assembleQueried(Object& object, size_t i, Object& q, contact::Single3DContactProblem& p);
   void assembleSideA(Object& object, size_t i, Object& q, contact::Single3DContactProblem& p);
   void assembleSideB(Object& q, size_t k, Object& object, contact::Single3DContactProblem& p);
 
