@@ -127,7 +127,8 @@ Figures restAccuracy(const NeutralScene& scene, Engine& engine) {
   Ruler ruler(scene);
   ruler.take(engine);
   const std::vector<Vec3> before = ruler.marks();
-  double force = 0.0, penetration = ruler.penetration();
+  double force = 0.0, penetration = ruler.penetration(), mean = ruler.meanPenetration();
+  int samples = 1;
   const bool stands = hasStandingRobot(scene);
   FootSlip slip(scene);
   for (int k = begin; k < begin + second; ++k) {
@@ -138,6 +139,8 @@ Figures restAccuracy(const NeutralScene& scene, Engine& engine) {
     if ((k - begin) % 50 != 49) continue;
     ruler.take(engine);
     penetration = std::max(penetration, ruler.penetration());
+    mean += ruler.meanPenetration();
+    ++samples;
   }
   ruler.take(engine);
   const std::vector<Vec3> after = ruler.marks();
@@ -145,6 +148,7 @@ Figures restAccuracy(const NeutralScene& scene, Engine& engine) {
   for (size_t i = 0; i < before.size(); ++i)
     creep = std::max(creep, horizontal(after[i] - before[i]) / (second * scene.dt));
   Figures figures = {{"penetration_m", penetration},
+                     {"mean_penetration_m", mean / samples},
                      {"creep_m_per_s", creep},
                      {"force_to_weight_minus_1", force / scene.weight() - 1.0}};
   if (stands) figures.push_back({"foot_slip_m_per_s", slip.rootMeanSquare()});
@@ -185,6 +189,17 @@ double Ruler::penetration() const {
   for (const Object* object : world_.getObjList())
     for (const contact::Contact& c : object->getContacts()) deepest = std::max(deepest, -c.depth_);
   return deepest;
+}
+
+double Ruler::meanPenetration() const {
+  double sum = 0.0;
+  size_t count = 0;
+  for (const Object* object : world_.getObjList())
+    for (const contact::Contact& c : object->getContacts()) {
+      sum -= std::min(c.depth_, 0.0);
+      ++count;
+    }
+  return count > 0 ? sum / static_cast<double>(count) : 0.0;
 }
 
 std::vector<Vec3> Ruler::marks() const {

@@ -23,6 +23,8 @@ class Ruler {
 
   /// Deepest overlap of any two shapes (m, 0 or more).
   double penetration() const;
+  /// Mean over all contacts (m).
+  double meanPenetration() const;
   /// Places that must not move while the scene rests (world axes): centres of free bodies, and of
   /// the robot's collision spheres, which are the feet of the quadruped.
   std::vector<Vec3> marks() const;

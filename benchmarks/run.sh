@@ -58,12 +58,18 @@ settings_of() { # ENGINE SCENE SETTING...
   case $engine:$scene in
     zelvik:A4) printf 'scheme=semi\nscheme=rk4\n' ;;
     mujoco*:A4) echo integrator=RK4 ;;
-    zelvik:S1*) echo broad=simple,threshold=1e-12 ;;
-    zelvik:A[12]*) echo threshold=1e-12,iterations=1000 ;;
+    zelvik:S1*)
+      printf 'broad=simple,threshold=1e-12\nbroad=simple,layer=1e-5,threshold=1e-12\n' ;;
+    zelvik:A1*) printf 'threshold=1e-12,iterations=1000\nlayer=1e-4,threshold=1e-12\n' ;;
+    zelvik:A2*)
+      printf 'threshold=1e-12,iterations=1000\nlayer=1e-6,threshold=1e-14,iterations=1000\n' ;;
     zelvik:S3) printf 'broad=simple,warm=1\nbroad=simple,warm=1,erp=20,iterations=10\n' ;;
+    zelvik:S4-216-boxes)
+      printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=10,iterations=10,layer=1e-5\n'
+      printf 'broad=sap,warm=1,erp=10,iterations=8\n' ;;
     zelvik:S4*) printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=20,iterations=10\n' ;;
-    zelvik:S5) printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=1,iterations=6\n' ;;
-    zelvik:A5-S4* | zelvik:A5-S5) echo warm=1 ;;
+    zelvik:S5) printf 'broad=sap,warm=1\nbroad=sap,warm=1,erp=1,iterations=6,layer=1e-5\n' ;;
+    zelvik:A5-S4* | zelvik:A5-S5) printf 'warm=1\nwarm=1,layer=1e-5\n' ;;
   esac
 }
 

@@ -19,7 +19,8 @@ mkdir -p "$out"
 
 robot=(
   "zelvik broad=simple,threshold=1e-6 broad=simple broad=simple,threshold=1e-10
-   broad=simple,threshold=1e-12,iterations=1000"
+   broad=simple,threshold=1e-12,iterations=1000 broad=simple,layer=1e-5
+   broad=simple,layer=1e-5,threshold=1e-12"
   "mujoco default impratio=10 impratio=100 timeconst=0.005,dmax=0.99
    timeconst=0.005,dmax=0.99,impratio=100 cone=pyramidal cone=pyramidal,noslip=5"
   "mujoco_newer default impratio=100 timeconst=0.005,dmax=0.99,impratio=100"
@@ -28,7 +29,8 @@ robot=(
   "dart solver=dantzig solver=pgs solver=dantzig,detector=fcl")
 piles=(
   "zelvik broad=sap,iterations=10 broad=sap,iterations=30 broad=sap broad=sap,erp=5 broad=sap,erp=20
-   broad=sap,warm=1,iterations=10 broad=sap,warm=1,iterations=30 broad=sap,warm=1,erp=20"
+   broad=sap,warm=1,iterations=10 broad=sap,warm=1,iterations=30 broad=sap,warm=1,erp=20
+   broad=sap,warm=1,erp=1,iterations=6,layer=1e-5 broad=sap,warm=1,erp=1,iterations=10,layer=1e-5"
   "mujoco default cone=pyramidal solver=CG,iterations=10 solver=CG,iterations=50"
   "mujoco_newer default solver=CG,iterations=10 solver=CG,iterations=50"
   "ode iterations=10,space=sap iterations=20,space=sap iterations=50,space=sap

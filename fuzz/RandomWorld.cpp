@@ -63,6 +63,7 @@ void RandomWorld::fill() {
   if (chance(0.4)) addWire();
   if (chance(0.3)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(4)));
   if (chance(0.3)) world_.setWarmStart(true);
+  if (chance(0.3)) world_.setContactSurfaceLayer(number(0.0, 1e-3));
 }
 
 void RandomWorld::addObject() {

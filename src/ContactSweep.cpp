@@ -129,8 +129,16 @@ double ContactSweep::visitRun(const Run& run, bool forward, double relaxation) {
     case SweepOrder::TWO_BODIES:
       return runOf(twoBodies_, run).visit(forward, bodyVelocities_.data(), relaxation);
     default:
-      return visitRow(rows_[run.first], relaxation);
+      return visitRows(run, forward, relaxation);
   }
+}
+
+double ContactSweep::visitRows(const Run& run, bool forward, double relaxation) {
+  double error = 0.0;
+  const std::ptrdiff_t way = forward ? 1 : -1;
+  ContactRow* row = &rows_[run.first + (forward ? 0 : run.count - 1)];
+  for (std::uint32_t i = 0; i < run.count; ++i, row += way) error += visitRow(*row, relaxation);
+  return error;
 }
 
 template <int sides>

@@ -188,6 +188,7 @@ class ContactSweep {
   Lanes velocity(const ContactRow& row) const;
   void handOn(const ContactRow& row, const Lanes& change);
   double visitRun(const Run& run, bool forward, double relaxation);
+  double visitRows(const Run& run, bool forward, double relaxation);
   double visitRow(ContactRow& row, double relaxation);
   double visitContact(ContactRow& row, double relaxation);
   double visitLimit(ContactRow& row);

@@ -222,7 +222,8 @@ void ContactSweep::listRuns() {
 
 /// Takes the bodies of a stop into those of a run, if they fit.
 bool ContactSweep::joinsRun(const Run& run, const SweepOrder::Stop& stop) {
-  if (run.kind != stop.kind || stop.kind == SweepOrder::SINGLE) return false;
+  if (run.kind != stop.kind) return false;
+  if (stop.kind == SweepOrder::SINGLE) return true;
   return stop.kind == SweepOrder::ONE_BODY
              ? oneBody_.bodies[run.first].merge(oneBody_.bodies[stop.index])
              : twoBodies_.bodies[run.first].merge(twoBodies_.bodies[stop.index]);

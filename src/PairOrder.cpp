@@ -2,11 +2,28 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "PairOrder.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace zelvik {
 
+/// Pairs of which each waits for the one before, since they have an object in common.
+size_t PairOrder::longestWait(size_t objectCount) {
+  constexpr std::uint32_t nobody = TouchingPair::kNobody;
+  waits_.assign(objectCount, 0);
+  std::uint32_t longest = 0;
+  for (const TouchingPair& pair : pairs_) {
+    const std::uint32_t before =
+        std::max(pair.a != nobody ? waits_[pair.a] : 0, pair.b != nobody ? waits_[pair.b] : 0);
+    if (pair.a != nobody) waits_[pair.a] = before + 1;
+    if (pair.b != nobody) waits_[pair.b] = before + 1;
+    longest = std::max(longest, before + 1);
+  }
+  return longest;
+}
+
 void PairOrder::arrange(size_t objectCount) {
+  if (pairs_.size() >= kGroup * longestWait(objectCount)) return;
   if (groupOf_.size() < objectCount) groupOf_.resize(objectCount, 0);
   next_.resize(pairs_.size() + 1);
   for (size_t i = 0; i < pairs_.size(); ++i) next_[i] = static_cast<std::uint32_t>(i + 1);

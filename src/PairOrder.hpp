@@ -19,7 +19,8 @@ struct TouchingPair {
 /// An order of pairs in which neighbours have no moving object in common, as far as a look at the
 /// next `kReach` pairs finds such an order: the sweeps visit contacts four at a time, and those of
 /// one object wait for each other. Otherwise pairs stay near their places, since along a pile
-/// impulses travel faster if its contacts are visited one after the other.
+/// impulses travel faster if its contacts are visited one after the other. For the same reason all
+/// stays as it is where enough pairs can go side by side anyway.
 class PairOrder {
  public:
   static constexpr size_t kGroup = 4;   ///< pairs that shall have no object in common
@@ -33,12 +34,14 @@ class PairOrder {
   const std::vector<TouchingPair>& pairs() const { return pairs_; }
 
  private:
+  size_t longestWait(size_t objectCount);
   bool joinsGroup(const TouchingPair& pair);
   void appendGroup();
 
   std::vector<TouchingPair> pairs_, arranged_;
   std::vector<std::uint32_t> next_;     ///< of the pairs that are left; 0 is the head of the list
   std::vector<std::uint64_t> groupOf_;  ///< by object: the last group with it
+  std::vector<std::uint32_t> waits_;    ///< by object: pairs one behind the other up to it
   std::uint64_t group_ = 0;             ///< number of the present one, never used again
 };
 

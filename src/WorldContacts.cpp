@@ -242,8 +242,9 @@ void World::buildContactsOfPair(size_t first, size_t end) {
   if (warmStart_) impulseMemory_->appendGroup(group, contactProblems_.size());
 }
 
-/// The contacts that are appended next, of a pair or a wire.
+/// The contacts that are appended next, of a pair or a wire; only a warm start asks for them.
 ContactGroup World::startGroup(const ContactSides& s, bool isWire) const {
+  if (!warmStart_) return {};
   const Object& holder = s.typeA != BodyType::STATIC ? s.A : s.B;
   return {ContactGroup::sideOf(s.A.getIndexInWorld(), s.bodyA),
           ContactGroup::sideOf(s.B.getIndexInWorld(), s.bodyB),
