@@ -102,6 +102,7 @@ struct ContactBatch {
   void writeImpulses() const;
 
  private:
+  void clearLane(size_t lane);
   void fillBodies(const BatchMembers<sides>& members);
   void fillProblems(const Lanes& normalVelocity, const ContactPreparation& preparation);
 };

@@ -28,12 +28,11 @@ inline Lanes squareRoot(const Lanes& a) {
   return Lanes{std::sqrt(a[0]), std::sqrt(a[1]), std::sqrt(a[2]), std::sqrt(a[3])};
 }
 
-/// What a lane without a contact reads; its block has an inverse.
-const Single3DContactProblem kNoProblem = [] {
-  Single3DContactProblem p;
-  p.delassus_.setIdentity();
-  return p;
-}();
+/// What a lane without a contact reads. Made when first needed, which may be before `main`.
+const Single3DContactProblem& noProblem() {
+  static const Single3DContactProblem problem;
+  return problem;
+}
 constexpr double kNoJacobian[18] = {};
 const BodyMass kNoMass;
 
@@ -86,7 +85,7 @@ struct RecordLanes {
   const Single3DContactProblem* p[kLanes];
 
   explicit RecordLanes(Single3DContactProblem* const* problems) {
-    for (size_t l = 0; l < kLanes; ++l) p[l] = problems[l] != nullptr ? problems[l] : &kNoProblem;
+    for (size_t l = 0; l < kLanes; ++l) p[l] = problems[l] != nullptr ? problems[l] : &noProblem();
   }
   /// Four values from a field on.
   template <typename Field>
@@ -212,6 +211,16 @@ void ContactBatch<sides>::fill(const BatchMembers<sides>& m, const BatchBodies<s
   for (size_t k = 0; k < 3; ++k) free[k] = tau.row[k];
   const Velocities<sides> start(bodies, velocities);
   fillProblems(start.ofContacts(*this).z, preparation);
+  for (size_t l = 0; l < kLanes; ++l)
+    if (problems[l] == nullptr) clearLane(l);
+}
+
+/// A lane without a contact holds zeros, whatever the parameters of the solver make of zeros.
+template <int sides>
+void ContactBatch<sides>::clearLane(size_t lane) {
+  target[lane] = opening[lane] = 0.0;
+  for (Lanes& value : free) value[lane] = 0.0;
+  for (Lanes& value : stick) value[lane] = 0.0;
 }
 
 template <int sides>

@@ -16,7 +16,7 @@
 // through objects. A sweep wants little data in one piece, so the problems of a step are written
 // out as batches and rows:
 //
-//   caller's step -> listSides -> prepare (records) -> build (batches, rows) -> sweep, sweep, ...
+//   caller's step -> build (batches, rows, what the solver owes to records) -> sweep, sweep, ...
 //   -> finish (records, velocities of objects)
 //
 // A batch holds up to four contacts with friction of rigid bodies only (`ContactBatch`), where

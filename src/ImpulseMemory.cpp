@@ -47,6 +47,17 @@ void ImpulseMemory::appendRun(const Key& key) {
   head = static_cast<std::uint32_t>(runs_.size() - 1);
 }
 
+void ImpulseMemory::removeObject(size_t index, size_t last) {
+  const auto isOf = [](std::uint64_t side, size_t object) { return side >> 32 == object; };
+  std::erase_if(
+      groups_, [&](const ContactGroup& g) { return isOf(g.sideA, index) || isOf(g.sideB, index); });
+  for (ContactGroup& g : groups_) {
+    for (std::uint64_t* side : {&g.sideA, &g.sideB})
+      if (isOf(*side, last)) *side = ContactGroup::sideOf(index, *side & 0xFFFFFFFFu);
+    if (g.object == last) g.object = static_cast<std::uint32_t>(index);
+  }
+}
+
 void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
                           size_t objectChangeCount) {
   timeStep_ = dt;

@@ -14,7 +14,7 @@ class Object;
 /// Contacts of one pair of bodies, or a wire, as they stand one behind the other in the list of
 /// problems.
 struct ContactGroup {
-  std::uint64_t sideA, sideB;     ///< see `sideOf`
+  std::uint64_t sideA, sideB;     ///< see `sideOf`; `imp_` acts on the first
   std::uint32_t problem, count;   ///< first problem, and how many
   std::uint32_t object, contact;  ///< whose list holds the contacts, and where the first one is
   bool isWire;
@@ -40,14 +40,17 @@ class ImpulseMemory {
   void clearGroups() { groups_.clear(); }
   /// Contacts of the present step, in the order of their problems. @param end behind their problems
   void appendGroup(const ContactGroup& group, size_t end) {
+    if (end == group.problem) return;
     groups_.push_back(group);
     groups_.back().count = static_cast<std::uint32_t>(end) - group.problem;
   }
+  /// Forgets the contacts of an object that leaves the world; the last one takes its place.
+  void removeObject(size_t index, size_t last);
 
   /// Takes the impulses out of solved contacts. @param dt time step of the solve (s)
   void store(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
   /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
-  /// went since the `store` of this step. @param dt time step of the coming solve (s)
+  /// went between the halves of this step. @param dt time step of the coming solve (s)
   void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
   /// Forgets everything.
   void clear() {

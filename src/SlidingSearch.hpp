@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <array>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 #include <zelvik/rotation.hpp>
 
@@ -49,7 +48,7 @@ struct Turn {
 /// Series in y = angle^2 up to y^(n - 1). Even and odd powers have sums of their own, which halves
 /// the wait.
 template <int n, typename T>
-inline T evaluateSeries(const double (&k)[9], const T& y) {
+constexpr T evaluateSeries(const double (&k)[9], const T& y) {
   constexpr int lastEven = n % 2 == 0 ? n - 2 : n - 1, lastOdd = n % 2 == 0 ? n - 1 : n - 2;
   const T y2 = y * y;
   T even = y2 * k[lastEven] + k[lastEven - 2], odd = y2 * k[lastOdd] + k[lastOdd - 2];
@@ -80,7 +79,7 @@ constexpr double kSineSeries[9] = {1.0,
 /// @tparam n terms: four serve up to 0.04 rad, where they leave 0.04^8 / 8!, less than an ulp, and
 /// nine up to 1 rad, to which the 15 steps of a march can add up
 template <int n, typename T>
-inline Turn<T> turnBy(const T& angle) {
+constexpr Turn<T> turnBy(const T& angle) {
   const T y = angle * angle;
   return {angle, evaluateSeries<n>(kCosineSeries, y), angle * evaluateSeries<n>(kSineSeries, y)};
 }
@@ -210,25 +209,28 @@ inline SlidingPoint falsePosition(const SlidingCurve& curve, SlidingPoint a, Sli
 constexpr int kMaxTrials = 15;       ///< of a march
 constexpr double kStepGrowth = 1.3;  ///< factor of a step on the one before
 
-/// The turns of a march as long as each step succeeds, four at a time.
-inline const std::array<Turn<Lanes>, 4> kMarchTurns = [] {
-  std::array<Turn<Lanes>, 4> turns{};
-  double angle = 0.0, step = kFirstStep;
-  for (size_t i = 0; i < 4 * kLanes; ++i, step *= kStepGrowth) {
-    angle += step;
-    const Turn<double> turn = turnBy<9>(angle);
-    Turn<Lanes>& four = turns[i / kLanes];
-    four.angle[i % kLanes] = turn.angle;
-    four.cosine[i % kLanes] = turn.cosine;
-    four.sine[i % kLanes] = turn.sine;
+/// The turns of a march as long as each step succeeds.
+struct MarchTurns {
+  alignas(32) double angle[4 * kLanes]{}, cosine[4 * kLanes]{}, sine[4 * kLanes]{};
+
+  constexpr MarchTurns() {
+    double theta = 0.0, step = kFirstStep;
+    for (size_t i = 0; i < 4 * kLanes; ++i, step *= kStepGrowth) {
+      const Turn<double> turn = turnBy<9>(theta += step);
+      angle[i] = turn.angle;
+      cosine[i] = turn.cosine;
+      sine[i] = turn.sine;
+    }
   }
-  return turns;
-}();
+};
+inline constexpr MarchTurns kMarchTurns;
 
 /// Four trials of a march that has not halved a step.
 inline SlidingPoints trialsOfTable(const SlidingCurve& curve, size_t block, double sign) {
-  const Turn<Lanes>& turn = kMarchTurns[block];
-  return curve.at(Turn<Lanes>{sign * turn.angle, turn.cosine, sign * turn.sine});
+  const size_t first = block * kLanes;
+  return curve.at(Turn<Lanes>{sign * loadLanes(kMarchTurns.angle + first),
+                              loadLanes(kMarchTurns.cosine + first),
+                              sign * loadLanes(kMarchTurns.sine + first)});
 }
 
 /// Four trials from an angle on.

@@ -83,6 +83,7 @@ void World::clearContactProblems() {
     if (p.otherBlocks_.capacity() > 0)
       spareCouplingLists_.push_back({std::move(p.otherBlocks_), std::move(p.otherProblems_)});
   contactProblems_.clear();
+  wireProblems_[0] = wireProblems_[1] = 0;
 }
 
 /// Makes room for `count` coupling blocks in the empty lists of p, and for some more, which a later

@@ -246,8 +246,10 @@ void World::buildContactsOfPair(size_t first, size_t end) {
 ContactGroup World::startGroup(const ContactSides& s, bool isWire) const {
   if (!warmStart_) return {};
   const Object& holder = s.typeA != BodyType::STATIC ? s.A : s.B;
-  return {ContactGroup::sideOf(s.A.getIndexInWorld(), s.bodyA),
-          ContactGroup::sideOf(s.B.getIndexInWorld(), s.bodyB),
+  const std::uint64_t a = ContactGroup::sideOf(s.A.getIndexInWorld(), s.bodyA);
+  const std::uint64_t b = ContactGroup::sideOf(s.B.getIndexInWorld(), s.bodyB);
+  return {s.aIsObjectA ? a : b,
+          s.aIsObjectA ? b : a,
           static_cast<std::uint32_t>(contactProblems_.size()),
           0,
           static_cast<std::uint32_t>(holder.getIndexInWorld()),

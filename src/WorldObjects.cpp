@@ -4,6 +4,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "ImpulseMemory.hpp"
 #include "ObjectGeoms.hpp"
 
 // Adding and removing objects: the list stays dense, and every geom knows its owner's place in it.
@@ -203,6 +204,7 @@ void setOwnerOfGeoms(const Object& object, size_t index) {
 void World::releaseContactsOf(Object* object) {
   constexpr unsigned int dead = contact::Single3DContactProblem::NOTHING_MOVES;
   const size_t index = object->getIndexInWorld(), last = objectList_.size() - 1;
+  if (impulseMemory_ != nullptr) impulseMemory_->removeObject(index, last);
   for (const contact::Contact& c : object->getContacts())
     contactProblems_[c.contactProblemIndex_].rank_ = dead;
   for (Object* other : objectList_)

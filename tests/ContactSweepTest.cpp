@@ -343,6 +343,33 @@ TEST(WarmStart, TakesTheNearestImpulseOfThePair) {
   EXPECT_GT(compared, 1000u);
 }
 
+TEST(WarmStart, KnowsContactsAgainAfterARemoval) {
+  // The last object takes the place of the one that leaves, and must not take its impulses.
+  for (int removed = 0; removed < 3; ++removed) {
+    World world;
+    world.setTimeStep(0.005);
+    world.setWarmStart(true);
+    world.addGround();
+    std::vector<Sphere*> balls;
+    for (int i = 0; i < 3; ++i) {
+      balls.push_back(world.addSphere(0.1, std::pow(100.0, i)));
+      balls.back()->setPosition(i, 0.0, 0.0999);
+    }
+    for (int step = 0; step < 20; ++step) world.integrate();
+    world.removeObject(balls[static_cast<size_t>(removed)]);
+    world.setContactSolverParam(0.0, 1.0, 1.0, 1, 1e-12);  // impulses stay as they are recalled
+    world.integrate();
+    for (int i = 0; i < 3; ++i) {
+      if (i == removed) continue;
+      const Sphere& ball = *balls[static_cast<size_t>(i)];
+      ASSERT_EQ(ball.getContacts().size(), 1u);
+      Vec3 impulse;
+      ball.getContacts()[0].getImpulse(impulse);
+      EXPECT_NEAR(impulse[2] / (std::pow(100.0, i) * 9.81 * 0.005), 1.0, 0.01) << removed << i;
+    }
+  }
+}
+
 /// A hanging chain whose joints all reach their limits.
 Child chainWithLimits(size_t links) {
   using articulated_test::body;

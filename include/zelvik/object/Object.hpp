@@ -44,7 +44,7 @@ ZELVIK_API ObjectType stringToObjectType(const std::string& name);
 class DelassusRow {
  public:
   size_t size() const { return size_; }
-  /// Blocks that are added hold anything.
+  /// Afterwards the blocks hold anything if their number has changed.
   void resize(size_t count) {
     size_ = count;
     if (count > 1 && many_.size() < count) many_.resize(count);
