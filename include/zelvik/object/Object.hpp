@@ -43,14 +43,18 @@ ZELVIK_API ObjectType stringToObjectType(const std::string& name);
 /// lies in the row itself.
 class DelassusRow {
  public:
+  /// Number of blocks.
   size_t size() const { return size_; }
   /// Afterwards the blocks hold anything if their number has changed.
   void resize(size_t count) {
     size_ = count;
     if (count > 1 && many_.size() < count) many_.resize(count);
   }
+  ///@{
+  /// Block j; not checked.
   Mat<3, 3>& operator[](size_t j) { return size_ == 1 ? single_ : many_[j]; }
   const Mat<3, 3>& operator[](size_t j) const { return size_ == 1 ? single_ : many_[j]; }
+  ///@}
   /// Whether there is memory for more than one block.
   bool hasMany() const { return !many_.empty(); }
 
