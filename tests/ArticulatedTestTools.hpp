@@ -7,6 +7,7 @@
 #include <Eigen/Dense>
 #include <memory>
 #include <string>
+#include <zelvik/World.hpp>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/rotation.hpp>
 
@@ -48,6 +49,16 @@ inline std::unique_ptr<AS> onFixedBase(const Child& child, const Vec3& position 
   base.jointPosition = position;
   base.childrenMovable.push_back(child);
   return std::make_unique<AS>(base, ".");
+}
+
+/// A flap of 1 kg on a fixed hinge, with limits at -0.1 and 0.1 rad.
+inline AS* addFlap(World& world) {
+  Child flap = body("flap", Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}});
+  flap.jointLimit[0] = -0.1;
+  flap.jointLimit[1] = 0.1;
+  Child hinge = body("hinge", Joint::FIXED);
+  hinge.childrenMovable.push_back(flap);
+  return world.addArticulatedSystem(hinge);
 }
 
 }  // namespace zelvik::articulated_test

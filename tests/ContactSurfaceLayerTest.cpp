@@ -117,12 +117,7 @@ std::vector<double> stateOfHangingThings(double layer) {
   weight->setPosition(0.3, 0.0, -0.95);
   StiffLengthConstraint* wire = world.addStiffWire(hook, 0, {}, weight, 0, {}, 1.0);
   wire->setStretchType(0);
-  Child flap = articulated_test::body("flap", Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}});
-  flap.jointLimit[0] = -0.1;
-  flap.jointLimit[1] = 0.1;
-  Child hinge = articulated_test::body("hinge", Joint::FIXED);
-  hinge.childrenMovable.push_back(flap);
-  ArticulatedSystem* door = world.addArticulatedSystem(hinge);
+  ArticulatedSystem* door = articulated_test::addFlap(world);
   door->setGeneralizedVelocity(Eigen::VectorXd(Eigen::VectorXd::Constant(1, 2.0)));
   for (int step = 0; step < 500; ++step) world.integrate();
   const Vec3& p = weight->getBodyPosition();

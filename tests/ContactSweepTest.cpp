@@ -56,12 +56,7 @@ void fill(World& world, unsigned seed) {
     sphere->setPosition(0.18 * (i % 3) - 3.0, 0.18 * (i / 3 % 3), 0.099 + 0.15 * (i / 9));
     push(sphere);
   }
-  Child flap = articulated_test::body("flap", Joint::REVOLUTE, 1.0, {{0.0, 0.0, -0.5}});
-  flap.jointLimit[0] = -0.1;
-  flap.jointLimit[1] = 0.1;
-  Child hinge = articulated_test::body("hinge", Joint::FIXED);
-  hinge.childrenMovable.push_back(flap);
-  ArticulatedSystem* door = world.addArticulatedSystem(hinge);
+  ArticulatedSystem* door = articulated_test::addFlap(world);
   door->setGeneralizedCoordinate(Eigen::VectorXd(Eigen::VectorXd::Constant(1, 0.2)));
   ArticulatedSystem* quadruped = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
   VecDyn q = quadruped->getGeneralizedCoordinate();
@@ -367,6 +362,24 @@ TEST(WarmStart, KnowsContactsAgainAfterARemoval) {
       ball.getContacts()[0].getImpulse(impulse);
       EXPECT_NEAR(impulse[2] / (std::pow(100.0, i) * 9.81 * 0.005), 1.0, 0.01) << removed << i;
     }
+  }
+}
+
+TEST(WarmStart, AWirePushesTheSameWayWhicheverSideItStandsOn) {
+  // The sign of the stretch decides which end is the A side.
+  World world;
+  world.setTimeStep(0.001);
+  world.setWarmStart(true);
+  Sphere *hook = world.addSphere(0.1, 1.0), *weight = world.addSphere(0.1, 1.0);
+  hook->setBodyType(BodyType::STATIC);
+  world.addStiffWire(hook, 0, {}, weight, 0, {}, 1.0)->setStretchType(2);
+  Vec3 impulse;
+  for (const double length : {1.0001, 0.9999}) {
+    weight->setPosition(0.0, 0.0, -length);
+    world.integrate();
+    weight->getContacts().at(0).getImpulse(impulse);
+    EXPECT_GT(impulse[2], 0.009) << length;
+    world.setContactSolverParam(0.0, 1.0, 1.0, 1, 0.0);  // the next one stays as it is recalled
   }
 }
 
