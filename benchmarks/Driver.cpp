@@ -10,8 +10,8 @@
 #include <cstring>
 
 #include "Engine.hpp"
-#include "Ruler.hpp"
 #include "SceneNames.hpp"
+#include "Variants.hpp"
 
 namespace zelvik::bench {
 
@@ -21,6 +21,7 @@ struct Options {
   std::vector<std::string> scenes, settings;
   int runs = 5;
   int steps = 0;         ///< under the clock; 0: as many as the scene says
+  int variants = 1;      ///< of the scene, over which accuracy is taken
   double budget = 20.0;  ///< longest run, CPU time (s)
   bool accuracy = true;
 };
@@ -151,11 +152,21 @@ std::string runsText(const std::vector<Run>& runs) {
          ", \"state_hash\": \"" + hash + "\", \"repeats\": " + (repeats ? "true" : "false");
 }
 
-std::string figuresText(const Figures& figures) {
-  std::string text = ", \"accuracy\": {";
+std::string figuresText(const char* key, const Figures& figures) {
+  std::string text = ", " + quoted(key) + ": {";
   for (const auto& [name, value] : figures)
     text += (text.back() == '{' ? "" : ", ") + quoted(name) + ": " + numberText(value);
   return text + "}";
+}
+
+std::string accuracyText(const EngineProgram& program, const NeutralScene& scene,
+                         const Setting& setting, int variants) {
+  const FigureSpread spread = accuracyOfVariants(
+      scene, variants, [&](const NeutralScene& variant) { return program.make(variant, setting); });
+  std::string text = figuresText("accuracy", spread.median);
+  if (variants == 1) return text;
+  return text + ", \"variants\": " + std::to_string(variants) +
+         figuresText("accuracy_min", spread.low) + figuresText("accuracy_max", spread.high);
 }
 
 /// All runs of one scene in one setting as one line. The first run is not counted.
@@ -171,7 +182,7 @@ std::string measure(const EngineProgram& program, const NeutralScene& scene,
     if (k > 0 || options.runs == 0) runs.push_back(run);
   }
   std::string text = runsText(runs) + ", \"steps\": " + std::to_string(scene.steps);
-  if (options.accuracy) text += figuresText(accuracyOf(scene, *program.make(scene, setting)));
+  if (options.accuracy) text += accuracyText(program, scene, setting, options.variants);
   return text;
 }
 
@@ -191,7 +202,7 @@ void printLine(const EngineProgram& program, const NeutralScene& scene, const st
   std::fprintf(stderr,
                "bench_%s: %s\n"
                "usage: --scene NAME|all ... [--setting TEXT ...] [--runs N] [--budget S] "
-               "[--steps N] [--no-accuracy]\n",
+               "[--steps N] [--variants N] [--no-accuracy]\n",
                program.c_str(), what.c_str());
   std::exit(2);
 }
@@ -222,6 +233,8 @@ Options parse(int argc, char** argv, const std::string& program) {
       options.runs = static_cast<int>(numberOption(program, value));
     else if (option == "--steps")
       options.steps = static_cast<int>(numberOption(program, value));
+    else if (option == "--variants")
+      options.variants = std::max(1, static_cast<int>(numberOption(program, value)));
     else if (option == "--budget")
       options.budget = numberOption(program, value);
     else

@@ -78,6 +78,14 @@ def engine_text(record):
     return f"{record['engine'].replace('_newer', '')} ({' '.join(remark.split()[:2])})"
 
 
+def figure_text(record, name):
+    """A figure of accuracy; over variants of the scene its median, with the lowest and highest."""
+    text = f"{name} {record['accuracy'][name]:.2g}"
+    if "variants" in record:
+        text += f" ({record['accuracy_min'][name]:.2g} – {record['accuracy_max'][name]:.2g})"
+    return text
+
+
 def row(record, reference):
     head = [record["scene"], engine_text(record), record["setting"]]
     if "skipped" in record:
@@ -85,9 +93,8 @@ def row(record, reference):
     ratio = ""
     if reference and "skipped" not in reference:
         ratio = f"{reference['cpu_us_per_step']['min'] / record['cpu_us_per_step']['min']:.2f}"
-    figures = record.get("accuracy", {})
-    accuracy = ", ".join(f"{name} {value:.2g}" for name, value in figures.items()
-                         if value is not None)
+    accuracy = ", ".join(figure_text(record, name) for name, value
+                         in record.get("accuracy", {}).items() if value is not None)
     return head + [time_text(record), ratio, f"{record['contacts']:g}", accuracy]
 
 
