@@ -33,6 +33,7 @@ void implicitGyroscopicImpulseWorld(const Mat<3, 3>& inertiaWorld, const Mat<3, 
 void implicitGyroscopicImpulseBody(const Mat<3, 3>& inertiaBody, const Mat<3, 3>& rot,
                                    const Mat<3, 1>& omegaWorld, double dt,
                                    Mat<3, 1>& deltaOmegaWorld) {
+  if (isMultipleOfUnit(inertiaBody)) return deltaOmegaWorld.setZero();  // w x (I w) = 0
   const Vec3 wb = transposeMul(rot, omegaWorld);
   const Vec3 h = inertiaBody * wb;
   const Vec3 f = dt * cross(wb, h);

@@ -173,6 +173,15 @@ inline Vec3 cross(const Vec3& a, const Vec3& b) {
   return {{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]}};
 }
 
+/// Whether A is a number times the unit matrix, as the inertia of a ball or a cube.
+inline bool isMultipleOfUnit(const Mat33& A) {
+  // One sum and one test, without branches between.
+  const double inside = std::fabs(A[0] - A[4]) + std::fabs(A[4] - A[8]);
+  const double below = std::fabs(A[1]) + std::fabs(A[2]) + std::fabs(A[5]);
+  const double above = std::fabs(A[3]) + std::fabs(A[6]) + std::fabs(A[7]);
+  return inside + (below + above) == 0.0;
+}
+
 /// Cross product matrix: skew(a) b = a x b.
 inline Mat33 skew(const Vec3& a) {
   return {{0.0, a[2], -a[1], -a[2], 0.0, a[0], a[1], -a[0], 0.0}};
