@@ -153,7 +153,8 @@ std::string runsText(const std::vector<Run>& runs) {
 }
 
 std::string figuresText(const char* key, const Figures& figures) {
-  std::string text = ", " + quoted(key) + ": {";
+  std::string text = ", ";
+  text += quoted(key) + ": {";
   for (const auto& [name, value] : figures)
     text += (text.back() == '{' ? "" : ", ") + quoted(name) + ": " + numberText(value);
   return text + "}";
