@@ -11,7 +11,8 @@ namespace zelvik::bench {
 
 namespace {
 
-constexpr double kShift = 1e-4;  // m
+constexpr double kShift = 1e-4;              // m, rad
+constexpr size_t kFirstJointCoordinate = 7;  // of a free robot
 
 /// Between -1 and 1. The distributions of the standard library differ from one to another.
 double uniform(std::mt19937& generator) {
@@ -36,6 +37,9 @@ scenes::NeutralScene variantOf(const scenes::NeutralScene& scene, int index) {
   std::mt19937 generator(static_cast<std::mt19937::result_type>(index));
   for (scenes::FreeBody& body : variant.bodies)
     for (size_t axis = 0; axis < 2; ++axis) body.position[axis] += kShift * uniform(generator);
+  for (scenes::RobotSetup& robot : variant.robots)
+    for (size_t k = kFirstJointCoordinate; k < robot.coordinates.size(); ++k)
+      robot.coordinates[k] += kShift * uniform(generator);
   return variant;
 }
 
