@@ -19,12 +19,14 @@ double uniform(std::mt19937& generator) {
   return generator() / 2147483648.0 - 1.0;
 }
 
-/// Figure `k` of all variants that have one, sorted; NaN if none has.
+/// Figure `k` of all variants, sorted. NaN if no variant has it, as where an engine cannot tell; a
+/// single variant without it has gone wrong, which no figure is worse than.
 std::vector<double> sortedFigure(const std::vector<Figures>& all, size_t k) {
   std::vector<double> values;
-  for (const Figures& figures : all)
-    if (!std::isnan(figures[k].second)) values.push_back(figures[k].second);
-  if (values.empty()) values.push_back(std::numeric_limits<double>::quiet_NaN());
+  for (const Figures& figures : all) values.push_back(figures[k].second);
+  const auto isMissing = [](double value) { return std::isnan(value); };
+  if (std::all_of(values.begin(), values.end(), isMissing)) return values;
+  std::replace_if(values.begin(), values.end(), isMissing, std::numeric_limits<double>::infinity());
   std::sort(values.begin(), values.end());
   return values;
 }

@@ -14,10 +14,10 @@ struct FigureSpread {
   Figures median, low, high;
 };
 
-/// The scene with every free body beginning up to 0.1 mm aside in x and y and every joint of a robot
-/// up to 1e-4 rad: another place for every `index` and the same on every machine; index 0 is the
-/// scene as it is. Where bodies fall, roll or rock, such a shift gives another end, so that one run
-/// says little about an engine.
+/// The scene with every free body beginning up to 0.1 mm aside in x and y and every joint of a
+/// robot up to 1e-4 rad: another place for every `index` and the same on every machine; index 0 is
+/// the scene as it is. Where bodies fall, roll or rock, such a shift gives another end, so that one
+/// run says little about an engine.
 scenes::NeutralScene variantOf(const scenes::NeutralScene& scene, int index);
 
 /// Accuracy over the variants 0 to `count` - 1, each in a fresh engine.

@@ -82,7 +82,8 @@ def figure_text(record, name):
     """A figure of accuracy; over variants of the scene its median, with the lowest and highest."""
     text = f"{name} {record['accuracy'][name]:.2g}"
     if "variants" in record:
-        text += f" ({record['accuracy_min'][name]:.2g} – {record['accuracy_max'][name]:.2g})"
+        high = record["accuracy_max"][name]  # JSON knows no infinity
+        text += f" ({record['accuracy_min'][name]:.2g} – {'inf' if high is None else f'{high:.2g}'})"
     return text
 
 

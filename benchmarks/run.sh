@@ -4,23 +4,25 @@
 #
 # Runs the programs of all engines interleaved, twice, and writes table.md and results.json:
 #
-#   benchmarks/run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [SCENE ...]
+#   benchmarks/run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [--more N] [SCENE ...]
 #
 # BUILD_DIR was configured with -DZELVIK_BUILD_BENCHMARKS=ON.
 #   --also    also runs bench_zelvik of another build, beside the first: another compiler, say
+#   --more    adds N passes of the clock to what OUT_DIR holds, for a machine that was busy
 #   --quick   a few scenes, one short run each: shows that all of it works, measures nothing
 # Without scenes it runs all of them, some 30 minutes. Set RUNS for the number of timed runs (5),
 # BUDGET for the longest run (CPU s, 5), VARIANTS for the number of beginnings over which the accuracy
 # of falling things is taken (7).
 set -euo pipefail
-usage="usage: run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [SCENE ...]"
+usage="usage: run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [--more N] [SCENE ...]"
 here=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
 
-quick=false builds=() plain=()
+quick=false more=0 builds=() plain=()
 while (($# > 0)); do
   case $1 in
     --also) builds+=("$(realpath "${2:?$usage}")"); shift ;;
     --quick) quick=true ;;
+    --more) more=${2:?$usage}; shift ;;
     --*) echo "$usage" >&2; exit 2 ;;
     *) plain+=("$1") ;;
   esac
@@ -74,7 +76,7 @@ settings_of() { # ENGINE SCENE SETTING...
   esac
 }
 
-# Whether the first pass could not run it. Then the second does not try.
+# Whether the first pass could not run it. Then the others do not try.
 was_skipped() { # ENGINE SCENE SETTING
   grep -F "\"scene\": \"$2\", \"engine\": \"$1\"" "$out/lines.jsonl" |
     grep -F "\"setting\": \"$3\"" | grep -q '"skipped"'
@@ -93,18 +95,23 @@ measure() { # PASS SCENE PROGRAM ENGINE SETTING...
     arguments+=(--setting "$setting")
   done < <(settings_of "$engine" "$scene" "${@:5}")
   ((${#arguments[@]} > count)) || return 0
-  # The second pass repeats the clock only.
+  # The other passes repeat the clock only.
   ((pass == 1)) || arguments+=(--no-accuracy)
   echo "pass $pass $scene $program" >&2
   "$program" "${arguments[@]}" | grep '^{' >> "$out/lines.jsonl" ||
     echo "failed: $program in $scene" >&2
 }
 
-: > "$out/lines.jsonl"
+first=1 last=2
+if ((more > 0)); then
+  first=3 last=$((2 + more))
+else
+  : > "$out/lines.jsonl"
+fi
 for entry in "${engines[@]}"; do
   [[ -x $build/bin/bench_${entry%% *} ]] || echo "missing: bench_${entry%% *}" >&2
 done
-for pass in 1 2; do
+for ((pass = first; pass <= last; ++pass)); do
   for scene in "${scenes[@]}"; do
     for entry in "${engines[@]}"; do
       read -r engine settings <<< "$entry"

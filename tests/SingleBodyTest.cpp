@@ -205,18 +205,20 @@ TEST(SingleBodyMotion, ImplicitModesNeverGainEnergyInATumble) {
 }
 
 TEST(SingleBodyMotion, TorqueFreeBodyKeepsItsAngularMomentum) {
-  // The energy alone would not show a gyroscopic term of the wrong sign.
-  for (GyroscopicMode mode :
-       {IMPLICIT_GYROSCOPIC_BODY, IMPLICIT_GYROSCOPIC_WORLD, EXPLICIT_GYROSCOPIC}) {
-    Box box(1, 1, 1, 1.0);
-    box.setInertia(kInertia);
-    box.setGyroscopicMode(mode);
-    box.setVelocity(0, 0, 0, 1.0, 2.0, 3.0);
-    const Vec3 L = box.getWorldInertia() * box.getAngularVelocity();
-    for (int i = 0; i < 1000; ++i) step(box, kNoGravity, 1e-3);
-    box.updateWorldInertia();
-    EXPECT_LT(norm(box.getWorldInertia() * box.getAngularVelocity() - L), 0.01 * norm(L)) << mode;
-  }
+  // The energy alone would not show a gyroscopic term of the wrong sign, or none for a top.
+  const Mat33 top{{2.0, 0.0, 0.0, 0.0, 2.0, 0.0, 0.0, 0.0, 4.0}};
+  for (const Mat33& inertia : {kInertia, top})
+    for (GyroscopicMode mode :
+         {IMPLICIT_GYROSCOPIC_BODY, IMPLICIT_GYROSCOPIC_WORLD, EXPLICIT_GYROSCOPIC}) {
+      Box box(1, 1, 1, 1.0);
+      box.setInertia(inertia);
+      box.setGyroscopicMode(mode);
+      box.setVelocity(0, 0, 0, 1.0, 2.0, 3.0);
+      const Vec3 L = box.getWorldInertia() * box.getAngularVelocity();
+      for (int i = 0; i < 1000; ++i) step(box, kNoGravity, 1e-3);
+      box.updateWorldInertia();
+      EXPECT_LT(norm(box.getWorldInertia() * box.getAngularVelocity() - L), 0.01 * norm(L)) << mode;
+    }
 }
 
 TEST(SingleBodyMotion, DampingFollowsTheMidpointRule) {
