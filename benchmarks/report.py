@@ -30,6 +30,8 @@ def machine(build):
     flags = "-O3 -DNDEBUG -ffp-contract=fast -fno-math-errno -fno-trapping-math"
     if cache_value(cache, "ZELVIK_NATIVE_FLAGS") == "ON":
         flags += " -mavx2 -mfma"
+    if cache_value(cache, "ZELVIK_LTO") == "ON" and "++" in compiler and "clang" not in compiler:
+        flags += " -flto"
     cpu = re.search(r"^model name\s*: (.*)$", pathlib.Path("/proc/cpuinfo").read_text(),
                     re.MULTILINE)
     here = pathlib.Path(__file__).parent
