@@ -77,7 +77,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
     TRAPEZOID = 0,      ///< with the mean of old and new velocity
     SEMI_IMPLICIT = 1,  ///< with the new velocity
     EXPLICIT = 2,       ///< with the old velocity
-    RUNGE_KUTTA_4 = 3   ///< fourth order; all joint forces explicit
+    RUNGE_KUTTA_4 = 3   ///< fourth order, free bases and ball joints second; forces explicit
   };
 
   // ---- construction ---------------------------------------------------------------------------
