@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: 2026 the zelvik authors
 # SPDX-License-Identifier: BSD-3-Clause
-"""Ratios of zelvik to the engine of each target, measured in turns: turns.py BUILD_DIR ROUNDS
+"""Ratios of zelvik to the engine of each target, measured in turns: turns.py BUILD_DIR ROUNDS [SCENE ...]
 
 For a machine on which others come and go: a round takes a second or so per scene, so both engines see
 the same machine. Prints the ratio of the minima over all rounds, and of the ratios of single rounds
@@ -13,9 +13,10 @@ import sys
 
 # Scene, the other engine with its setting, settings of zelvik.
 TARGETS = [
-    ("S1", "mujoco", "default", ["broad=simple", "broad=simple,threshold=1e-12"]),
-    ("S1m", "mujoco", "default", ["broad=simple", "broad=simple,layer=1e-5,threshold=1e-12"]),
-    ("S2", "mujoco", "default", ["broad=simple"]),
+    ("S1", "mujoco", "default", ["default", "broad=simple", "broad=simple,threshold=1e-12"]),
+    ("S1m", "mujoco", "default",
+     ["default", "broad=simple", "broad=simple,layer=1e-5,threshold=1e-12"]),
+    ("S2", "mujoco", "default", ["default", "broad=simple"]),
     ("S3", "mujoco", "default", ["broad=simple,warm=1,erp=20,iterations=10"]),
     ("S6-standing", "mujoco", "default", ["broad=simple"]),
     ("S6-falling", "mujoco", "default", ["broad=simple"]),
@@ -38,10 +39,11 @@ def least_time(build, engine, scene, setting):
 
 
 def main():
-    build, rounds = sys.argv[1], int(sys.argv[2])
+    build, rounds, scenes = sys.argv[1], int(sys.argv[2]), sys.argv[3:]
+    targets = [target for target in TARGETS if not scenes or target[0] in scenes]
     times = {}
     for _ in range(rounds):
-        for scene, engine, setting, ours in TARGETS:
+        for scene, engine, setting, ours in targets:
             other = least_time(build, engine, scene, setting)
             for own in ours:
                 pair = (least_time(build, "zelvik", scene, own), other)
