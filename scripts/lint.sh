@@ -2,13 +2,15 @@
 # SPDX-FileCopyrightText: 2026 the zelvik authors
 # SPDX-License-Identifier: BSD-3-Clause
 #
-# Formatting of all C++ files by clang-format, and the checks of .clang-tidy over src/ with the
-# commands of a build directory: scripts/lint.sh [preset], by default "release".
+# Formatting of all C++ files by clang-format, the order of rooms by scripts/rooms.py, and the checks
+# of .clang-tidy over src/ with the commands of a build directory: scripts/lint.sh [preset], by default
+# "release".
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 preset=${1:-release}
 
 git ls-files -z -- '*.cpp' '*.hpp' | xargs -0 clang-format --dry-run -Werror
+scripts/rooms.py check
 
 cmake --preset "$preset" > /dev/null  # finds sources that came since the last time
 log=$(mktemp)

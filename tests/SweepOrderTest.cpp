@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "SweepOrder.hpp"
+#include "solver/SweepOrder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <random>
 #include <set>
 
-#include "PairOrder.hpp"
+#include "collision/PairOrder.hpp"
 
 namespace zelvik {
 namespace {

@@ -3,7 +3,7 @@
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "TreeSweeps.hpp"
+#include "articulated/TreeSweeps.hpp"
 
 namespace zelvik {
 

@@ -9,8 +9,8 @@
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "Lanes.hpp"
-#include "OdeGuard.hpp"
+#include "collision/OdeGuard.hpp"
+#include "core/Lanes.hpp"
 
 namespace zelvik {
 namespace {

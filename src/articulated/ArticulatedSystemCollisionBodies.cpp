@@ -7,7 +7,7 @@
 #include <zelvik/object/Mesh.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "OdeGuard.hpp"
+#include "collision/OdeGuard.hpp"
 
 namespace zelvik {
 

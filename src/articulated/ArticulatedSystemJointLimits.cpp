@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 
-#include "JointLimitLaw.hpp"
+#include "contact/JointLimitLaw.hpp"
 
 namespace zelvik {
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "TreeSweeps.hpp"
+#include "articulated/TreeSweeps.hpp"
 
 // What a step computes stays in the form in which the step needs it; the dense matrix and the
 // arrays over bodies are formed when somebody reads them.

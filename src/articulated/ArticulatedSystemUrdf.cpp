@@ -6,7 +6,7 @@
 #include <zelvik/urdf.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "TreeSweeps.hpp"
+#include "articulated/TreeSweeps.hpp"
 
 namespace zelvik {
 namespace {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "TreeSweeps.hpp"
+#include "articulated/TreeSweeps.hpp"
 
 namespace zelvik {
 

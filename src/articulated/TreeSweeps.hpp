@@ -6,7 +6,7 @@
 #include <vector>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 
-#include "LaneAlgebra.hpp"
+#include "core/LaneAlgebra.hpp"
 
 namespace zelvik {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <zelvik/rotation.hpp>
 
-#include "TreeSweepTools.hpp"
+#include "articulated/TreeSweepTools.hpp"
 
 namespace zelvik {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "TreeSweepTools.hpp"
+#include "articulated/TreeSweepTools.hpp"
 
 // Composite bodies (R. Featherstone, Rigid Body Dynamics Algorithms, section 6.2) without spatial
 // vectors: a subtree is its mass m, its centre of mass c and its inertia I about c in world axes.

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "TreeSweepTools.hpp"
+#include "articulated/TreeSweepTools.hpp"
 
 // Recursive Newton-Euler (R. Featherstone, Rigid Body Dynamics Algorithms, section 5.3) with zero
 // joint accelerations, in world axes, wrenches about frame origins. Gravity enters as an

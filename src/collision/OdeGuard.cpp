@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "OdeGuard.hpp"
+#include "collision/OdeGuard.hpp"
 
 #include <cstdarg>
 #include <cstdio>

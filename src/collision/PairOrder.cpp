@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "PairOrder.hpp"
+#include "collision/PairOrder.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 namespace zelvik {
 

@@ -5,7 +5,7 @@
 #include <zelvik/contact/Single3DContactProblem.hpp>
 #include <zelvik/rotation.hpp>
 
-#include "SlidingSearch.hpp"
+#include "contact/SlidingSearch.hpp"
 
 // The law of one contact with everything else frozen: what its impulse becomes, given the velocity
 // that it would have without it.

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "ContactPreparation.hpp"
+#include "contact/ContactPreparation.hpp"
 
-#include "ColumnLanes.hpp"
-#include "ContactLaw.hpp"
+#include "contact/ContactLaw.hpp"
+#include "core/ColumnLanes.hpp"
 
 namespace zelvik::contact {
 

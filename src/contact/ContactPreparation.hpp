@@ -5,7 +5,7 @@
 #include <limits>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 // What a problem's visits need and what stays the same in a solve: the target of the normal
 // velocity and what follows from the own block D. Batches compute it for four contacts at once.

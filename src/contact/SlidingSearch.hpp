@@ -5,7 +5,7 @@
 #include <zelvik/contact/Single3DContactProblem.hpp>
 #include <zelvik/rotation.hpp>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 // The sliding contact: a root search on the angle of the tangential impulse.
 //

@@ -4,7 +4,7 @@
 
 #include <zelvik/math.hpp>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 // Matrices of three rows with a column in each register. Columns stand three values apart in
 // memory, so they are read and written four at a time and overlap; the fourth lane means nothing.

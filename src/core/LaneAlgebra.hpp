@@ -4,7 +4,7 @@
 
 #include <zelvik/math.hpp>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 // Vector algebra of four bodies at once: lane l of every number belongs to body l.
 

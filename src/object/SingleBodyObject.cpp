@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/object/SingleBodyObject.hpp>
 
-#include "ColumnLanes.hpp"
+#include "core/ColumnLanes.hpp"
 
 namespace zelvik {
 namespace {

@@ -3,7 +3,7 @@
 #include <utility>
 #include <zelvik/object/SingleBodyObject.hpp>
 
-#include "ColumnLanes.hpp"
+#include "core/ColumnLanes.hpp"
 
 // Response of one rigid body to its contacts. Notation, per contact: R is the contact's `frame_`
 // with rows t_c, p its position, a = comPos - p its arm, [a] the cross product matrix, J the world

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "ContactBatch.hpp"
-#include "LaneAlgebra.hpp"
+#include "core/LaneAlgebra.hpp"
+#include "solver/ContactBatch.hpp"
 
 // The velocities of the bodies of a batch or a run, four bodies at once.
 

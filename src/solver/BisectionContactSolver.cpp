@@ -4,9 +4,9 @@
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/object/Object.hpp>
 
-#include "ContactLaw.hpp"
-#include "ContactPreparation.hpp"
-#include "ContactSweep.hpp"
+#include "contact/ContactLaw.hpp"
+#include "contact/ContactPreparation.hpp"
+#include "solver/ContactSweep.hpp"
 
 namespace zelvik::contact {
 

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "ContactBatch.hpp"
+#include "solver/ContactBatch.hpp"
 
-#include "BatchVelocities.hpp"
-#include "ContactLaw.hpp"
+#include "contact/ContactLaw.hpp"
+#include "solver/BatchVelocities.hpp"
 
 namespace zelvik::contact {
 

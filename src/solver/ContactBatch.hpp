@@ -6,8 +6,8 @@
 #include <span>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
-#include "ContactPreparation.hpp"
-#include "Lanes.hpp"
+#include "contact/ContactPreparation.hpp"
+#include "core/Lanes.hpp"
 
 // Four contacts of rigid bodies that are visited at once: lane l of every number belongs to contact
 // l. No body appears twice, see `SweepOrder`. Points of a pair of bodies follow each other, so

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
-#include "BatchVelocities.hpp"
-#include "ContactLaw.hpp"
+#include "contact/ContactLaw.hpp"
+#include "solver/BatchVelocities.hpp"
 
 // From records and bodies to batches, four contacts at once, and back what the solver owes to the
 // records.

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "ContactSweep.hpp"
+#include "solver/ContactSweep.hpp"
 
 #include <zelvik/object/Object.hpp>
 
-#include "ContactLaw.hpp"
-#include "JointLimitLaw.hpp"
+#include "contact/ContactLaw.hpp"
+#include "contact/JointLimitLaw.hpp"
 
 namespace zelvik::contact {
 

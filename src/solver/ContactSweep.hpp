@@ -5,10 +5,10 @@
 #include <span>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
-#include "ColumnLanes.hpp"
-#include "ContactBatch.hpp"
-#include "Lanes.hpp"
-#include "SweepOrder.hpp"
+#include "core/ColumnLanes.hpp"
+#include "core/Lanes.hpp"
+#include "solver/ContactBatch.hpp"
+#include "solver/SweepOrder.hpp"
 
 // The sweeps of a world's problems, over arrays of their own.
 //

@@ -5,8 +5,8 @@
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/object/SingleBodyObject.hpp>
 
-#include "ContactLaw.hpp"
-#include "ContactSweep.hpp"
+#include "contact/ContactLaw.hpp"
+#include "solver/ContactSweep.hpp"
 
 // From records and objects to rows, and back.
 

@@ -3,8 +3,8 @@
 #include <limits>
 #include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 
-#include "Lanes.hpp"
-#include "TreeSegments.hpp"
+#include "core/Lanes.hpp"
+#include "tree/TreeSegments.hpp"
 
 // Packed rows are filled up to multiples of four, and loops run over whole lanes: values behind the
 // diagonal are computed along and never read as values.

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 namespace zelvik {
 namespace {

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 
-#include "Lanes.hpp"
-#include "TreeSegments.hpp"
+#include "core/Lanes.hpp"
+#include "tree/TreeSegments.hpp"
 
 // Responses A^-1 J^T = L^-1 D^-1 L^-T J^T of contacts. A contact's three right sides lie in the
 // lanes of one register, the fourth lane runs along. L^-T touches only the chain of the contact's

@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 namespace zelvik {
 

@@ -5,11 +5,11 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "ImpulseMemory.hpp"
-#include "ObjectGeoms.hpp"
-#include "OdeGuard.hpp"
-#include "PairOrder.hpp"
-#include "PairSearch.hpp"
+#include "collision/OdeGuard.hpp"
+#include "collision/PairOrder.hpp"
+#include "collision/PairSearch.hpp"
+#include "solver/ImpulseMemory.hpp"
+#include "world/ObjectGeoms.hpp"
 
 namespace zelvik {
 

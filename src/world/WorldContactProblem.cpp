@@ -4,7 +4,7 @@
 #include <utility>
 #include <zelvik/World.hpp>
 
-#include "Lanes.hpp"
+#include "core/Lanes.hpp"
 
 // From the two views of a contact, one per object, to the one record of the solver. Every sign of
 // the coupling is decided here.

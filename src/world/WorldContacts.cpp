@@ -5,12 +5,12 @@
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
-#include "CylinderOnPlane.hpp"
-#include "ImpulseMemory.hpp"
-#include "ObjectGeoms.hpp"
-#include "OdeGuard.hpp"
-#include "PairOrder.hpp"
-#include "PairSearch.hpp"
+#include "collision/CylinderOnPlane.hpp"
+#include "collision/OdeGuard.hpp"
+#include "collision/PairOrder.hpp"
+#include "collision/PairSearch.hpp"
+#include "solver/ImpulseMemory.hpp"
+#include "world/ObjectGeoms.hpp"
 
 // From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
 // and one problem per point.

@@ -4,8 +4,8 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "ImpulseMemory.hpp"
-#include "ObjectGeoms.hpp"
+#include "solver/ImpulseMemory.hpp"
+#include "world/ObjectGeoms.hpp"
 
 // Adding and removing objects: the list stays dense, and every geom knows its owner's place in it.
 

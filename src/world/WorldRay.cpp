@@ -5,7 +5,7 @@
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
-#include "OdeGuard.hpp"
+#include "collision/OdeGuard.hpp"
 
 namespace zelvik {
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/World.hpp>
 
-#include "ImpulseMemory.hpp"
-#include "StageTimer.hpp"
+#include "core/StageTimer.hpp"
+#include "solver/ImpulseMemory.hpp"
 
 // One step, as a sequence of sweeps over the objects in list order.
 

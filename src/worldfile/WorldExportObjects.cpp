@@ -5,7 +5,7 @@
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "WorldExport.hpp"
+#include "worldfile/WorldExport.hpp"
 
 namespace zelvik::worldexport {
 

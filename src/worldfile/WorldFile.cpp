@@ -6,7 +6,7 @@
 #include <zelvik/Path.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "WorldFile.hpp"
+#include "worldfile/WorldFile.hpp"
 
 namespace zelvik {
 

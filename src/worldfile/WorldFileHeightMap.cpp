@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "WorldFile.hpp"
+#include "worldfile/WorldFile.hpp"
 
 // Height maps of a world file: heights in the file, noise, a PNG image, or a text file.
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "WorldFile.hpp"
+#include "worldfile/WorldFile.hpp"
 
 // One object element: what is read before the object is made, and what is set on it afterwards.
 

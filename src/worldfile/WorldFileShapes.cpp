@@ -3,7 +3,7 @@
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "WorldFile.hpp"
+#include "worldfile/WorldFile.hpp"
 
 // Single bodies and grounds of a world file.
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "WorldFile.hpp"
+#include "worldfile/WorldFile.hpp"
 
 // Poses and velocities of a world file.
 

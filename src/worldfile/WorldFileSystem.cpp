@@ -4,7 +4,7 @@
 #include <zelvik/Path.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "WorldFile.hpp"
+#include "worldfile/WorldFile.hpp"
 
 // Articulated systems of a world file.
 

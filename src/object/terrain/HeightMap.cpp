@@ -7,7 +7,7 @@
 #include <zelvik/object/HeightMap.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "HeightMapCollider.hpp"
+#include "object/terrain/HeightMapCollider.hpp"
 
 namespace zelvik {
 

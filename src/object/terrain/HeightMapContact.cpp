@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "HeightMapCollider.hpp"
+#include "object/terrain/HeightMapCollider.hpp"
 
 // Contacts of round shapes with the triangles of a height map. Closest points: C. Ericson,
 // Real-Time Collision Detection (2005), sections 5.1.5 and 5.1.9.

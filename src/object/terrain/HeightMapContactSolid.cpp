@@ -3,8 +3,8 @@
 #include <limits>
 #include <zelvik/object/GeomRecord.hpp>
 
-#include "HeightMapCollider.hpp"
-#include "OdeGuard.hpp"
+#include "collision/OdeGuard.hpp"
+#include "object/terrain/HeightMapCollider.hpp"
 
 // Contacts of boxes and meshes with a height map: corners of the body below the ground, vertices of
 // the ground inside of the body, ridges of the ground across edges of the body. A normal counts if
