@@ -61,6 +61,7 @@ void ArticulatedSystem::mergeSelfCollisions() {
   std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   for (size_t i = 0; i < numContacts_; ++i) {
     contact::Contact& c = contacts[i];
+    if (c.selfCollision_) continue;  // by an `integrate2` before this one: J_i is the difference
     const bool isSelfCollision =
         c.pairObjectIndex_ == indexInWorld_ && c.objectA_ && c.pairBodyType_ == BodyType::DYNAMIC;
     if (!isSelfCollision) continue;

@@ -28,6 +28,18 @@ struct CheckFailed {};
 
 thread_local bool isColliding = false;
 
+/// Sets `isColliding` for its own life, also if memory runs out inside of a collider.
+class Colliding {
+ public:
+  Colliding() : flag_(isColliding) { flag_ = true; }
+  ~Colliding() { flag_ = false; }
+  Colliding(const Colliding&) = delete;
+  Colliding& operator=(const Colliding&) = delete;
+
+ private:
+  bool& flag_;  ///< of the thread: asked for once
+};
+
 /// ODE ends the process if this returns.
 void handleFailedCheck(int number, const char* format, va_list arguments) {
   if (isColliding) throw CheckFailed();
@@ -46,15 +58,12 @@ void acquireOde() {
 }
 
 int collideGuarded(dGeomID o1, dGeomID o2, int capacity, dContactGeom* points, int stride) {
-  bool& flag = isColliding;  // of the thread: asked for once
-  flag = true;
-  int found = 0;
+  const Colliding mark;
   try {
-    found = dCollide(o1, o2, capacity, points, stride);
+    return dCollide(o1, o2, capacity, points, stride);
   } catch (const CheckFailed&) {
+    return 0;
   }
-  flag = false;
-  return found;
 }
 
 void releaseOde() {

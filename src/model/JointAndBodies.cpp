@@ -44,10 +44,16 @@ VisObject::VisObject(Shape::Type shapeType, const std::vector<double>& sizes,
 }
 
 const std::string& CollisionDefinition::getMaterial() const {
-  return geomRecord(colObj).materialName;
+  static const std::string none;
+  return colObj == nullptr ? none : geomRecord(colObj).materialName;
 }
 
 void CollisionDefinition::setMaterial(const std::string& material) {
+  if (colObj == nullptr) {
+    MSG_FATAL("CollisionDefinition::setMaterial: the collision object '"
+              << colName << "' has no geom that could carry the material '" << material << "'");
+    return;
+  }
   geomRecord(colObj).materialName = material;
 }
 

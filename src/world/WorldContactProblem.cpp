@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 #include <zelvik/World.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 #include "core/Lanes.hpp"
 
@@ -53,6 +54,10 @@ size_t couplingCount(Object& object) {
 }  // namespace
 
 void World::contactProblemUpdate(Object* object) {
+  if (object == nullptr) {
+    MSG_FATAL("World::contactProblemUpdate: Got a nullptr for the object");
+    return;
+  }
   std::vector<Contact>& contacts = object->getContacts();
   for (size_t i = 0; i < contacts.size(); ++i) {
     Contact& c = contacts[i];

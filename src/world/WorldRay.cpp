@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
@@ -40,13 +41,38 @@ double farthestCornerFrom(const Vec3& point, dGeomID geom) {
   return norm(reach);
 }
 
+/// A ray that is shorter for its own life, also if memory runs out meanwhile.
+class ShorterRay {
+ public:
+  ShorterRay(dGeomID ray, double length, double usualLength) : ray_(ray), usual_(usualLength) {
+    dGeomRaySetLength(ray_, length);
+  }
+  ~ShorterRay() {
+    dGeomRaySetLength(ray_, usual_);
+    dReal box[6];
+    dGeomGetAABB(ray_, box);  // computes it anew: the pass under way goes on with it
+  }
+  ShorterRay(const ShorterRay&) = delete;
+  ShorterRay& operator=(const ShorterRay&) = delete;
+
+ private:
+  dGeomID ray_;
+  double usual_;  ///< (m)
+};
+
 }  // namespace
 
-/// ODE's callback for a geom whose box meets the ray's. Nothing here throws.
+/// ODE's callback for a geom whose box meets the ray's. As in `nearCallback` nothing may fly
+/// through ODE.
 void rayCallback(void* data, dGeomID o1, dGeomID o2) {
   World& world = *static_cast<World*>(data);
   const dGeomID geom = o1 == world.rayGeom_ ? o2 : o1;
-  if (geom != world.rayGeom_) world.testRay(geom);
+  if (geom == world.rayGeom_ || world.collisionError_) return;
+  try {
+    world.testRay(geom);
+  } catch (...) {
+    world.collisionError_ = std::current_exception();
+  }
 }
 
 void World::testRay(dGeomID geom) {
@@ -81,13 +107,8 @@ int World::collideRayWithMesh(dGeomID mesh, int capacity, dContactGeom* points) 
   const double enough = 1.001 * farthestCornerFrom(rayStart_, mesh);
   if (!(enough < rayLength_))
     return collideGuarded(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
-  dGeomRaySetLength(rayGeom_, enough);
-  const int found =
-      collideGuarded(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
-  dGeomRaySetLength(rayGeom_, rayLength_);
-  dReal box[6];
-  dGeomGetAABB(rayGeom_, box);  // computes it anew: the pass under way goes on with it
-  return found;
+  const ShorterRay shorter(rayGeom_, enough, rayLength_);
+  return collideGuarded(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
 }
 
 const RayHitList& World::rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direction, double length,
@@ -105,6 +126,7 @@ const RayHitList& World::rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direct
   dGeomRaySet(rayGeom_, start[0], start[1], start[2], rayDirection_[0], rayDirection_[1],
               rayDirection_[2]);
   dSpaceCollide2(rayGeom_, reinterpret_cast<dGeomID>(worldSpace_), this, rayCallback);
+  if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
   for (const Object* object : objectList_) {
     if (object->getObjectType() != HEIGHTMAP) continue;
     const HeightMap& map = static_cast<const HeightMap&>(*object);

@@ -103,7 +103,7 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   /// themselves. Uses the present pose. Everything below the surface is solid.
   /// @param points gets positions on the body, normals into the body and depths
   /// @return number of points written, at most `capacity`; 0 for a map that was refused; -1 for
-  ///   other geoms
+  ///   other geoms, and for null, which is fatal: "HeightMap::collide: Got a nullptr for the geom"
   int collide(dGeomID geom, dContactGeom* points, int capacity) const;
 
   /// Whether there is a collision shape that is not turned by a multiple of a right angle about one

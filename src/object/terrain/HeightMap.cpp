@@ -202,6 +202,10 @@ bool HeightMap::isMissedByOde(dGeomID other) const {
 }
 
 int HeightMap::collide(dGeomID geom, dContactGeom* points, int capacity) const {
+  if (geom == nullptr) {
+    MSG_FATAL("HeightMap::collide: Got a nullptr for the geom");
+    return -1;
+  }
   const bool usable = isReadable() && isUsablePose(bodyPos_, rot_);
   switch (dGeomGetClass(geom)) {
     case dSphereClass:

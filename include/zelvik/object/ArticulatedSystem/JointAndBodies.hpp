@@ -84,11 +84,14 @@ class ZELVIK_API CollisionDefinition {
   Mat<3, 1> offsetPosition;  ///< in the body frame (m)
   std::string colName;       ///< of the shape
   size_t localIdx = 0;       ///< body index
-  dGeomID colObj = nullptr;  ///< the geom; null for one that was refused
+  dGeomID colObj = nullptr;  ///< the geom; null in a record made by hand and after
+                             ///< `ArticulatedSystem::destroyCollisionBodies`
 
-  /// The collision material, kept with the geom.
+  /// The collision material, kept with the geom; empty without one.
   const std::string& getMaterial() const;
-  /// Name that the material table knows, from the next step on.
+  /// Name that the material table knows, from the next step on. Fatal without a geom:
+  /// "CollisionDefinition::setMaterial: the collision object '*name*' has no geom that could carry
+  /// the material '*material*'".
   void setMaterial(const std::string& material);
 };
 
