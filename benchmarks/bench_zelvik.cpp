@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The scenes in zelvik itself. Settings: broad=hash|simple|sap|quadtree, warm=0|1, threshold,
+// The scenes in zelvik itself. Settings: broad=auto|hash|simple|sap|quadtree, warm=0|1, threshold,
 // iterations, erp, layer (m), scheme=trapezoid|semi|explicit|rk4.
 
 #include "Engine.hpp"
@@ -12,7 +12,8 @@ namespace zelvik::bench {
 namespace {
 
 World::BroadPhase broadPhase(const Setting& setting) {
-  const std::string word = setting.word("broad", "hash");
+  const std::string word = setting.word("broad", "auto");
+  if (word == "auto") return World::BroadPhase::AUTO;
   if (word == "hash") return World::BroadPhase::HASH;
   if (word == "simple") return World::BroadPhase::SIMPLE;
   if (word == "quadtree") return World::BroadPhase::QUADTREE;

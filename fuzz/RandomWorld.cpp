@@ -61,7 +61,7 @@ void RandomWorld::fill() {
   for (size_t i = 2 + pick(5); i > 0; --i) addObject();
   if (chance(0.1)) addCrowd();
   if (chance(0.4)) addWire();
-  if (chance(0.3)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(4)));
+  if (chance(0.3)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(5)));
   if (chance(0.3)) world_.setWarmStart(true);
   if (chance(0.3)) world_.setContactSurfaceLayer(number(0.0, 1e-3));
 }
@@ -264,7 +264,7 @@ void RandomWorld::disturb() {
   if (chance(0.005)) addWire();
   if (chance(0.01)) changeParameters();
   if (chance(0.005)) world_.setWarmStart(!world_.isWarmStarted());
-  if (chance(0.005)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(4)));
+  if (chance(0.005)) world_.setBroadPhase(static_cast<World::BroadPhase>(pick(5)));
   if (chance(0.05)) castRay();
   Object* object = anyObject();
   if (object == nullptr) return;

@@ -55,11 +55,15 @@ class ZELVIK_API World {
 
   /// Broad phases of `setBroadPhase`; the contacts are the same set, in another order.
   enum class BroadPhase {
-    /// The default; good for many bodies of mixed size. Allocates in every step, and overlooks a
-    /// pair now and then that meets at the origin of the world (0.4 % there, none elsewhere).
+    /// The default: all pairs for few shapes, sweep and prune along x for many, chosen in each step
+    /// by their number alone. The order of contacts follows from the objects and their poses, not
+    /// from what has been before. Never allocates once it is warm.
+    AUTO,
+    /// The collision library's hash space. Allocates in every step, and overlooks a pair now and
+    /// then that meets at the origin of the world (0.4 % there, none elsewhere).
     HASH,
-    SIMPLE,           ///< all pairs; the fastest for one robot, never allocates
-    SWEEP_AND_PRUNE,  ///< along x; the fastest for many bodies that are spread out
+    SIMPLE,           ///< all pairs; never allocates
+    SWEEP_AND_PRUNE,  ///< along x; for many bodies that are spread out
     QUADTREE          ///< cells of 4 m in a square of 128 m about the origin; never allocates
   };
 
@@ -132,8 +136,11 @@ class ZELVIK_API World {
   void setContactSurfaceLayer(double depth);
   /// See `setContactSurfaceLayer` (m).
   double getContactSurfaceLayer() const { return solver_.getSurfaceLayer(); }
-  /// Puts all geoms, in object order, into a new space of the given kind. Between steps only.
+  /// Puts all geoms, in object order, into a new space of the given kind. Between steps only. A
+  /// value outside of the enumeration means `HASH`.
   void setBroadPhase(BroadPhase kind);
+  /// See `setBroadPhase`.
+  BroadPhase getBroadPhase() const { return broadPhase_; }
 
   // ---- objects ----
   // `material` is the name that the material table knows. Two geoms collide if the group of one
@@ -245,6 +252,15 @@ class ZELVIK_API World {
   /// Second half: takes forces in, solves the contacts, moves the objects.
   void integrate2();
 
+  /// Forgets what the world remembers of its steps: the direction of the next sweep, the impulses
+  /// of a warm start, the contacts, the order of geoms in the collision space (moved static ones
+  /// included); world time and step count are 0 again. Between steps only.
+  ///
+  /// After it, a run that begins from a state set by setters repeats another one from the same
+  /// state to the last bit (docs/reproducibility.md). Objects, parameters, state, pending forces
+  /// and targets stay.
+  void resetHistory();
+
   /// Writes the present state as a world file, and beside it the robots that were made from URDF
   /// text. A snapshot: materials, wires, appearances and some more are not in it, and worlds with
   /// meshes or height maps cannot be read back (docs/world-file.md). A file that cannot be written
@@ -277,9 +293,9 @@ class ZELVIK_API World {
                    Mat<3, 1>{{direction[0], direction[1], direction[2]}}, length, reserved, mask);
   }
   ///@}
-  /// Simulated time since construction or the world file's start (s).
+  /// Simulated time since construction, the world file's start or `resetHistory` (s).
   double getWorldTime() const { return worldTime_; }
-  /// Steps since construction.
+  /// Steps since construction or `resetHistory`.
   size_t getStepCount() const { return stepCount_; }
   /// Grows with every add and remove, so that an observer sees that the content changed.
   size_t getObjectChangeCount() const { return objectChangeCount_; }
@@ -301,7 +317,8 @@ class ZELVIK_API World {
   }
 
   /// Fills the problems of one object's contacts: own block, free velocity, coupling. Called by
-  /// `integrate2` for every dynamic object.
+  /// `integrate2` for every dynamic object. Null is fatal: "World::contactProblemUpdate: Got a
+  /// nullptr for the object".
   void contactProblemUpdate(Object* object);
 
  private:
@@ -333,7 +350,13 @@ class ZELVIK_API World {
   void releaseContactsOf(Object* object);
   void moveLastObjectTo(size_t index);
 
+  void renewSpace();
+  void settleGeoms();
+  bool searchesPairs() const;
   void detectCollisions();
+  void collideSpace();
+  void collideFoundPairs();
+  void listGeoms();
   void testPair(dGeomID o1, dGeomID o2);
   void buildContacts();
   void listTouchingPairs();
@@ -357,10 +380,12 @@ class ZELVIK_API World {
   void assembleSideA(Object& object, size_t i, Object& q, contact::Single3DContactProblem& p);
   void assembleSideB(Object& q, size_t k, Object& object, contact::Single3DContactProblem& p);
 
+  BroadPhase broadPhase_ = BroadPhase::AUTO;
   dSpaceID worldSpace_ = nullptr;
+  bool spaceHasMoved_ = false;  ///< whether geoms may have moved in it before its first step
   std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
   int numContactGeoms_ = 0;                 ///< used entries of it
-  std::unique_ptr<PairSearch> pairSearch_;  ///< for `SIMPLE` and `SWEEP_AND_PRUNE`
+  std::unique_ptr<PairSearch> pairSearch_;  ///< see `searchesPairs`
   std::unique_ptr<PairOrder> pairOrder_;    ///< of what touches
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;

@@ -8,7 +8,8 @@
 namespace zelvik {
 
 ArticulatedSystem::ArticulatedSystem(const Child& child, const std::string& resDir,
-                                     ArticulatedSystemOption) {
+                                     ArticulatedSystemOption option) {
+  ignoreInitialOverlaps_ = option.ignoreInitialOverlaps;
   // Contacts see each other through the velocity vector, not through coupling blocks.
   fullDelassus_ = false;
   if (resDir.empty())

@@ -27,9 +27,12 @@ bool copyFront(const char* what, const double* values, size_t count, VecDyn& tar
 void ArticulatedSystem::setGeneralizedCoordinate(const double* values, size_t count) {
   if (!copyFront("setGeneralizedCoordinate", values, count, gc_)) return;
   updateKinematics();
+  forgetContacts();
+}
+
+void ArticulatedSystem::forgetContacts() {
   contactJacobians_.clear();
-  clearPerObjectContact();
-  numContacts_ = 0;
+  Object::forgetContacts();
 }
 
 void ArticulatedSystem::setGeneralizedVelocity(const double* values, size_t count) {

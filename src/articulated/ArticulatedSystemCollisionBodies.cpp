@@ -166,6 +166,7 @@ void Child::initCollisionBodies(std::vector<CollisionDefinition>& definitions,
     const dGeomID geom = createGeom(body, store);
     if (geom == nullptr) continue;  // keeps both lists in step
     attachGeomRecord(geom);
+    geomRecord(geom).shapeIdx = definitions.size();
     if (dGeomGetClass(geom) == dTriMeshClass) noteVertices(geom, meshVertices.back());
     definitions.push_back(definitionOf(body, bodyIdx, geom));
     visColObjects.push_back(visualOf(body, bodyIdx));

@@ -68,6 +68,7 @@ inline void addResponse(const double* response, size_t stride, const Vec3& p, do
 }  // namespace
 
 void ArticulatedSystem::preContactSolverUpdate1(const Mat<3, 1>& gravity, double /*dt*/) {
+  if (!initialOverlaps_.empty()) warnOfInitialOverlaps();
   const bool mayUseDefault = contactJacobians_.empty() || controlMode_ != PD_PLUS_FEED_FORWARD;
   integrationScheme_ = mayUseDefault ? defaultIntegrationScheme_ : TRAPEZOID;
   computeMassRows();
@@ -88,15 +89,17 @@ void ArticulatedSystem::computeGeneralizedMomentum() {
 }
 
 void ArticulatedSystem::computeContactJacobians() {
-  const std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
+  std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   numContacts_ = contacts.size();
   if (contactJacobians_.size() < numContacts_) {
     contactJacobians_.resize(numContacts_);
     for (SparseJacobian& jac : contactJacobians_) jac.reserve(dof_);
   }
-  for (size_t i = 0; i < numContacts_; ++i)
+  for (size_t i = 0; i < numContacts_; ++i) {
+    contacts[i].selfCollision_ = false;  // until `mergeSelfCollisions`
     getSparseJacobian_internal(contacts[i].localBodyIndex_, contacts[i].position_,
                                contactJacobians_[i]);
+  }
 }
 
 /// One column more than there are velocities: the kernels read four values of each.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_map>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "articulated/TreeSweeps.hpp"
@@ -65,6 +66,7 @@ void ArticulatedSystem::init() {
     throw;
   }
   root.initVisuals(visObjects_);
+  excludeCollisionsWithinBodies();
   if (doNotCollideWithParent) excludeParentCollisions();
 
   for (size_t i = 0; i < bodyCount_; ++i)
@@ -73,6 +75,7 @@ void ArticulatedSystem::init() {
 
   rootChild_.clear();
   updateKinematics();
+  findInitialOverlaps();
   warnOfMotionsWithoutMass();
 }
 
@@ -314,6 +317,19 @@ void ArticulatedSystem::warnOfMotionsWithoutMass() {
       MSG_WARN("the body '" << bodyNames_[i] << "' and what it carries have no "
                             << (compositeMass_[i] <= 0.0 ? "mass" : "inertia about their joint")
                             << ": the state of the robot becomes NaN");
+  }
+}
+
+/// Shapes of one body cannot move against each other, however they overlap: a foot that was merged
+/// into its shank touches it for good. They stand one behind the other.
+void ArticulatedSystem::excludeCollisionsWithinBodies() {
+  const std::vector<CollisionDefinition>& shapes = collisionBodies_;
+  for (size_t first = 0, end; first < shapes.size(); first = end) {
+    for (end = first + 1; end < shapes.size() && shapes[end].localIdx == shapes[first].localIdx;)
+      ++end;
+    for (size_t x = first; x < end; ++x)
+      for (size_t y = first; y < end; ++y)
+        if (x != y) geomRecord(shapes[x].colObj).ignoredGeoms.insert(shapes[y].colObj);
   }
 }
 

@@ -41,6 +41,7 @@ ArticulatedSystem::ArticulatedSystem(const std::string& urdfPathOrText, const st
                                      ArticulatedSystemOption option) {
   fullDelassus_ = false;
   doNotCollideWithParent = option.doNotCollideWithParent;
+  ignoreInitialOverlaps_ = option.ignoreInitialOverlaps;
   warnAboutJointOrder(jointOrder);
   // The loader leaves the root in `rootChild_`, or nothing after a fatal message.
   if (urdfPathOrText.find('<') == std::string::npos) {

@@ -7,8 +7,35 @@
 namespace zelvik {
 
 const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
-  const bool sorted = dSpaceGetClass(space) == dSweepAndPruneSpaceClass;
-  readGeoms(space, sorted);
+  dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
+  clear();
+  const int count = dSpaceGetNumGeoms(space);
+  for (int i = 0; i < count; ++i) append(dSpaceGetGeom(space, i), true);
+  return findPairs(dSpaceGetClass(space) == dSweepAndPruneSpaceClass);
+}
+
+void PairSearch::clear() {
+  geoms_.clear();
+  moves_.clear();
+}
+
+void PairSearch::append(dGeomID geom, bool isDynamic) {
+  if (dGeomIsEnabled(geom) == 0) return;
+  geoms_.push_back(geom);
+  moves_.push_back(isDynamic ? ~0ul : 0ul);
+}
+
+/// The order of the search starts from that of the last call if the geoms are the same, and from
+/// that of the list otherwise.
+const std::vector<PairSearch::Pair>& PairSearch::findPairs(bool sorted) {
+  areOthers_ = sorted != wereSorted_ || geoms_ != lastGeoms_;
+  if (areOthers_) {
+    wereSorted_ = sorted;
+    lastGeoms_.clear();  // until all is done: memory may run out
+    begins_.resize(geoms_.size());
+    for (size_t i = 0; i < geoms_.size(); ++i) begins_[i].place = static_cast<std::uint32_t>(i);
+    lastGeoms_ = geoms_;
+  }
   if (sorted) sortBegins();
   groups_.resize(laneCount(begins_.size()));
   for (size_t g = 0; g < groups_.size(); ++g) writeGroup(g * kLanes, groups_[g]);
@@ -18,25 +45,7 @@ const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
   return pairs_;
 }
 
-/// Lists the geoms. The order of the search starts from that of the last call if the geoms are the
-/// same, and from that of the space otherwise.
-void PairSearch::readGeoms(dSpaceID space, bool sorted) {
-  dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
-  const int count = dSpaceGetNumGeoms(space);
-  geoms_.clear();
-  for (int i = 0; i < count; ++i) {
-    const dGeomID geom = dSpaceGetGeom(space, i);
-    if (dGeomIsEnabled(geom)) geoms_.push_back(geom);
-  }
-  areOthers_ = sorted != wereSorted_ || geoms_ != lastGeoms_;
-  if (!areOthers_) return;
-  wereSorted_ = sorted;
-  lastGeoms_ = geoms_;
-  begins_.resize(geoms_.size());
-  for (size_t i = 0; i < geoms_.size(); ++i) begins_[i].place = static_cast<std::uint32_t>(i);
-}
-
-/// Geoms that begin together stand as they do in the space, whatever has been before.
+/// Geoms that begin together stand as they do in the list, whatever has been before.
 bool PairSearch::isBefore(const Begin& a, const Begin& b) {
   return a.x < b.x || (a.x == b.x && a.place < b.place);
 }
@@ -61,14 +70,16 @@ void PairSearch::sortBegins() {
 /// written in smaller pieces would have to wait for it.
 void PairSearch::writeGroup(size_t first, Group& group) {
   dReal box[kLanes][6];
-  unsigned long category[kLanes], collide[kLanes];
+  unsigned long category[kLanes], collide[kLanes], moves[kLanes];
   const size_t last = begins_.size() - 1;
   for (size_t l = 0; l < kLanes; ++l) {
     const bool exists = first + l <= last;
-    const dGeomID geom = geoms_[begins_[exists ? first + l : last].place];
+    const std::uint32_t place = begins_[exists ? first + l : last].place;
+    const dGeomID geom = geoms_[place];
     dGeomGetAABB(geom, box[l]);
     category[l] = exists ? dGeomGetCategoryBits(geom) : 0;
     collide[l] = exists ? dGeomGetCollideBits(geom) : 0;
+    moves[l] = moves_[place];
   }
   for (size_t k = 0; k < 3; ++k) {
     const size_t i = 2 * k, j = i + 1;
@@ -77,6 +88,7 @@ void PairSearch::writeGroup(size_t first, Group& group) {
   }
   group.category = Bits{category[0], category[1], category[2], category[3]};
   group.collide = Bits{collide[0], collide[1], collide[2], collide[3]};
+  group.moves = Bits{moves[0], moves[1], moves[2], moves[3]};
 }
 
 template <bool sorted>
@@ -84,6 +96,7 @@ void PairSearch::appendPairsOf(size_t geom) {
   const Group& a = groups_[geom / kLanes];
   const size_t lane = geom % kLanes;
   const Bits category = Bits{} + a.category[lane], collide = Bits{} + a.collide[lane];
+  const Bits moves = Bits{} + a.moves[lane];
   Lanes lower[3], upper[3];
   for (size_t k = 0; k < 3; ++k) {
     lower[k] = broadcast(a.lower[k][lane]);
@@ -95,7 +108,8 @@ void PairSearch::appendPairsOf(size_t geom) {
   const Begin* others = begins_.data() + geom - lane;
   for (const Group* b = &a; b != groups_.data() + groups_.size(); ++b, others += kLanes) {
     if (sorted && b != &a && b->lower[0][0] > upper[0][0]) break;
-    auto apart = ((category & b->collide) | (b->category & collide)) == Bits{};
+    auto apart =
+        (((category & b->collide) | (b->category & collide)) & (moves | b->moves)) == Bits{};
     for (size_t k = 0; k < 3; ++k) apart |= (lower[k] > b->upper[k]) | (upper[k] < b->lower[k]);
     for (unsigned found = ~lanesSet(apart) & ahead; found != 0; found &= found - 1) {
       const std::uint32_t other = others[__builtin_ctz(found)].place;

@@ -11,27 +11,42 @@
 
 namespace zelvik {
 
-/// The pairs of a simple or a sweep-and-prune space that may collide: those that `dSpaceCollide`
-/// reports, at a fraction of its cost for many geoms. It reads each pair through pointers; here the
-/// boxes of all geoms are written out once and compared four at a time.
+/// The pairs of geoms that may collide: those whose groups and masks match and whose bounding boxes
+/// meet. ODE's spaces read each pair through pointers; here the boxes of all geoms are written out
+/// once and compared four at a time.
+///
+/// Either each geom is compared with all, or geoms are sorted along x and each is compared with
+/// those that begin before it ends. Pairs come in the order of the first geom's place in the list,
+/// or of where they begin; in both cases the geom that stands before the other in the list is the
+/// first. Nothing that was found before has an influence.
 class PairSearch {
  public:
   struct Pair {
-    dGeomID first, second;  ///< as they stand in the space
+    dGeomID first, second;  ///< as they stand in the list
   };
 
-  /// Pairs of enabled geoms whose groups and masks match and whose bounding boxes meet. Good until
+  ///@{
+  /// The list of geoms: `clear`, `append` each of them, `findPairs`. Disabled geoms are left out,
+  /// and so are pairs of two of which neither belongs to a dynamic body. The pairs are good until
   /// the next call.
-  ///
-  /// In a simple space each geom is compared with all, and the pairs have ODE's order. In a
-  /// sweep-and-prune space geoms are sorted along x and each is compared with those that begin
-  /// before it ends; pairs are ordered by where their geoms begin.
+  void clear();
+  void append(dGeomID geom, bool isDynamic);
+  size_t geomCount() const { return geoms_.size(); }
+  const std::vector<Pair>& findPairs(bool sorted);
+  ///@}
+
+  /// Pairs of a simple or a sweep-and-prune space: those that `dSpaceCollide` reports, at a
+  /// fraction of its cost for many geoms. Pairs of a simple space have ODE's order; in a
+  /// sweep-and-prune space geoms are sorted. Good until the next call.
   const std::vector<Pair>& findPairs(dSpaceID space);
+
+  /// Whether the last call sorted.
+  bool isSorted() const { return wereSorted_; }
 
  private:
   using Bits = unsigned long __attribute__((vector_size(32)));
 
-  /// Where a geom begins, and its place in the space.
+  /// Where a geom begins, and its place in the list.
   struct Begin {
     double x;
     std::uint32_t place;
@@ -40,16 +55,17 @@ class PairSearch {
   struct Group {
     Lanes lower[3], upper[3];  ///< corners of the bounding boxes (m, world axes)
     Bits category, collide;    ///< what they are and what they meet; 0 without a geom
+    Bits moves;                ///< all ones for those of dynamic bodies
   };
 
-  void readGeoms(dSpaceID space, bool sorted);
   static bool isBefore(const Begin& a, const Begin& b);
   void sortBegins();
   void writeGroup(size_t first, Group& group);
   template <bool sorted>
   void appendPairsOf(size_t geom);
 
-  std::vector<dGeomID> geoms_;                  ///< enabled ones, in the order of the space
+  std::vector<dGeomID> geoms_;                  ///< enabled ones, in the order of the list
+  std::vector<unsigned long> moves_;            ///< see `Group::moves`, by place
   std::vector<dGeomID> lastGeoms_;              ///< those for which `begins_` is sorted
   bool areOthers_ = true, wereSorted_ = false;  ///< than in the last call
   std::vector<Begin> begins_;                   ///< in the order of the search

@@ -83,6 +83,7 @@ void Compound::createGeoms() {
   for (const CompoundObjectChild& child : children_) {
     collisionGeoms_.push_back(createChildGeom(child));
     attachGeomRecord(collisionGeoms_.back());
+    geomRecord(collisionGeoms_.back()).shapeIdx = collisionGeoms_.size() - 1;
   }
   for (dGeomID geom : collisionGeoms_)
     for (dGeomID sibling : collisionGeoms_)

@@ -40,6 +40,11 @@ BodyType Object::getBodyType() const {
 
 void Object::appendJointLimits(contact::ContactProblemList&) {}
 
+void Object::forgetContacts() {
+  clearPerObjectContact();
+  numContacts_ = 0;
+}
+
 double Object::enforceJointLimits(contact::Single3DContactProblem&) {
   return 0.0;
 }

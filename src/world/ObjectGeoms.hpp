@@ -20,4 +20,18 @@ void forEachGeom(const Object& object, Action&& action) {
   for (size_t k = 0; k < body.getGeomCount(); ++k) action(body.getGeom(k));
 }
 
+/// Calls `action` with each geom of an object and the index of its body, from the last geom to the
+/// first.
+template <typename Action>
+void forEachGeomFromLast(const Object& object, Action&& action) {
+  if (object.getObjectType() == ARTICULATED_SYSTEM) {
+    const auto& bodies = static_cast<const ArticulatedSystem&>(object).getCollisionBodies();
+    for (size_t k = bodies.size(); k-- > 0;)
+      if (bodies[k].colObj != nullptr) action(bodies[k].colObj, bodies[k].localIdx);
+    return;
+  }
+  const auto& body = static_cast<const SingleBodyObject&>(object);
+  for (size_t k = body.getGeomCount(); k-- > 0;) action(body.getGeom(k), size_t{0});
+}
+
 }  // namespace zelvik

@@ -20,6 +20,7 @@ constexpr size_t kMaxRayHits = 200;
 
 dSpaceID createSpace(World::BroadPhase kind) {
   switch (kind) {
+    case World::BroadPhase::AUTO:  // keeps the geoms for rays only
     case World::BroadPhase::SIMPLE:
       return dSimpleSpaceCreate(nullptr);
     case World::BroadPhase::SWEEP_AND_PRUNE:
@@ -45,7 +46,7 @@ void World::init() {
   gravity_ = {{0.0, 0.0, -9.81}};
   solver_.setTimeStep(timeStep_);
   acquireOde();
-  worldSpace_ = createSpace(BroadPhase::HASH);
+  worldSpace_ = createSpace(broadPhase_);
   rayGeom_ = dCreateRay(nullptr, 1.0);  // in no space: it never takes part in `dSpaceCollide`
   attachGeomRecord(rayGeom_);
   contactGeoms_.resize(kInitialContactGeoms);
@@ -105,16 +106,34 @@ void World::setContactSurfaceLayer(double depth) {
 }
 
 void World::setBroadPhase(BroadPhase kind) {
+  broadPhase_ = kind;
+  renewSpace();
+  spaceHasMoved_ = true;
+}
+
+/// Puts all geoms, in object order, into a new space, which has no past.
+void World::renewSpace() {
   const dSpaceID old = worldSpace_;
   // A space looks for geoms that have moved at its front only, but takes them in as they come.
   dSpaceClean(old);
-  worldSpace_ = createSpace(kind);
+  worldSpace_ = createSpace(broadPhase_);
   for (const Object* object : objectList_)
     forEachGeom(*object, [&](dGeomID geom) {
       dSpaceRemove(old, geom);
       dSpaceAdd(worldSpace_, geom);
     });
   dSpaceDestroy(old);
+}
+
+void World::resetHistory() {
+  setBroadPhase(broadPhase_);
+  clearContactProblems();
+  for (Object* object : objectList_) object->forgetContacts();
+  solver_.resetHistory();
+  if (impulseMemory_ != nullptr) impulseMemory_->clear();
+  solvedTimeStep_ = 0.0;
+  worldTime_ = 0.0;
+  stepCount_ = 0;
 }
 
 void World::setWarmStart(bool on) {

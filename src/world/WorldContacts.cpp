@@ -1,38 +1,18 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <cmath>
-#include <utility>
 #include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
-#include "collision/CylinderOnPlane.hpp"
-#include "collision/OdeGuard.hpp"
 #include "collision/PairOrder.hpp"
 #include "collision/PairSearch.hpp"
 #include "solver/ImpulseMemory.hpp"
-#include "world/ObjectGeoms.hpp"
 
-// From geoms to contact records: broad and narrow phase by ODE, then one `Contact` per moving side
-// and one problem per point.
+// From raw points to contact records: one `Contact` per moving side and one problem per point.
 
 namespace zelvik {
 
 namespace {
-
-constexpr int kMaxPointsPerPair = 500;
-/// Whether our own search of pairs is the faster one.
-bool usesPairSearch(dSpaceID space) {
-  const int kind = dSpaceGetClass(space);
-  return (kind == dSimpleSpaceClass || kind == dSweepAndPruneSpaceClass) &&
-         dSpaceGetNumGeoms(space) >= 40;
-}
-
-/// ODE gives NaN or zero normals and NaN depths at exact coincidences; such a point tells nothing.
-bool isUsablePoint(const dContactGeom& g) {
-  const double length2 =
-      g.normal[0] * g.normal[0] + g.normal[1] * g.normal[1] + g.normal[2] * g.normal[2];
-  return length2 > 1e-12 && g.depth == g.depth;
-}
 
 /// Whether two bodies of one object already have a contact in this step: the walk looks at all
 /// neighbours in the list, not only at those that were appended together.
@@ -46,115 +26,7 @@ bool selfContactExists(const Object& object, size_t l1, size_t l2) {
   return false;
 }
 
-/// ODE's number for the shape of a geom.
-using GeomClass = int;
-
-/// Whether a class needs more than ODE's collider as it stands.
-bool needsCare(GeomClass c) {
-  return c == dHeightfieldClass || c == dTriMeshClass;
-}
-
-/// Two meshes collide by their trees. A mesh of one triangle has none, and ODE would read at null.
-bool haveTrees(dGeomID a, dGeomID b) {
-  return dGeomTriMeshGetTriangleCount(a) > 1 && dGeomTriMeshGetTriangleCount(b) > 1;
-}
-
-/// Points of a geom on a height field that asks for exact contacts; -1 where ODE's collider serves.
-/// A geom whose size would make ODE end the process has none.
-int collideOnField(dGeomID geom, const HeightMap& map, dContactGeom* points) {
-  if (!map.isInReach(geom)) return 0;
-  return map.usesExactContacts() ? map.collide(geom, points, kMaxPointsPerPair) : -1;
-}
-
-/// Points of our own collider are those of a geom on a field; the pair may be the other way round.
-void orderPoints(dGeomID o1, dGeomID o2, bool fieldFirst, dContactGeom* points, int count) {
-  for (dContactGeom* point = points; point != points + count; ++point) {
-    point->g1 = o1;
-    point->g2 = o2;
-    for (int i = 0; i < 3 && fieldFirst; ++i) point->normal[i] = -point->normal[i];
-  }
-}
-
-int collideByOde(dGeomID o1, dGeomID o2, dContactGeom* points) {
-  return collideGuarded(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
-}
-
-/// Raw points of a pair with a mesh or height field.
-int collideWithCare(dGeomID o1, dGeomID o2, GeomClass c1, GeomClass c2,
-                    const std::vector<Object*>& objects, dContactGeom* points) {
-  if (c1 == dTriMeshClass && c2 == dTriMeshClass && !haveTrees(o1, o2)) return 0;
-  const bool fieldFirst = c1 == dHeightfieldClass;
-  if (!fieldFirst && c2 != dHeightfieldClass) {
-    const auto lock = lockMeshes();
-    return collideByOde(o1, o2, points);
-  }
-  const auto lock = lockIfMesh(o1, o2);
-  const dGeomID field = fieldFirst ? o1 : o2, geom = fieldFirst ? o2 : o1;
-  const Object& map = *objects[geomRecord(field).objectIdx];
-  const int found = collideOnField(geom, static_cast<const HeightMap&>(map), points);
-  if (found < 0) return collideByOde(o1, o2, points);
-  orderPoints(o1, o2, fieldFirst, points, found);
-  return found;
-}
-
-/// Raw points of a pair, o1 before o2, at most `kMaxPointsPerPair`.
-int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dContactGeom* points) {
-  const GeomClass c1 = dGeomGetClass(o1), c2 = dGeomGetClass(o2);
-  if (needsCare(c1) || needsCare(c2)) return collideWithCare(o1, o2, c1, c2, objects, points);
-  const int count = collideByOde(o1, o2, points);
-  return count == 1 && (c1 == dCylinderClass || c2 == dCylinderClass)
-             ? completeCylinderOnPlane(o1, o2, points)
-             : count;
-}
-
 }  // namespace
-
-/// ODE's callback for a pair whose boxes meet. Nothing may fly through ODE, which would stay locked
-/// for ever: an exception is kept and the rest of the pass is skipped.
-void nearCallback(void* data, dGeomID o1, dGeomID o2) {
-  World& world = *static_cast<World*>(data);
-  if (world.collisionError_) return;
-  try {
-    world.testPair(o1, o2);
-  } catch (...) {
-    world.collisionError_ = std::current_exception();
-  }
-}
-
-void World::detectCollisions() {
-  numContactGeoms_ = 0;
-  if (usesPairSearch(worldSpace_))
-    for (const PairSearch::Pair& pair : pairSearch_->findPairs(worldSpace_))
-      testPair(pair.first, pair.second);
-  else
-    dSpaceCollide(worldSpace_, this, nearCallback);
-  for (const Object* object : objectList_) {
-    if (object->getObjectType() != HEIGHTMAP) continue;
-    const HeightMap& map = static_cast<const HeightMap&>(*object);
-    if (!map.isTurned()) continue;
-    for (const Object* other : objectList_)
-      forEachGeom(*other, [&](dGeomID geom) {
-        if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
-      });
-  }
-  if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
-}
-
-void World::testPair(dGeomID o1, dGeomID o2) {
-  const std::set<dGeomID>& ignored = geomRecord(o1).ignoredGeoms;
-  if (!ignored.empty() && ignored.count(o2) > 0) return;
-
-  const size_t used = static_cast<size_t>(numContactGeoms_);
-  if (contactGeoms_.size() < used + kMaxPointsPerPair)
-    contactGeoms_.resize(3 * contactGeoms_.size());
-  const int found = collidePair(o1, o2, objectList_, &contactGeoms_[used]);
-  for (int i = 0; i < found; ++i) {
-    const size_t from = used + static_cast<size_t>(i), to = static_cast<size_t>(numContactGeoms_);
-    if (!isUsablePoint(contactGeoms_[from])) continue;
-    if (from != to) contactGeoms_[to] = contactGeoms_[from];
-    ++numContactGeoms_;
-  }
-}
 
 struct World::ContactSides {
   Object& A;
@@ -163,6 +35,7 @@ struct World::ContactSides {
   Object& B;
   size_t bodyB;
   bool bIsObjectA;
+  size_t shapeA = kNone, shapeB = kNone;
   BodyType typeA = A.getBodyType(bodyA), typeB = B.getBodyType(bodyB);
 
   bool canMove() const { return typeA == BodyType::DYNAMIC || typeB == BodyType::DYNAMIC; }
@@ -177,21 +50,24 @@ void World::appendContact(const ContactSides& s, const Mat<3, 3>& frame, const M
   // The twin of a contact inside one object comes right behind it.
   const size_t b = contactsB.size() + (&s.A == &s.B && s.typeA != BodyType::STATIC ? 1 : 0);
   if (s.typeA != BodyType::STATIC)
-    contactsA.emplace_back(frame, position, normal, s.aIsObjectA, problem, a, worldB, s.typeB, b,
-                           s.bodyA, depth);
+    contactsA
+        .emplace_back(frame, position, normal, s.aIsObjectA, problem, a, worldB, s.typeB, b,
+                      s.bodyA, depth)
+        .setShapes(s.shapeA, s.shapeB);
   const size_t twin = s.typeA != BodyType::STATIC ? a : a - 1;
   if (s.typeB != BodyType::STATIC)
-    contactsB.emplace_back(frame, position, normal, s.bIsObjectA, problem, b, worldA, s.typeA, twin,
-                           s.bodyB, depth);
+    contactsB
+        .emplace_back(frame, position, normal, s.bIsObjectA, problem, b, worldA, s.typeA, twin,
+                      s.bodyB, depth)
+        .setShapes(s.shapeB, s.shapeA);
   contactProblems_.emplace_back(material, position[0], position[1], position[2], depth);
 }
 
 void World::buildContacts() {
   listTouchingPairs();
-  // A simple space keeps the order of ODE: which bodies are far away then makes no difference to
-  // those that touch.
-  if (usesPairSearch(worldSpace_) && dSpaceGetClass(worldSpace_) == dSweepAndPruneSpaceClass)
-    pairOrder_->arrange(objectList_.size());
+  // All pairs keep their order: which bodies are far away then makes no difference to those that
+  // touch.
+  if (searchesPairs() && pairSearch_->isSorted()) pairOrder_->arrange(objectList_.size());
   for (const TouchingPair& pair : pairOrder_->pairs()) buildContactsOfPair(pair.first, pair.end);
 }
 
@@ -220,8 +96,14 @@ void World::listTouchingPairs() {
 void World::buildContactsOfPair(size_t first, size_t end) {
   const GeomRecord& r1 = geomRecord(contactGeoms_[first].g1);
   const GeomRecord& r2 = geomRecord(contactGeoms_[first].g2);
-  const ContactSides sides = {*objectList_[r1.objectIdx], r1.localBodyIdx, true,
-                              *objectList_[r2.objectIdx], r2.localBodyIdx, false};
+  const ContactSides sides = {*objectList_[r1.objectIdx],
+                              r1.localBodyIdx,
+                              true,
+                              *objectList_[r2.objectIdx],
+                              r2.localBodyIdx,
+                              false,
+                              r1.shapeIdx,
+                              r2.shapeIdx};
   const MaterialPairProperties& material =
       materialManager_.getMaterialPairProp(r1.materialName, r2.materialName);
   const ContactGroup group = startGroup(sides, false);

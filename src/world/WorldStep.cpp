@@ -29,6 +29,7 @@ void World::integrate1() {
   ZELVIK_STAGES_BEGIN();
   if (warmStart_) storeImpulses();
   clearContactProblems();
+  settleGeoms();
   for (Object* object : objectList_) object->clearPerObjectContact();
   for (Object* object : objectList_)
     if (object->getBodyType() == BodyType::DYNAMIC) object->updateTimeStepIfNecessary(timeStep_);

@@ -87,6 +87,12 @@ class ZELVIK_API BisectionContactSolver {
     timeStepInv_ = 1.0 / dt;
   }
 
+  /// Forgets the solves before: the next one sweeps forward, as the first.
+  void resetHistory() {
+    forwardSweep_ = true;
+    loopCounter_ = 0;
+  }
+
  private:
   void startHistory();
   double visit(Single3DContactProblem& problem) const;

@@ -23,9 +23,14 @@ struct Contact {
   size_t pairContactIndex_ = 0;     ///< place of the twin in the other object's list
   size_t contactProblemIndex_ = 0;  ///< place of the problem in the world's list
   size_t localBodyIndex_ = 0;       ///< body inside this object
-  bool selfCollision_ = false;      ///< has absorbed its twin on the same articulated system
-  bool skip_ = false;               ///< is that twin
-  bool objectA_ = true;             ///< whether this object is the first of the pair
+  /// Shape of this object that touches: the place in `ArticulatedSystem::getCollisionBodies`, whose
+  /// `colName` tells a foot from the shin that it was merged into, or in `Compound::getChildren`; 0
+  /// for other objects, `kNone` for the end of a wire.
+  size_t shapeIndex_ = kNone;
+  size_t pairShapeIndex_ = kNone;  ///< the same of the other object
+  bool selfCollision_ = false;     ///< has absorbed its twin on the same articulated system
+  bool skip_ = false;              ///< is that twin
+  bool objectA_ = true;            ///< whether this object is the first of the pair
   BodyType pairBodyType_ = BodyType::DYNAMIC;  ///< of the other side
 
   Contact() = default;
@@ -53,6 +58,12 @@ struct Contact {
         localBodyIndex_(localBodyIndex),
         objectA_(objectA),
         pairBodyType_(pairBodyType) {}
+
+  /// Called by the world. @param own see `shapeIndex_` @param pair see `pairShapeIndex_`
+  void setShapes(size_t own, size_t pair) {
+    shapeIndex_ = own;
+    pairShapeIndex_ = pair;
+  }
 
   /// Impulse on this object from the last solve (N s, world axes). Valid between a step's
   /// `integrate2` and the next `integrate1`; zero before the contact has a problem. The twin of a

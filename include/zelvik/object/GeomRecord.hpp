@@ -19,6 +19,7 @@ namespace zelvik {
 struct GeomRecord {
   size_t objectIdx = kNone;  ///< position of the owner in the world's object list; none on the ray
   size_t localBodyIdx = 0;   ///< body inside the owner; 0 for all but articulated systems
+  size_t shapeIdx = 0;       ///< place among the shapes of the owner
   std::string materialName;  ///< that the material table knows
   std::set<dGeomID> ignoredGeoms;  ///< geoms with which this one never collides
   double* position = nullptr;      ///< ODE's own record of the pose, by the first `writeGeomPose`

@@ -144,6 +144,8 @@ class ZELVIK_API Object {
   virtual void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) = 0;
   /// Appends a problem per violated joint limit.
   virtual void appendJointLimits(contact::ContactProblemList& problems);
+  /// Drops the contacts and what was computed for them, as in an object that has met nothing yet.
+  virtual void forgetContacts();
   /// Solves one joint limit in place; returns the residual velocity.
   virtual double enforceJointLimits(contact::Single3DContactProblem& problem);
 

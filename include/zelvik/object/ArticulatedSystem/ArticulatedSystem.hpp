@@ -27,6 +27,11 @@ class TreeSweeps;
 struct ArticulatedSystemOption {
   /// Whether a body never collides with its nearest ancestor that has mass.
   bool doNotCollideWithParent = true;
+  /// Whether pairs of shapes that overlap by more than 1 mm while all joint coordinates are zero
+  /// never collide. Published models often have such pairs, whose shapes are drawn larger than the
+  /// links or meet inside of a joint; in a simulation they push each other apart in every step.
+  /// Without it a system with such pairs is warned of at its first step.
+  bool ignoreInitialOverlaps = false;
 };
 
 /// A spring in a joint.
@@ -83,7 +88,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   // ---- construction ---------------------------------------------------------------------------
 
   /// From a tree assembled by hand, which is copied. Parent collisions are excluded whatever the
-  /// option says. Warns "resDir is not specified." if it is empty.
+  /// option says; `ignoreInitialOverlaps` counts. Warns "resDir is not specified." if it is empty.
   ///
   /// Fatal for a root joint that is neither fixed nor floating and for a floating joint below the
   /// root ("Floating joints are only supported at the root"); if the callback returns, the system
@@ -139,6 +144,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void updateTimeStepIfNecessary(double dt) override;
   void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulse) override;
   void appendJointLimits(contact::ContactProblemList& problems) override;
+  void forgetContacts() override;
   double enforceJointLimits(contact::Single3DContactProblem& problem) override;
 
   // Overloads for Eigen types are templates, so that braces mean a `Mat`.
@@ -594,7 +600,10 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void sizeTreeMatrices();
   void resolveFrames();
   void placeFixedRoot();
+  void excludeCollisionsWithinBodies();
   void excludeParentCollisions();
+  void findInitialOverlaps();
+  void warnOfInitialOverlaps();
   void warnOfMotionsWithoutMass();
 
   void computeMassRows();
@@ -651,6 +660,13 @@ class ZELVIK_API ArticulatedSystem : public Object {
   std::vector<JointSpring> springs_;          ///< `setSprings`
   bool hasSphericalJoint_ = false;            ///< below the root
   bool doNotCollideWithParent = true;
+  bool ignoreInitialOverlaps_ = false;
+  /// Two shapes, by their places in `collisionBodies_`.
+  struct InitialOverlap {
+    size_t a, b;
+    double depth;  ///< in the zero pose (m)
+  };
+  std::vector<InitialOverlap> initialOverlaps_;  ///< to be told of at the first step
 
   // ---- topology: written by `init` ------------------------------------------------------------
   size_t bodyCount_ = 0, dof_ = 0, gcDim_ = 0;
