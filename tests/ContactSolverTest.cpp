@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/rotation.hpp>
@@ -69,6 +70,9 @@ TEST(CheckRank, ClassifiesByColumns) {
       {"a line askew", {{1, 2, 3, 2, 4, 6, 3, 6, 9}}, Problem::LINE},
       {"a line in x and z", {{1, 0, 2, 0, 0, 0, 2, 0, 4}}, Problem::LINE},
       {"tangents parallel", {{1, 1, 0, 1, 1, 0, 0, 0, 2}}, Problem::PLANE},
+      // The normal can hardly move; nothing else tells x from y.
+      {"a weak line in x and z", {{1, 0, 5e-4, 0, 0, 0, 5e-4, 0, 2.5e-7}}, Problem::NOTHING_MOVES},
+      {"a weak line in y and z", {{0, 0, 0, 0, 1, 5e-4, 0, 5e-4, 2.5e-7}}, Problem::NOTHING_MOVES},
       {"x parallel to z", {{1, 0, 1, 0, 1, 0, 1, 0, 1}}, Problem::PLANE},
       {"y parallel to z", {{1, 0, 0, 0, 1, 1, 0, 1, 1}}, Problem::PLANE},
   };
@@ -214,6 +218,41 @@ TEST(ContactSolver, CoupledBlocksSlideWhereABruteForceScanFindsTheRoot) {
   EXPECT_GT(atRoot, 3 * slid / 4);
 }
 
+/// By how much an impulse adds more kinetic energy than its target demands (J): p . v + 1/2 p . D p
+/// - p_n target.
+double energyAboveTarget(const Problem& p) {
+  const Vec3 mean = p.tauStar_ + 0.5 * (p.delassus_ * p.imp_);
+  return dot(p.imp_, mean) - p.imp_[2] * p.targetVelZ_;
+}
+
+TEST(ContactSolver, ASlidingContactCreatesNoEnergy) {
+  // The normal can hardly move by itself: the plane of zero normal residual meets the cone far out.
+  const Mat33 D{{15.6493, 11.6591, -0.00396, 11.6591, 52.7810, -0.00237854, -0.00396, -0.00237854,
+                 1.00947e-6}};
+  int minima = 0;
+  for (const double depth : {-0.025, 0.0})
+    for (const double vx : {-0.5, -0.1, 0.0, 0.1, 0.5})
+      for (const double vy : {-0.5, 0.0, 0.5})
+        for (const double vz : {-1e-6, -1e-4, -1e-2}) {
+          ContactProblemList problems{makeProblem(D, {{vx, vy, vz}}, 0.8, depth)};
+          BisectionContactSolver solver;
+          solver.solve(problems);
+          const Problem& p = problems[0];
+          SCOPED_TRACE(testing::Message() << depth << ": " << vx << ' ' << vy << ' ' << vz);
+          EXPECT_LE(energyAboveTarget(p), 1e-9 * p.imp_[2] * p.targetVelZ_);
+          EXPECT_LE(std::hypot(p.imp_[0], p.imp_[1]), 0.8 * p.imp_[2] * (1.0 + 1e-7));
+          // The least over the cone: the rest w of the velocity lies in the dual cone,
+          // w_n >= mu |w_t|, and is orthogonal to the impulse.
+          const Vec3 after = velocityAfter(p);
+          if (std::fabs(after[2] - p.targetVelZ_) < 1e-9) continue;  // the target is met
+          ++minima;
+          const double rest = after[2] - p.targetVelZ_;
+          EXPECT_GE(rest, 0.8 * std::hypot(after[0], after[1]) - 1e-9);
+          EXPECT_NEAR(dot(p.imp_, after) - p.imp_[2] * p.targetVelZ_, 0.0, 1e-9 * norm(p.imp_));
+        }
+  EXPECT_GE(minima, 24);
+}
+
 TEST(ContactSolver, SingularBlocksAreSolvedInTheirSubspace) {
   // A point on a hinge: it moves along one line only; its normal velocity must reach the target.
   const Vec3 g{{0.3, 0.0, 1.0}};
@@ -302,6 +341,16 @@ TEST(ContactSolver, ParametersBoundAndDirectTheSweeps) {
     relaxed.solve(one);
     EXPECT_DOUBLE_EQ(one[0].imp_[2], 0.5);
   }
+}
+
+TEST(ContactSolver, TheHistoryGrowsWithTheSweeps) {
+  BisectionContactSolver solver;
+  solver.setParameters(1.0, 1.0, 1.0, std::numeric_limits<int>::max(), 1e-8);
+  ContactProblemList problems{makeProblem(Mat33::identity(), {{0.1, 0.0, -1.0}}, 0.8)};
+  solver.solve(problems);
+  EXPECT_EQ(solver.getLoopCounter(), 2);
+  EXPECT_EQ(solver.getErrorHistory().size(), 2u);
+  EXPECT_LT(solver.getErrorHistory().capacity(), 10000u);
 }
 
 TEST(ContactSolver, NotANumberEndsTheSweeps) {

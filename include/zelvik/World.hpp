@@ -362,6 +362,7 @@ class ZELVIK_API World {
   void listTouchingPairs();
   void buildContactsOfPair(size_t first, size_t end);
   void updateWires();
+  void warnOfImmovable();
   void storeImpulses();
   void appendWireProblems();
   /// The two sides of a contact before it has records.
@@ -390,6 +391,7 @@ class ZELVIK_API World {
   Mat<3, 1> gravity_{};
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;
+  bool hasWarnedOfImmovable_ = false;
   size_t wireProblems_[2]{};  ///< first and end of those of wires, in `contactProblems_`
   std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
   double solvedTimeStep_ = 0.0;      ///< of the last solve, 0 once its impulses are stored (s)

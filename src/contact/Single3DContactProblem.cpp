@@ -8,6 +8,8 @@ namespace {
 
 constexpr double kZeroTangentColumn = 1e-15;  ///< norm below which c0 or c1 counts as zero
 constexpr double kZeroNormalColumn = 1e-12;   ///< the same for c2, and for D(2,2)^2
+static_assert(kZeroNormalColumn ==
+              Single3DContactProblem::kLeastMobility * Single3DContactProblem::kLeastMobility);
 constexpr double kParallel = 0.99999999999;   ///< squared cosine above which vectors are parallel
 
 /// c^T D c.
@@ -112,7 +114,7 @@ __attribute__((noinline)) void Single3DContactProblem::classifyByColumns() {
       return;
     }
   } else if (g.norm1 < kZeroTangentColumn) {
-    if (g.s0 > kParallel) {
+    if (g.s0 > kParallel && !normalDead) {
       rank_ = LINE;  // `reducedDzz_` stays: the solver's set-up fills it where it is still 0
       return;
     }

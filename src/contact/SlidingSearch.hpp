@@ -5,6 +5,7 @@
 #include <zelvik/contact/Single3DContactProblem.hpp>
 #include <zelvik/rotation.hpp>
 
+#include "contact/ConeMinimum.hpp"
 #include "core/Lanes.hpp"
 
 // The sliding contact: a root search on the angle of the tangential impulse.
@@ -277,7 +278,8 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
 /// @param v velocity without this problem's impulse, @param z normal residual (contact frame, m/s)
 /// @return false if no impulse on the cone pushes: the impulse is then zero
 inline bool slide(Single3DContactProblem& p, const Vec3& v, double z) {
-  const SlidingCurve curve(p, v, z, p.imp_);
+  const Vec3 sticking = p.imp_;
+  const SlidingCurve curve(p, v, z, sticking);
   SlidingPoint point = curve.start();
   if (point.r <= 0.0) {
     p.imp_.setZero();
@@ -289,6 +291,8 @@ inline bool slide(Single3DContactProblem& p, const Vec3& v, double z) {
     return false;
   }
   p.imp_ = curve.impulseAt(point);
+  const Vec3 w{{v[0], v[1], z}};
+  if (createsEnergy(p.delassus_, w, p.imp_)) p.imp_ = coneMinimum(p, w, sticking);
   return true;
 }
 

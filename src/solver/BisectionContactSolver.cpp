@@ -53,6 +53,10 @@ BisectionContactSolver::BisectionContactSolver() : rows_(std::make_unique<Contac
 
 BisectionContactSolver::~BisectionContactSolver() = default;
 
+const BisectionContactSolver::Immovable& BisectionContactSolver::getImmovable() const {
+  return rows_->immovable();
+}
+
 void BisectionContactSolver::setParameters(double relaxation, double reserved1, double reserved2,
                                            int maxIterations, double threshold) {
   relaxation_ = relaxation;
@@ -64,8 +68,9 @@ void BisectionContactSolver::setParameters(double relaxation, double reserved1, 
 
 void BisectionContactSolver::startHistory() {
   loopCounter_ = 0;
-  const size_t historySize = static_cast<size_t>(std::max(maxIterations_, 1));
-  if (historySize > errorHistory_.size()) errorHistory_.resize(historySize);
+  // The memory that any sensible limit needs, at once; entries come with the sweeps.
+  constexpr int usualSweeps = 1024;
+  errorHistory_.reserve(static_cast<size_t>(std::clamp(maxIterations_, 1, usualSweeps)));
 }
 
 /// One visit of a problem; returns what it adds to the error of the sweep.
@@ -100,8 +105,9 @@ void BisectionContactSolver::repeat(size_t problemCount, Sweep sweep) {
   double error;
   do {
     error = sweep(forward);
-    errorHistory_[loopCounter_] = error;
-    ++loopCounter_;
+    const auto entry = static_cast<size_t>(loopCounter_++);
+    if (entry == errorHistory_.size()) errorHistory_.emplace_back();
+    errorHistory_[entry] = error;
   } while (loopCounter_ < maxIterations_ && error > stoppingError);
 }
 

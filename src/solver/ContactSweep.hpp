@@ -3,6 +3,7 @@
 #pragma once
 
 #include <span>
+#include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
 #include "core/ColumnLanes.hpp"
@@ -117,6 +118,8 @@ class ContactSweep {
   double sweep(bool forward, double relaxation);
   /// Writes impulses back to the records, and velocities to the objects that hold them.
   void finish();
+  /// See `BisectionContactSolver::Immovable`.
+  const BisectionContactSolver::Immovable& immovable() const { return immovable_; }
 
  private:
   /// Who takes part in a problem: dynamic objects by place in the world and by contact.
@@ -175,6 +178,7 @@ class ContactSweep {
   template <int sides>
   ContactRun<sides> runOf(Batches<sides>& all, const Run& run);
   void writeRow(Single3DContactProblem& problem, ContactRow& row);
+  void noteImmovable(const Single3DContactProblem& problem, const Sides& sides);
   void attachBody(const Sides& who, size_t side, ContactRow& row);
   void attachRobot(ArticulatedSystem& system, const ContactProblemList& problems, size_t& limit);
   void appendContactPoint(ArticulatedSystem& system, size_t contactIdx);
@@ -207,7 +211,8 @@ class ContactSweep {
   std::vector<Robot> robots_;
   std::vector<Point> points_;
   AlignedVector<Lanes> pointVelocities_, pointImpulses_, blocks_;
-  std::vector<double> zeros_;  ///< responses of a point that has fewer than three
+  BisectionContactSolver::Immovable immovable_;  ///< of the problems that are built
+  std::vector<double> zeros_;                    ///< responses of a point that has fewer than three
 };
 
 }  // namespace contact

@@ -59,6 +59,7 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
   oneBody_.clear();
   twoBodies_.clear();
   rowCount_ = 0;
+  immovable_ = {};
   for (size_t i = 0; i < problems.size(); ++i) place(problems[i], i, preparation);
   oneBody_.fill(bodyVelocities_.data(), preparation);
   twoBodies_.fill(bodyVelocities_.data(), preparation);
@@ -171,6 +172,7 @@ void ContactSweep::place(Single3DContactProblem& p, size_t index,
   if (rows_.size() == rowCount_) rows_.emplace_back();
   ContactRow& row = rows_[rowCount_++];
   writeRow(p, row);
+  if (row.kind == RowKind::IDLE) noteImmovable(p, who);
   for (size_t s = 0; s < 2; ++s)
     if (who.object[s] != SweepOrder::kNobody && bodies_[who.object[s]].body != nullptr)
       attachBody(who, s, row);
@@ -245,6 +247,17 @@ void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
   row.isOrdinary = p.rank_ == Problem::FULL && p.mu_ >= Problem::kFrictionless;
   row.cone = p.mu_ * p.mu_ * kConeTolerance;
   row.stick = columnsOf(p.delassusInv_, -1.0);
+}
+
+/// All of D is in proportion to 1 / mass. (It is zero for a wire from a body to itself.)
+void ContactSweep::noteImmovable(const Single3DContactProblem& p, const Sides& who) {
+  if (!(p.delassus_(2, 2) > 0.0)) return;
+  for (const std::uint32_t object : who.object) {
+    const SingleBodyObject* body = object != SweepOrder::kNobody ? bodies_[object].body : nullptr;
+    if (body == nullptr || immovable_.body != nullptr) continue;
+    const double mobility = p.delassus_(2, 2) / Single3DContactProblem::kLeastMobility;
+    immovable_ = {body, body->getMass(0) * mobility};
+  }
 }
 
 void ContactSweep::attachBody(const Sides& who, size_t s, ContactRow& row) {

@@ -47,6 +47,14 @@ void addBlocks(const Mat33& a, const Mat33& b, Mat33& sum) {
   sum[8] = a[8] + b[8];
 }
 
+/// Whether two points of one system can part: a normal mobility that is nothing beside that of the
+/// whole system belongs to links that are joined, however their shapes overlap. To take such an
+/// overlap out would only pump energy in. Links that can touch and part have 10 and more.
+bool canPart(const ArticulatedSystem& system, const Mat33& D) {
+  constexpr double kLeastMobility = 0.1;
+  return !(D(2, 2) * system.getCompositeMass()[0] < kLeastMobility);
+}
+
 size_t couplingCount(Object& object) {
   return object.usesFullDelassus() ? object.getContacts().size() - 1 : 0;
 }
@@ -156,6 +164,8 @@ void World::assembleTwoSided(Object& object, size_t i, Problem& p) {
   if (c.selfCollision_) {
     p.impactVel_ = c.impactVel_;
     p.delassus_ = ownBlock(object, i);
+    if (!canPart(static_cast<ArticulatedSystem&>(object), p.delassus_))
+      p.rank_ = Problem::NOTHING_MOVES;
   } else {
     p.impactVel_ = c.impactVel_ - q.getImpactVel(k);
     addBlocks(ownBlock(object, i), ownBlock(q, k), p.delassus_);

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/World.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 #include "core/StageTimer.hpp"
 #include "solver/ImpulseMemory.hpp"
@@ -83,12 +84,24 @@ void World::integrate2() {
       takeOutIfNothingMoves(contactProblems_[i]);
     if (warmStart_) impulseMemory_->recall(objectList_, timeStep_, objectChangeCount_);
     solver_.solve(contactProblems_, objectList_);
+    if (solver_.getImmovable().body != nullptr) warnOfImmovable();
   }
   ZELVIK_STAGE_DONE("solve");
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC) object->integrate(timeStep_, gravity_);
   ZELVIK_STAGE_DONE("integration, kinematics");
+}
+
+/// Once.
+void World::warnOfImmovable() {
+  if (hasWarnedOfImmovable_) return;
+  hasWarnedOfImmovable_ = true;
+  const auto& [body, massLimit] = solver_.getImmovable();
+  MSG_WARN("object " << body->getIndexInWorld() << " ('" << body->getName() << "') has a mass of "
+                     << body->getMass(0) << " kg: above " << massLimit
+                     << " kg its contact counts as one that nothing moves and is skipped. Use "
+                        "setBodyType(BodyType::STATIC) for what shall stay where it is.");
 }
 
 void World::updateWires() {

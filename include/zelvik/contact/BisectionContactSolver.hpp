@@ -47,8 +47,8 @@ class ZELVIK_API BisectionContactSolver {
   /// Solves in place: on return every `imp_` holds the impulse, and objects linked by `objA_` and
   /// `objB_` hold their velocity after it. Sweeps until the sum of squared residuals is at most
   /// (number of problems) threshold, or the sweep limit is reached; at least one sweep runs.
-  /// Consecutive solves sweep in opposite directions. No allocation once `errorHistory_` has its
-  /// size.
+  /// Consecutive solves sweep in opposite directions. No allocation after the first solve, up to
+  /// 1 024 sweeps.
   void solve(ContactProblemList& problems);
   /// The same for the problems of a step of a world, whose objects are given in list order: the
   /// coupling is taken from the contacts of the objects, into arrays made for the sweeps. Impulses
@@ -56,10 +56,19 @@ class ZELVIK_API BisectionContactSolver {
   /// start. No allocation once the arrays have their size.
   void solve(ContactProblemList& problems, const std::vector<Object*>& objects);
 
+  /// A rigid body so heavy that a contact of it is skipped, since its block counts as one that
+  /// nothing moves (`Single3DContactProblem::kLeastMobility`).
+  struct Immovable {
+    const Object* body = nullptr;  ///< null if there is none
+    double massLimit = 0.0;        ///< above which this contact is skipped (kg)
+  };
+  /// The first one of the last solve of a world.
+  const Immovable& getImmovable() const;
+
   /// Sweeps of the last solve.
   int getLoopCounter() const { return loopCounter_; }
   /// Error of each sweep of the last solve (m^2/s^2, or unit of the D c products); the first
-  /// `getLoopCounter()` entries count.
+  /// `getLoopCounter()` entries count. Grows with the sweeps that are used.
   const std::vector<double>& getErrorHistory() const { return errorHistory_; }
   /// Stopping error per contact.
   double getThreshold() const { return threshold_; }

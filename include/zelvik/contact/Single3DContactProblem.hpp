@@ -21,6 +21,8 @@ ZELVIK_API void matrixInversion22(const Mat<2, 2>& in, Mat<2, 2>& out);
 struct ZELVIK_API Single3DContactProblem {
   /// Friction below which only the normal is solved.
   static constexpr double kFrictionless = 0.0001;
+  /// D(2,2) below which nothing moves at a contact (1/kg).
+  static constexpr double kLeastMobility = 1e-6;
 
   /// Meaning of `rank_`.
   enum Rank : unsigned int {
