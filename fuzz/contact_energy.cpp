@@ -194,30 +194,24 @@ int main(int argc, char** argv) {
     if (std::strcmp(argv[i], "--seed") == 0) seed = std::strtoul(argv[i + 1], nullptr, 10);
   }
   Random random(seed);
-  long closed = 0, slid = 0, minima = 0, apexes = 0, violations = 0, scanned = 0, missed = 0;
+  long closed = 0, slid = 0, minima = 0, violations = 0, scanned = 0, missed = 0;
   double worst = 0.0, worstMiss = 0.0;
   Trial trial;
-  for (long n = 0; n < contacts; ++n) {
+  while (closed < contacts) {
     if (!makeTrial(random, trial)) continue;
     ++closed;
     Problem& p = trial.problem;
     const Vec3 sticking = zelvik::contact::stickingImpulse(p, trial.w);
     zelvik::contact::solveClosed(p, trial.v, trial.w[2]);
-    if (zelvik::contact::sticks(sticking, p.mu_)) {
-      // The cone's tolerance apart, a sticking impulse is a minimum as well.
-    } else {
-      ++slid;
-    }
+    if (!zelvik::contact::sticks(sticking, p.mu_)) ++slid;
     const Energies e = energiesOf(trial, p.imp_);
     const double larger = std::max(absolute(e.added), absolute(e.demanded));
     const double excess = static_cast<double>(e.excess) / larger;
     if (excess > worst) worst = excess;
-    if (excess > 1e-9) ++violations;
-    // Minima of the cone leave the normal velocity above its target, or apart from it by rounding.
+    if (larger > 0.0 && !(excess <= 1e-9)) ++violations;
     const bool isMinimum = !isSearchPoint(trial, sticking);
     if (!isMinimum) continue;
     ++minima;
-    if (p.imp_[2] == 0.0) ++apexes;
     if (scanned >= scans) continue;
     ++scanned;
     trial.v = trial.w = reachedBy(p, trial.w);

@@ -26,6 +26,11 @@ class ContactSweep;
 /// (maximum dissipation), found by marching and false position on the angle. It opposes the slip
 /// exactly where normal and tangential motion are uncoupled.
 ///
+/// With friction of at least 0.0001 and relaxation 1 the impulse of a visit adds no more energy
+/// than its target demands, p . v + 1/2 p . D p <= p_n target, with v the velocity without it.
+/// Where the sliding point breaks this, as it may where the normal can hardly move (D_nn / mu <
+/// |D_nt|), the impulse is the one of the cone that makes 1/2 p . D p + p . (v - target n) least.
+///
 /// A contact whose block is singular is solved in the subspace that the block reaches
 /// (`Single3DContactProblem::checkRank`); nothing is regularised. The solver
 /// keeps no impulses between steps; `World::setWarmStart` does.

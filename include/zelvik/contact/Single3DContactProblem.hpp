@@ -34,7 +34,9 @@ struct ZELVIK_API Single3DContactProblem {
     JOINT_LIMIT = 5     ///< solved by the object itself; set by `appendJointLimits`
   };
 
-  // What the sweeps read stands in front, in the order in which they read it.
+  // The order is that of use, so that a visit reads the record from its front in few cache lines,
+  // and what batches load and store four values at a time lies together. Name the fields: the
+  // record is no aggregate, and their order may change.
   Mat<3, 1> imp_{};              ///< the unknown: impulse on the A side (N s)
   Mat<3, 1> tauStar_{};          ///< velocity without impulses from objects with blocks (m/s)
   double targetVelZ_ = 0.0;      ///< normal velocity aimed for, by the solver (m/s)

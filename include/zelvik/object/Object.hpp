@@ -67,7 +67,9 @@ class DelassusRow {
 /// What an object tells about one of its contacts, in that contact's frame.
 struct DelassusAndTauStar {
   /// While the object's `fullDelassus_` is true, entry j is the change of this contact's velocity
-  /// per unit impulse at contact j of the object (1/kg); otherwise only the own block, at 0.
+  /// per unit impulse at contact j of the object (1/kg); otherwise only the own block, at 0. A
+  /// vector that holds a single block in itself: most objects have no more, and a block of its own
+  /// on the heap would cost a miss per contact.
   DelassusRow blocks;
   /// Velocity of the contact point without contact impulses (m/s).
   Mat<3, 1> tauStar{};
