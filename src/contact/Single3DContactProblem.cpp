@@ -10,7 +10,7 @@ constexpr double kZeroTangentColumn = 1e-15;  ///< norm below which c0 or c1 cou
 constexpr double kZeroNormalColumn = 1e-12;   ///< the same for c2, and for D(2,2)^2
 static_assert(kZeroNormalColumn ==
               Single3DContactProblem::kLeastMobility * Single3DContactProblem::kLeastMobility);
-constexpr double kParallel = 0.99999999999;   ///< squared cosine above which vectors are parallel
+constexpr double kParallel = 0.99999999999;  ///< squared cosine above which vectors are parallel
 
 /// c^T D c.
 double quadraticForm(const Mat33& D, const Vec3& c) {
