@@ -207,6 +207,16 @@ TEST(ArticulatedAccess, ANewMassReachesTheBodiesAbove) {
   EXPECT_LT(norm(system.getCompositeCom()[1] - 0.5 * leaf), 1e-12);
 }
 
+TEST(ArticulatedAccess, TheCentreOfMassOfAFixedRobotIsThere) {
+  const auto system = randomSystem(false, 7);
+  system->preContactSolverUpdate1({}, 0.01);
+  Vec3 moment{};
+  for (size_t i = 0; i < system->getBodyCount(); ++i)
+    moment += system->getMass(i) * system->getComPositions()[i];
+  EXPECT_LT(norm(system->getCompositeCom()[0] - (1.0 / system->getCompositeMass()[0]) * moment),
+            1e-14);
+}
+
 TEST(ArticulatedAccess, AJacobianTimesTheVelocityIsThatOfThePoint) {
   const auto system = randomSystem(true, 4);
   VecDyn h(system->getDOF());

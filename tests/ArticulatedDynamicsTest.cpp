@@ -328,6 +328,25 @@ TEST(ArticulatedSystemRefuses, TreesListsAndFilesThatItCannotTreat) {
   nameless.childrenMovable.push_back(wheel);
   refused("All joints must have a name", nameless, ".");
   refused("The joint of the root must be fixed or floating", body("wheel", Joint::REVOLUTE), ".");
+  // Types that a list may not hold.
+  const auto cast = [](int type) { return static_cast<Joint::Type>(type); };
+  for (const Joint::Type type : {Joint::FIXED, cast(-1), cast(5), cast(1 << 30)}) {
+    Child base = body("base", Joint::FIXED), arm = body("arm", Joint::REVOLUTE);
+    arm.jointType = type;
+    base.childrenMovable.push_back(arm);
+    refused("The joint 'armJoint' of the body 'arm' stands among the movable children", base, ".");
+  }
+  Child loose = body("base", Joint::FLOATING);
+  loose.childrenFixed.push_back(body("arm", Joint::REVOLUTE));
+  refused("The joint 'armJoint' of the body 'arm' stands among the fixed children", loose, ".");
+  Child deep = body("leaf", Joint::REVOLUTE);
+  for (int i = 0; i < 2100; ++i) {
+    Child above = body(std::to_string(i), Joint::REVOLUTE);
+    above.childrenMovable.push_back(std::move(deep));
+    deep = std::move(above);
+  }
+  deep.jointType = Joint::FIXED;
+  refused("the tree is more than 2000 joints deep", deep, ".");
   refused("models/nowhere/robot.urdf does not exist", "models/nowhere/robot.urdf");
 
   const auto system = onFixedBase(rod("rod"));

@@ -236,5 +236,32 @@ TEST(ArticulatedJointLimit, SphericalJointStaysInItsCone) {
   EXPECT_LT(q[1] * u[0] + q[2] * u[1] + q[3] * u[2], 1e-3);
 }
 
+TEST(ArticulatedJointLimit, OfABallJointIsOnTheShorterTurn) {
+  Child link = body("body", Joint::SPHERICAL, 1.0, {{0.0, 0.0, -0.5}}, 0.1);
+  for (const double limit : {0.5, 0.1, 0.0}) {
+    link.jointLimit[0] = limit;
+    const auto system = onFixedBase(link);
+    for (const double angle : {0.0, 0.2}) {
+      // A quaternion and its negative; the velocity goes on outwards.
+      double velocity[2];
+      for (const double sign : {1.0, -1.0}) {
+        system->setGeneralizedCoordinate(
+            {sign * std::cos(0.5 * angle), sign * std::sin(0.5 * angle), 0.0, 0.0});
+        system->setGeneralizedVelocity({1.0, 0.0, 0.0});
+        contact::ContactProblemList problems;
+        system->preContactSolverUpdate1(kWeightless, 0.001);
+        system->preContactSolverUpdate2(kWeightless, 0.001);
+        system->appendJointLimits(problems);
+        EXPECT_EQ(problems.size(), angle > limit ? 1u : 0u) << limit << ", " << angle;
+        for (auto& problem : problems) system->enforceJointLimits(problem);
+        system->integrate(0.001, kWeightless);
+        velocity[sign < 0.0] = system->getGeneralizedVelocity()[0];
+      }
+      EXPECT_NEAR(velocity[0], angle > limit ? 0.0 : 1.0, 1e-12);
+      EXPECT_EQ(velocity[1], velocity[0]);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace zelvik

@@ -16,14 +16,50 @@ constexpr size_t kPreallocatedContacts = 10;
 /// Joint force that no joint reaches (N or N m).
 constexpr double kUnlimitedForce = 1e150;
 
-/// The first joint below `node` that is floating, or null.
-const Child* findFloatingJoint(const Child& node) {
-  for (const std::vector<Child>* list : {&node.childrenMovable, &node.childrenFixed})
-    for (const Child& child : *list) {
-      if (child.jointType == Joint::FLOATING) return &child;
-      if (const Child* found = findFloatingJoint(child)) return found;
+/// What is larger is refused, as by the reader of URDF.
+constexpr size_t kMaxTreeDepth = 2000;
+constexpr size_t kMaxTreeBodies = 100000;
+
+/// Returns false after a fatal message.
+bool checkJointBelowRoot(const Child& node, bool isMovable) {
+  const Joint::Type type = node.jointType;
+  if (type == Joint::FLOATING) {
+    MSG_FATAL("Floating joints are only supported at the root. The joint '" << node.jointName
+                                                                            << "' is floating");
+    return false;
+  }
+  const bool moves = velocityCount(type) > 0;
+  if (moves == isMovable && (moves || type == Joint::FIXED)) return true;
+  MSG_FATAL("The joint '" << node.jointName << "' of the body '" << node.bodyName
+                          << "' stands among the " << (isMovable ? "movable" : "fixed")
+                          << " children and has the type " << static_cast<int>(type)
+                          << (type == Joint::FIXED ? ", fixed" : ""));
+  return false;
+}
+
+/// Whether the size of a tree and its joints below the root are what the algorithms can treat.
+/// Returns false after a fatal message.
+bool checkTree(const Child& root) {
+  struct Place {
+    const Child* node;
+    size_t depth;
+  };
+  std::vector<Place> open = {{&root, 0}};
+  for (size_t count = 1; !open.empty(); ++count) {
+    const auto [node, depth] = open.back();
+    open.pop_back();
+    if (depth > kMaxTreeDepth || count > kMaxTreeBodies) {
+      MSG_FATAL("at the body '" << node->bodyName << "' the tree is more than " << kMaxTreeDepth
+                                << " joints deep or has more than " << kMaxTreeBodies << " bodies");
+      return false;
     }
-  return nullptr;
+    for (const bool isMovable : {true, false})
+      for (const Child& child : isMovable ? node->childrenMovable : node->childrenFixed) {
+        if (!checkJointBelowRoot(child, isMovable)) return false;
+        open.push_back({&child, depth + 1});
+      }
+  }
+  return true;
 }
 
 CoordinateFrame makeRootFrame(const Child& root) {
@@ -88,12 +124,7 @@ bool ArticulatedSystem::refuseTree() {
               << root.bodyName << "' has a joint of type " << static_cast<int>(root.jointType));
     return true;
   }
-  if (const Child* floating = findFloatingJoint(root)) {
-    MSG_FATAL("Floating joints are only supported at the root. The joint '" << floating->jointName
-                                                                            << "' is floating");
-    return true;
-  }
-  return false;
+  return !checkTree(root);
 }
 
 void ArticulatedSystem::sizeArrays() {

@@ -51,12 +51,14 @@ void ArticulatedSystem::appendConeLimit(size_t bodyIdx, contact::ContactProblemL
   const double limit = jointLimits_[d][0];
   if (limit < 0.0) return;  // no limit
   const double* q = gc_.v + gcStart_[bodyIdx];
-  const double angle = 2.0 * std::acos(q[0]);
-  if (!(angle > limit)) return;
-  Single3DContactProblem& problem = appendLimitProblem(bodyIdx, limit - angle, problems);
+  // The quaternion and its negative are one pose; the limit is on the shorter turn to it.
+  const double angle = 2.0 * std::acos(std::fabs(q[0]));
   const Vec3 vector{{q[1], q[2], q[3]}};
+  const double length = norm(vector);
+  if (!(angle > limit) || length == 0.0) return;
+  Single3DContactProblem& problem = appendLimitProblem(bodyIdx, limit - angle, problems);
   Vec3& e = problem.planeBasis_[0];
-  e = ((angle > 0.0 ? 1.0 : -1.0) / norm(vector)) * vector;
+  e = ((q[0] < 0.0 ? -1.0 : 1.0) / length) * vector;
   // Inverse inertia about the axis: e^T B e, with B the joint's block of the inverse.
   double response = 0.0;
   for (size_t c = 0; c < 3; ++c)

@@ -33,6 +33,12 @@ void ArticulatedSystem::formCompositeBodies() const {
   if (compositeBodiesFormed_) return;
   sweeps_->writeCompositeBodies(inertiaW_, compositeInertiaW_, compositeMassMoment_,
                                 compositeComW_);
+  // The step stops short of a fixed root.
+  if (jointType_[0] == Joint::FIXED && compositeMass_[0] != 0.0) {
+    Vec3 moment = compositeMassMoment_[0];
+    for (const size_t child : children_[0]) moment += compositeMassMoment_[child];
+    compositeComW_[0] = (1.0 / compositeMass_[0]) * moment;
+  }
   compositeBodiesFormed_ = true;
 }
 

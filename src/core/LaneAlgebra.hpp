@@ -62,12 +62,13 @@ struct Lanes33 {
 inline Lanes3 operator*(const Lanes33& A, const Lanes3& b) {
   return b.x * A.c[0] + b.y * A.c[1] + b.z * A.c[2];
 }
-/// Product of rotations as in `rotmatmul`: the third column is the cross product of the others.
+/// Product of rotations as in `rotmatmul`: the third column is rebuilt from the others.
 inline Lanes33 multiplyRotations(const Lanes33& A, const Lanes33& B) {
   Lanes33 C;
   C.c[0] = A * B.c[0];
   C.c[1] = A * B.c[1];
-  C.c[2] = cross(C.c[0], C.c[1]);
+  const Lanes scale = 2.0 - 0.5 * (dot(C.c[0], C.c[0]) + dot(C.c[1], C.c[1]));
+  C.c[2] = scale * cross(C.c[0], C.c[1]);
   return C;
 }
 inline Lanes33 broadcast(const Mat33& A) {
