@@ -168,6 +168,27 @@ TEST(Messages, FormatAndCallback) {
   EXPECT_EXIT(MSG_FATAL("the end"), testing::ExitedWithCode(1), "");
 }
 
+TEST(Messages, ASinkTakesThePartsInsteadOfTheOutput) {
+  const auto before = ZelvikMsg::fatalCallback_;
+  std::string taken;
+  ZelvikMsg::sink_ = [&](ZelvikMsg::Severity severity, const char* file, int line,
+                         const std::string& text) {
+    taken += std::to_string(severity) + "|" + file + "|" + std::to_string(line) + "|" + text + "\n";
+  };
+  ZelvikMsg::fatalCallback_ = [&] { taken += "fatal callback\n"; };
+  testing::internal::CaptureStdout();
+  for (const int severity : {0, 1, 2, 7}) {
+    std::stringstream message("text");
+    ZelvikMsg().stream("/a/World.cpp", 65, message, severity);
+  }
+  ZelvikMsg::sink_ = nullptr;
+  ZelvikMsg::fatalCallback_ = before;
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(taken,
+            "0|World.cpp|65|text\n1|World.cpp|65|text\n2|World.cpp|65|text\nfatal callback\n"
+            "0|World.cpp|65|text\n");
+}
+
 TEST(Paths, Normalisation) {
   for (const auto& [given, expected] :
        {std::pair{"", ""},

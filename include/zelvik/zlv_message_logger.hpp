@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <sstream>
+#include <string>
 #include <zelvik/export.hpp>
 
 namespace zelvik {
@@ -13,20 +14,35 @@ namespace zelvik {
 ///
 ///     [2026:05:17:13:02:44 World.cpp:117] text
 ///
-/// with the text of a warning in yellow and that of a fatal message in bold red.
+/// with the text of a warning in yellow and that of a fatal message in bold red. A host that has a
+/// log of its own takes them in parts instead: see `sink_`.
 class ZELVIK_API ZelvikMsg {
  public:
   /// Third argument of `stream`.
   enum Severity { INFO = 0, WARN = 1, FATAL = 2 };
 
-  /// Called after a fatal message has been printed; shared by the whole process. Starts as a
+  /// Called after a fatal message has been reported; shared by the whole process. Starts as a
   /// function that calls `exit(1)`. A host that wants to survive fatal messages sets its own, for
   /// instance one that throws. An empty one raises `std::bad_function_call`.
   static std::function<void()> fatalCallback_;
 
-  /// Prints one message in one insertion into `std::cout`.
-  /// @param file path of the source; what follows the last '/' is printed
-  /// @param severity 0 information, 1 warning, 2 fatal; other values print like 0
+  /// Takes one message: its severity, the name of the source that reports (without directories),
+  /// the line there, and the text (no stamp, no colours, no line end). `file` lives for the call.
+  using Sink =
+      std::function<void(Severity severity, const char* file, int line, const std::string& text)>;
+
+  /// If set, takes all messages, and nothing is printed; shared by the whole process. Empty at
+  /// first. After a fatal message `fatalCallback_` is called as ever.
+  ///
+  /// It runs on the thread that has the problem, on several at once if worlds are: it guards what
+  /// it shares. The library holds none of its locks meanwhile. It is set, like `fatalCallback_`,
+  /// while no thread uses the library. It should not throw: an exception leaves the operation as
+  /// one of `fatalCallback_` does, also after a warning, with the operation half done.
+  static Sink sink_;
+
+  /// Gives one message to `sink_`, or prints it in one insertion into `std::cout`.
+  /// @param file path of the source; what follows the last '/' is taken
+  /// @param severity 0 information, 1 warning, 2 fatal; other values count as 0
   void stream(const char* file, int line, std::stringstream& message, int severity);
 
  private:
@@ -46,5 +62,6 @@ class ZELVIK_API ZelvikMsg {
 /// Report a stream expression: `MSG_WARN("mass of " << name << " is " << mass)`.
 #define MSG_INFO(expression) ZELVIK_MSG(expression, zelvik::ZelvikMsg::INFO)
 #define MSG_WARN(expression) ZELVIK_MSG(expression, zelvik::ZelvikMsg::WARN)
-/// Prints and calls `ZelvikMsg::fatalCallback_`; return right after it, the callback may come back.
+/// Reports and calls `ZelvikMsg::fatalCallback_`; return right after it, the callback may come
+/// back.
 #define MSG_FATAL(expression) ZELVIK_MSG(expression, zelvik::ZelvikMsg::FATAL)
