@@ -6,6 +6,7 @@
 #include <Eigen/Geometry>
 #include <Eigen/LU>
 #include <limits>
+#include <locale>
 #include <regex>
 #include <string>
 #include <tuple>
@@ -187,6 +188,18 @@ TEST(Messages, ASinkTakesThePartsInsteadOfTheOutput) {
   EXPECT_EQ(taken,
             "0|World.cpp|65|text\n1|World.cpp|65|text\n2|World.cpp|65|text\nfatal callback\n"
             "0|World.cpp|65|text\n");
+}
+
+TEST(Messages, NumbersDoNotFollowTheLocaleOfTheHost) {
+  struct German : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale(), new German));
+  const std::string told = messages::of([] { MSG_WARN("row:" << 1501 << " " << -2.5); });
+  std::locale::global(before);
+  EXPECT_EQ(told, "CoreTest.cpp: row:1501 -2.5");
 }
 
 TEST(Paths, Normalisation) {

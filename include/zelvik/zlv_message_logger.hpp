@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <locale>
 #include <sstream>
 #include <string>
 #include <zelvik/export.hpp>
@@ -54,12 +55,14 @@ class ZELVIK_API ZelvikMsg {
 #define ZELVIK_MSG(expression, severity)                               \
   do {                                                                 \
     std::stringstream zelvikMessage_;                                  \
+    zelvikMessage_.imbue(std::locale::classic());                      \
     zelvikMessage_ << expression;                                      \
     zelvik::ZelvikMsg zelvikMsg_;                                      \
     zelvikMsg_.stream(__FILE__, __LINE__, zelvikMessage_, (severity)); \
   } while (false)
 
-/// Report a stream expression: `MSG_WARN("mass of " << name << " is " << mass)`.
+/// Report a stream expression: `MSG_WARN("mass of " << name << " is " << mass)`. Its numbers look
+/// alike in every locale of the host.
 #define MSG_INFO(expression) ZELVIK_MSG(expression, zelvik::ZelvikMsg::INFO)
 #define MSG_WARN(expression) ZELVIK_MSG(expression, zelvik::ZelvikMsg::WARN)
 /// Reports and calls `ZelvikMsg::fatalCallback_`; return right after it, the callback may come
