@@ -224,6 +224,24 @@ TEST(Recorder, ObjectsComeAndGo) {
   for (const auto& b : replay.rows("contacts", "b", 9)) EXPECT_EQ(std::lround(b[0]) % 3, 0);
 }
 
+TEST(Recorder, ABodyOfAnotherSizeIsAnotherBody) {
+  World world;
+  Sphere* ball = world.addSphere(0.1, 1.0);
+  Recorder recorder(world);
+  for (int i = 0; i < 5; ++i) {
+    if (i == 3) ball->setRadius(0.3);
+    if (i == 3) ball->setRadius(0.2);
+    world.integrate();
+    recorder.capture();
+  }
+  const nlohmann::json bodies = Replay(recorder.encodeReplay()).header["bodies"];
+  ASSERT_EQ(bodies.size(), 2u);
+  EXPECT_EQ(bodies[0]["frames"], 3);
+  EXPECT_EQ(bodies[1]["first"], 3);
+  EXPECT_EQ(bodies[1]["frames"], 2);
+  EXPECT_EQ(bodies[1]["shapes"][0]["size"], nlohmann::json::array({0.2}));
+}
+
 TEST(Recorder, NumbersThatAreNotFiniteAndTurnsOfMoreThanOneCircle) {
   World world;
   world.setGravity(Mat<3, 1>{});

@@ -165,12 +165,27 @@ class ZELVIK_API World {
   Compound* addCompound(const std::vector<Compound::CompoundObjectChild>& children, double mass,
                         Mat<3, 1> com, const Mat<3, 3>& inertia,
                         unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// The same for Eigen types.
+  template <typename Com, typename Inertia>
+  Compound* addCompound(const std::vector<Compound::CompoundObjectChild>& children, double mass,
+                        const Eigen::MatrixBase<Com>& com,
+                        const Eigen::MatrixBase<Inertia>& inertia,
+                        unsigned long group = kDefaultGroup, unsigned long mask = kAllMask) {
+    return addCompound(children, mass, toVec3(com), toMat33(inertia), group, mask);
+  }
   /// A triangle mesh from an OBJ file; errors: those of `Mesh::loadObj`. @param mass (kg) @param
   /// inertia about the centre of mass (kg m^2, body axes) @param com centre of mass (m, body axes)
   /// @param scale factor of every coordinate of the file
   Mesh* addMesh(const std::string& fileName, double mass, const Mat<3, 3>& inertia,
                 const Mat<3, 1>& com, double scale, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// The same for Eigen types.
+  template <typename Inertia, typename Com>
+  Mesh* addMesh(const std::string& fileName, double mass, const Eigen::MatrixBase<Inertia>& inertia,
+                const Eigen::MatrixBase<Com>& com, double scale, const std::string& material = "",
+                unsigned long group = kDefaultGroup, unsigned long mask = kAllMask) {
+    return addMesh(fileName, mass, toMat33(inertia), toVec3(com), scale, material, group, mask);
+  }
   /// A second mesh from the file of the first, with the same mass data; an empty `material` means
   /// that of the source. Null is fatal: "World::addMesh: Got a nullptr for the reference mesh";
   /// null is then returned if the fatal callback comes back.
@@ -237,6 +252,24 @@ class ZELVIK_API World {
   CompliantLengthConstraint* addCompliantWire(Object* body1, int localIdx1, Mat<3, 1> pos1,
                                               Object* body2, int localIdx2, Mat<3, 1> pos2,
                                               double length, double stiffness);
+  ///@{
+  /// The same for points of Eigen types.
+  template <typename Point1, typename Point2>
+  StiffLengthConstraint* addStiffWire(Object* body1, unsigned long localIdx1,
+                                      const Eigen::MatrixBase<Point1>& pos1, Object* body2,
+                                      unsigned long localIdx2,
+                                      const Eigen::MatrixBase<Point2>& pos2, double length) {
+    return addStiffWire(body1, localIdx1, toVec3(pos1), body2, localIdx2, toVec3(pos2), length);
+  }
+  template <typename Point1, typename Point2>
+  CompliantLengthConstraint* addCompliantWire(Object* body1, int localIdx1,
+                                              const Eigen::MatrixBase<Point1>& pos1, Object* body2,
+                                              int localIdx2, const Eigen::MatrixBase<Point2>& pos2,
+                                              double length, double stiffness) {
+    return addCompliantWire(body1, localIdx1, toVec3(pos1), body2, localIdx2, toVec3(pos2), length,
+                            stiffness);
+  }
+  ///@}
   /// The first stiff wire of that name, else the first compliant one, else null.
   LengthConstraint* getWire(const std::string& name);
   /// The first stiff wire of that name, else null: for stiff wires only.

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -79,8 +80,16 @@ struct Mat {
   }
   ///@}
 
+  /// Takes the values of an Eigen matrix or expression, see `toMat`.
+  template <typename Derived>
+  Mat& operator=(const Eigen::MatrixBase<Derived>& a);
+  /// The values as an Eigen matrix: `Eigen::Vector3d p = box->getComPosition();`
+  operator Eigen::Matrix<double, static_cast<int>(n), static_cast<int>(m)>() const {  // NOLINT
+    Eigen::Matrix<double, static_cast<int>(n), static_cast<int>(m)> a;
+    for (std::size_t i = 0; i < n * m; ++i) a.coeffRef(static_cast<Eigen::Index>(i)) = v[i];
+    return a;
+  }
   ///@{
-  /// View of the values as an Eigen matrix; it writes through.
   /// View of the values as an Eigen matrix; it writes through.
   auto e() { return Eigen::Map<Eigen::Matrix<double, n, m>>(v); }
   auto e() const { return Eigen::Map<const Eigen::Matrix<double, n, m>>(v); }
@@ -90,6 +99,49 @@ struct Mat {
 using Vec3 = Mat<3, 1>;
 using Vec4 = Mat<4, 1>;
 using Mat33 = Mat<3, 3>;
+
+/// The values of an Eigen matrix, vector or expression of doubles. Its size has to be n x m, or
+/// n m values in a vector: what is known when compiling is checked then, what is known at run time
+/// (`Eigen::VectorXd`) by Eigen's own assertion. Values are read one by one, so that caller and
+/// library may differ in what Eigen makes of alignment.
+template <unsigned long n, unsigned long m, typename Derived>
+inline Mat<n, m> toMat(const Eigen::MatrixBase<Derived>& a) {
+  constexpr int rows = static_cast<int>(n), cols = static_cast<int>(m);
+  constexpr int givenRows = Derived::RowsAtCompileTime, givenCols = Derived::ColsAtCompileTime;
+  static_assert(std::is_same_v<typename Derived::Scalar, double>, "cast<double>() is missing");
+  static_assert((givenRows == rows || givenRows == Eigen::Dynamic) &&
+                    (givenCols == cols || givenCols == Eigen::Dynamic),
+                "another number of rows or columns is wanted");
+  eigen_assert(a.rows() == rows && a.cols() == cols);
+  const auto& values = a.derived().eval();  // a matrix itself, the value of an expression
+  Mat<n, m> out;
+  for (Eigen::Index j = 0; j < cols; ++j)
+    for (Eigen::Index i = 0; i < rows; ++i)
+      out.v[static_cast<std::size_t>(i + j * rows)] = values(i, j);
+  return out;
+}
+
+///@{
+/// Vectors of three and four values and square matrices, see `toMat`.
+template <typename Derived>
+inline Vec3 toVec3(const Eigen::MatrixBase<Derived>& a) {
+  return toMat<3, 1>(a);
+}
+template <typename Derived>
+inline Vec4 toVec4(const Eigen::MatrixBase<Derived>& a) {
+  return toMat<4, 1>(a);
+}
+template <typename Derived>
+inline Mat33 toMat33(const Eigen::MatrixBase<Derived>& a) {
+  return toMat<3, 3>(a);
+}
+///@}
+
+template <unsigned long n, unsigned long m>
+template <typename Derived>
+inline Mat<n, m>& Mat<n, m>::operator=(const Eigen::MatrixBase<Derived>& a) {
+  return *this = toMat<n, m>(a);
+}
 
 template <unsigned long n, unsigned long m>
 inline Mat<n, m> operator+(Mat<n, m> a, const Mat<n, m>& b) {

@@ -5,11 +5,20 @@
 
 namespace zelvik {
 
+namespace {
+
+/// Of a solid box (kg m^2).
+Mat33 boxInertia(double mass, double x, double y, double z) {
+  const double k = 0.08333333333333333 * mass;  // m / 12
+  return {{k * (y * y + z * z), 0.0, 0.0, 0.0, k * (x * x + z * z), 0.0, 0.0, 0.0,
+           k * (x * x + y * y)}};
+}
+
+}  // namespace
+
 Box::Box(double x, double y, double z, double mass)
     : SingleBodyObject(BOX), dimensions_{{x, y, z}} {
-  const double k = 0.08333333333333333 * mass;  // m / 12
-  setMassProperties(mass, {{k * (y * y + z * z), 0.0, 0.0, 0.0, k * (x * x + z * z), 0.0, 0.0, 0.0,
-                            k * (x * x + y * y)}});
+  setMassProperties(mass, boxInertia(mass, x, y, z));
   if (!isUsableSize(x) || !isUsableSize(y) || !isUsableSize(z)) {
     MSG_FATAL("Box: the lengths must be finite and at least 0, but x, y, z are " << x << ", " << y
                                                                                  << ", " << z);
@@ -17,6 +26,17 @@ Box::Box(double x, double y, double z, double mass)
   }
   adoptGeom(dCreateBox(nullptr, x, y, z));
   updateCollision();
+}
+
+void Box::setDimensions(double x, double y, double z) {
+  if (!isUsableNewSize(x) || !isUsableNewSize(y) || !isUsableNewSize(z)) {
+    MSG_FATAL("Box::setDimensions: the lengths must be finite and above 0, but x, y, z are "
+              << x << ", " << y << ", " << z);
+    return;
+  }
+  dimensions_ = {{x, y, z}};
+  if (collisionObject_ != nullptr) dGeomBoxSetLengths(collisionObject_, x, y, z);
+  finishResize(boxInertia(mass_, x, y, z));
 }
 
 }  // namespace zelvik

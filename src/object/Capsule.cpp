@@ -34,4 +34,18 @@ Capsule::Capsule(double radius, double height, double mass)
   updateCollision();
 }
 
+void Capsule::setSize(double radius, double height) {
+  if (!isUsableNewSize(radius) || !isUsableSize(height)) {
+    MSG_FATAL(
+        "Capsule::setSize: the radius must be finite and above 0, the height finite and at "
+        "least 0, but they are "
+        << radius << " and " << height);
+    return;
+  }
+  radius_ = radius;
+  height_ = height;
+  if (collisionObject_ != nullptr) dGeomCapsuleSetParams(collisionObject_, radius, height);
+  finishResize(capsuleInertia(mass_, radius, height));
+}
+
 }  // namespace zelvik

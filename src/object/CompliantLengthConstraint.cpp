@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cmath>
 #include <zelvik/object/CompliantLengthConstraint.hpp>
 #include <zelvik/object/Object.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 namespace zelvik {
 
@@ -13,6 +15,17 @@ CompliantLengthConstraint::CompliantLengthConstraint(Object* body1, int localIdx
                        static_cast<unsigned long>(localIdx2), localPos2, length),
       stiffness_(stiffness) {
   initialLength_ = length_;
+}
+
+void CompliantLengthConstraint::setStiffness(double stiffness) {
+  if (!(stiffness >= 0.0 && std::isfinite(stiffness))) {
+    MSG_FATAL(
+        "CompliantLengthConstraint::setStiffness: the stiffness must be finite and at least "
+        "0, but is "
+        << stiffness);
+    return;
+  }
+  stiffness_ = stiffness;
 }
 
 void CompliantLengthConstraint::applyTension() {

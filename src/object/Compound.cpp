@@ -22,6 +22,21 @@ int countDimensions(ObjectType type) {
   }
 }
 
+/// Writes the sizes of a child into its geom.
+void resizeChildGeom(const Compound::CompoundObjectChild& child, dGeomID geom) {
+  const double* p = child.objectParam;
+  switch (child.objectType) {
+    case BOX:
+      return dGeomBoxSetLengths(geom, p[0], p[1], p[2]);
+    case CYLINDER:
+      return dGeomCylinderSetParams(geom, p[0], p[1]);
+    case CAPSULE:
+      return dGeomCapsuleSetParams(geom, p[0], p[1]);
+    default:
+      return dGeomSphereSetRadius(geom, p[0]);
+  }
+}
+
 /// A geom in no space, by a child of a supported shape with usable sizes.
 dGeomID createChildGeom(const Compound::CompoundObjectChild& child) {
   const double* p = child.objectParam;
@@ -88,6 +103,54 @@ void Compound::createGeoms() {
   for (dGeomID geom : collisionGeoms_)
     for (dGeomID sibling : collisionGeoms_)
       if (sibling != geom) geomRecord(geom).ignoredGeoms.insert(sibling);
+}
+
+/// A compound that was refused has no geoms, so that no child of it passes.
+bool Compound::checkChild(size_t child, const char* operation) const {
+  if (child < collisionGeoms_.size()) return true;
+  MSG_FATAL("Compound::" << operation << ": there is no child " << child << ", the compound has "
+                         << collisionGeoms_.size());
+  return false;
+}
+
+void Compound::setMaterial(const std::string& material) {
+  SingleBodyObject::setMaterial(material);
+  for (CompoundObjectChild& child : children_) child.material = material;
+}
+
+void Compound::setChildMaterial(size_t child, const std::string& material) {
+  if (!checkChild(child, "setChildMaterial")) return;
+  children_[child].material = material;
+  geomRecord(collisionGeoms_[child]).materialName = material;
+}
+
+void Compound::setChildSize(size_t child, const Mat<3, 1>& lengths) {
+  if (!checkChild(child, "setChildSize")) return;
+  CompoundObjectChild& changed = children_[child];
+  const int dimensions = countDimensions(changed.objectType);
+  for (int i = 0; i < dimensions; ++i) {
+    const bool mayBeZero = changed.objectType == CAPSULE && i == 1;
+    if (mayBeZero ? isUsableSize(lengths[i]) : isUsableNewSize(lengths[i])) continue;
+    MSG_FATAL("Compound::setChildSize: the lengths must be finite and above 0, but of child "
+              << child << " length " << i << " is " << lengths[i]);
+    return;
+  }
+  for (int i = 0; i < dimensions; ++i) changed.objectParam[i] = lengths[i];
+  resizeChildGeom(changed, collisionGeoms_[child]);
+  ++shapeChangeCount_;
+}
+
+void Compound::setChildPose(size_t child, const Mat<3, 1>& position, const Mat<3, 3>& rotation) {
+  if (!checkChild(child, "setChildPose")) return;
+  if (!isUsablePose(position, rotation)) {
+    MSG_FATAL("Compound::setChildPose: the pose of child "
+              << child << " must be finite (1e8 m and more count as infinite)");
+    return;
+  }
+  children_[child].position = position;
+  children_[child].rotation = rotation;
+  updateCollision();
+  ++shapeChangeCount_;
 }
 
 void Compound::updateCollision() {

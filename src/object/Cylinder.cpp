@@ -5,11 +5,20 @@
 
 namespace zelvik {
 
-Cylinder::Cylinder(double radius, double height, double mass)
-    : SingleBodyObject(CYLINDER), radius_(radius), height_(height) {
+namespace {
+
+/// Of a solid cylinder along z (kg m^2).
+Mat33 cylinderInertia(double mass, double radius, double height) {
   const double r2 = radius * radius;
   const double lateral = 0.25 * mass * r2 + 0.08333333333333333 * mass * height * height;
-  setMassProperties(mass, {{lateral, 0.0, 0.0, 0.0, lateral, 0.0, 0.0, 0.0, 0.5 * mass * r2}});
+  return {{lateral, 0.0, 0.0, 0.0, lateral, 0.0, 0.0, 0.0, 0.5 * mass * r2}};
+}
+
+}  // namespace
+
+Cylinder::Cylinder(double radius, double height, double mass)
+    : SingleBodyObject(CYLINDER), radius_(radius), height_(height) {
+  setMassProperties(mass, cylinderInertia(mass, radius, height));
   if (!isUsableSize(radius) || !isUsableSize(height)) {
     MSG_FATAL("Cylinder: radius and height must be finite and at least 0, but are "
               << radius << " and " << height);
@@ -17,6 +26,18 @@ Cylinder::Cylinder(double radius, double height, double mass)
   }
   adoptGeom(dCreateCylinder(nullptr, radius, height));
   updateCollision();
+}
+
+void Cylinder::setSize(double radius, double height) {
+  if (!isUsableNewSize(radius) || !isUsableNewSize(height)) {
+    MSG_FATAL("Cylinder::setSize: radius and height must be finite and above 0, but are "
+              << radius << " and " << height);
+    return;
+  }
+  radius_ = radius;
+  height_ = height;
+  if (collisionObject_ != nullptr) dGeomCylinderSetParams(collisionObject_, radius, height);
+  finishResize(cylinderInertia(mass_, radius, height));
 }
 
 }  // namespace zelvik

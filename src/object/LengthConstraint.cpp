@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cmath>
 #include <zelvik/object/LengthConstraint.hpp>
 #include <zelvik/object/Object.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 namespace zelvik {
 
@@ -15,6 +17,15 @@ LengthConstraint::LengthConstraint(Object* body1, unsigned long localIdx1, Mat<3
       localIdx1_(localIdx1),
       localIdx2_(localIdx2),
       length_(length) {}
+
+void LengthConstraint::setLength(double length) {
+  if (!(length >= 0.0 && std::isfinite(length))) {
+    MSG_FATAL("LengthConstraint::setLength: the length must be finite and at least 0, but is "
+              << length);
+    return;
+  }
+  length_ = length;
+}
 
 void LengthConstraint::releaseBody(const Object* body) {
   if (body1_ != body && body2_ != body) return;

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cmath>
 #include <zelvik/object/SingleBodyObject.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 #include "core/ColumnLanes.hpp"
 
@@ -9,6 +11,22 @@ namespace {
 
 /// Category bits of geoms that forces do not move.
 constexpr unsigned long kNonDynamicGroup = 0x80000000ul;
+
+template <unsigned long n, unsigned long m>
+bool areFinite(const Mat<n, m>& a) {
+  for (size_t i = 0; i < n * m; ++i)
+    if (!std::isfinite(a[i])) return false;
+  return true;
+}
+
+/// Finite and above 0, and so is its inverse.
+bool isUsableMass(double mass) {
+  return mass > 0.0 && std::isfinite(mass) && std::isfinite(1.0 / mass);
+}
+
+bool isUsableDamping(double damping) {
+  return damping >= 0.0 && std::isfinite(damping);
+}
 
 /// R I R^T for a symmetric I.
 Columns33 turned(const Columns33& R, const Mat33& I) {
@@ -140,6 +158,11 @@ void SingleBodyObject::setBodyType(BodyType type) {
 }
 
 void SingleBodyObject::setComOffset(const Mat<3, 1>& offset) {
+  if (!areFinite(offset)) {
+    MSG_FATAL("SingleBodyObject::setComOffset: the offset must be finite, but is "
+              << offset[0] << " " << offset[1] << " " << offset[2]);
+    return;
+  }
   comOffset_ = offset;
   comPos_ = bodyPos_ + rot_ * comOffset_;
 }
@@ -157,7 +180,59 @@ void SingleBodyObject::setMassProperties(double mass, const Mat<3, 3>& inertia) 
 void SingleBodyObject::setInertia(const Mat<3, 3>& inertia) {
   bodyInertia_ = inertia;
   cholInv(bodyInertia_, bodyInertiaInv_);
+  if (!areFinite(bodyInertiaInv_))
+    MSG_WARN(
+        "SingleBodyObject::setInertia: the inertia is not positive definite: the state of the "
+        "body becomes NaN");
   updateWorldInertia();
+}
+
+void SingleBodyObject::setMass(double mass) {
+  if (!isUsableMass(mass)) {
+    MSG_FATAL("SingleBodyObject::setMass: the mass must be finite and above 0, but is " << mass);
+    return;
+  }
+  mass_ = mass;
+  invMass_ = 1.0 / mass;
+}
+
+void SingleBodyObject::scaleMass(double factor) {
+  const double mass = factor * mass_;
+  if (!isUsableMass(factor) || !isUsableMass(mass)) {
+    MSG_FATAL(
+        "SingleBodyObject::scaleMass: the factor and the mass must be finite and above 0, "
+        "but are "
+        << factor << " and " << mass);
+    return;
+  }
+  setMass(mass);
+  setInertia(factor * bodyInertia_);
+}
+
+void SingleBodyObject::finishResize(const Mat<3, 3>& inertia) {
+  setInertia(inertia);
+  ++shapeChangeCount_;
+}
+
+// --- damping ---
+
+void SingleBodyObject::setLinearDamping(double damping) {
+  if (!isUsableDamping(damping))
+    MSG_WARN(
+        "SingleBodyObject::setLinearDamping: the damping should be finite and at least 0, but "
+        "is "
+        << damping);
+  linearDamping_ = damping;
+}
+
+void SingleBodyObject::setAngularDamping(const Mat<3, 1>& damping) {
+  for (size_t i = 0; i < 3; ++i)
+    if (!isUsableDamping(damping[i]))
+      MSG_WARN(
+          "SingleBodyObject::setAngularDamping: the damping should be finite and at least 0, "
+          "but value "
+          << i << " is " << damping[i]);
+  angularDamping_ = damping;
 }
 
 void SingleBodyObject::updateWorldInertia() {

@@ -5,9 +5,18 @@
 
 namespace zelvik {
 
-Sphere::Sphere(double radius, double mass) : SingleBodyObject(SPHERE), radius_(radius) {
+namespace {
+
+/// Of a solid ball (kg m^2).
+Mat33 sphereInertia(double mass, double radius) {
   const double moment = 0.4 * mass * radius * radius;
-  setMassProperties(mass, {{moment, 0.0, 0.0, 0.0, moment, 0.0, 0.0, 0.0, moment}});
+  return {{moment, 0.0, 0.0, 0.0, moment, 0.0, 0.0, 0.0, moment}};
+}
+
+}  // namespace
+
+Sphere::Sphere(double radius, double mass) : SingleBodyObject(SPHERE), radius_(radius) {
+  setMassProperties(mass, sphereInertia(mass, radius));
   gyroscopicMode_ = EXPLICIT_GYROSCOPIC;
   if (!isUsableSize(radius)) {
     MSG_FATAL("Sphere: the radius must be finite and at least 0, but is " << radius);
@@ -15,6 +24,16 @@ Sphere::Sphere(double radius, double mass) : SingleBodyObject(SPHERE), radius_(r
   }
   adoptGeom(dCreateSphere(nullptr, radius));
   updateCollision();
+}
+
+void Sphere::setRadius(double radius) {
+  if (!isUsableNewSize(radius)) {
+    MSG_FATAL("Sphere::setRadius: the radius must be finite and above 0, but is " << radius);
+    return;
+  }
+  radius_ = radius;
+  if (collisionObject_ != nullptr) dGeomSphereSetRadius(collisionObject_, radius);
+  finishResize(sphereInertia(mass_, radius));
 }
 
 }  // namespace zelvik

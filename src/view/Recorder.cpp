@@ -10,7 +10,8 @@
 #include "Recording.hpp"
 
 // Capturing a frame: one pass over the objects. The list of objects is looked at anew only when the
-// world says that it has changed.
+// world says that it has changed, or an object that its shapes have: then its bodies end, and
+// others begin.
 
 namespace zelvik::view {
 
@@ -69,13 +70,26 @@ void capturePoses(Recording& recording) {
 
 // ---- what is in the world ----------------------------------------------------------------------
 
-/// Ends the tracks of objects that are no longer in the world; their pointers are not followed.
+/// Whether the object is the one that was taken down, with the same shapes. The pointer of the
+/// record is not followed.
+bool isSame(const Object& object, const LiveObject& live) {
+  return &object == live.object && object.getIdInWorld() == live.idInWorld &&
+         object.getShapeChangeCount() == live.shapeChangeCount;
+}
+
+/// Only for objects that are in the world still.
+bool haveShapesChanged(const Recording& recording) {
+  const std::vector<LiveObject>& objects = recording.objects;
+  return std::any_of(objects.begin(), objects.end(), [](const LiveObject& live) {
+    return live.object->getShapeChangeCount() != live.shapeChangeCount;
+  });
+}
+
+/// Ends the tracks of objects that are no longer in the world, or have other shapes.
 void closeRemoved(const std::vector<Object*>& list, Recording& recording) {
   for (const LiveObject& live : recording.objects) {
-    const auto isSame = [&](const Object* object) {
-      return object == live.object && object->getIdInWorld() == live.idInWorld;
-    };
-    if (std::any_of(list.begin(), list.end(), isSame)) continue;
+    const auto isLive = [&](const Object* object) { return isSame(*object, live); };
+    if (std::any_of(list.begin(), list.end(), isLive)) continue;
     for (std::size_t i = 0; i < live.bodyCount; ++i)
       recording.bodies[live.firstBody + i].lastFrame = recording.frameCount() - 1;
   }
@@ -84,9 +98,10 @@ void closeRemoved(const std::vector<Object*>& list, Recording& recording) {
 LiveObject liveObjectOf(const Object& object, const std::vector<LiveObject>& known,
                         Recording& recording) {
   for (const LiveObject& live : known)
-    if (live.object == &object && live.idInWorld == object.getIdInWorld()) return live;
-  LiveObject live{&object, object.getIdInWorld(), object.getObjectType(), recording.bodies.size(),
-                  0};
+    if (isSame(object, live)) return live;
+  LiveObject live{
+      &object, object.getIdInWorld(),       object.getObjectType(), recording.bodies.size(),
+      0,       object.getShapeChangeCount()};
   appendBodies(object, recording);
   live.bodyCount = recording.bodies.size() - live.firstBody;
   return live;
@@ -232,7 +247,7 @@ Recorder& Recorder::operator=(Recorder&& other) noexcept {
 
 void Recorder::capture() {
   Recording& recording = *recording_;
-  if (recording.seenChangeCount != world_->getObjectChangeCount()) {
+  if (recording.seenChangeCount != world_->getObjectChangeCount() || haveShapesChanged(recording)) {
     refreshObjects(*world_, recording);
     refreshWires(*world_, recording);
     recording.seenChangeCount = world_->getObjectChangeCount();

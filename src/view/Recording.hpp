@@ -105,6 +105,7 @@ struct LiveObject {
   std::size_t idInWorld;
   ObjectType type;
   std::size_t firstBody, bodyCount;  ///< in `Recording::bodies`
+  std::size_t shapeChangeCount;      ///< of the object when its shapes were taken down
 };
 
 struct LiveWire {

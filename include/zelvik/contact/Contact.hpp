@@ -69,6 +69,12 @@ struct Contact {
   /// `integrate2` and the next `integrate1`; zero before the contact has a problem. The twin of a
   /// self-collision reports the reaction of the merged contact.
   inline void getImpulse(Mat<3, 1>& impulseW) const;
+  /// The same.
+  void getImpulse(Eigen::Vector3d& impulseW) const {
+    Vec3 impulse;
+    getImpulse(impulse);
+    impulseW = impulse;
+  }
 
   /// World to contact frame for a normal (world axes, not zero).
   static Mat<3, 3> frameOf(const Mat<3, 1>& normal) {

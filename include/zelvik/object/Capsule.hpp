@@ -18,6 +18,13 @@ class ZELVIK_API Capsule : public SingleBodyObject {
   Capsule(double radius, double height, double mass);
   double getRadius() const { return radius_; }  ///< (m)
   double getHeight() const { return height_; }  ///< of the cylinder part (m)
+  /// Changes the size between steps. The centre, the mass and the velocity stay; the inertia
+  /// becomes that which the constructor gives, also if another one had been set.
+  /// @param radius (m), finite and above 0; otherwise fatal, and nothing changes
+  /// @param height length of the cylinder part (m), finite and at least 0, likewise
+  void setSize(double radius, double height);
+  void setRadius(double radius) { setSize(radius, height_); }  ///< see `setSize` (m)
+  void setHeight(double height) { setSize(radius_, height); }  ///< see `setSize` (m)
 
  private:
   double radius_, height_;

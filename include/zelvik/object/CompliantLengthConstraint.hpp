@@ -18,6 +18,10 @@ class ZELVIK_API CompliantLengthConstraint : public LengthConstraint {
   void applyTension();
 
   double getStiffness() const { return stiffness_; }  ///< (N/m)
+  /// (N/m) from the next step on. Fatal and not stored unless finite and at least 0:
+  /// "CompliantLengthConstraint::setStiffness: the stiffness must be finite and at least 0, but is
+  /// *stiffness*".
+  void setStiffness(double stiffness);
   /// Force on body 1 (N, world axes) of the last `applyTension` that acted.
   const Mat<3, 1>& getTension1() const { return tension1_; }
   /// Force on body 2: the negative of the other.

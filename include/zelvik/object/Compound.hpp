@@ -41,13 +41,44 @@ class ZELVIK_API Compound : public SingleBodyObject {
   /// Geom of child i; not bounds-checked.
   dGeomID getGeom(size_t i) const override { return collisionGeoms_[i]; }
 
-  /// The shapes as they were given.
+  /// Sets the material of all children.
+  void setMaterial(const std::string& material) override;
+  /// Sets the material of one child, for the contacts of the next step. Fatal for an index out of
+  /// range.
+  void setChildMaterial(size_t child, const std::string& material);
+  ///@{
+  /// Changes the size of one child between steps; mass, centre of mass and inertia stay. Fatal, and
+  /// nothing changes, for an index out of range and for sizes that are not finite and above 0 (the
+  /// height of a capsule may be 0).
+  /// @param lengths (m) as `CompoundObjectChild::objectParam`; what the shape does not need is not
+  /// read
+  void setChildSize(size_t child, const Mat<3, 1>& lengths);
+  template <typename Derived>
+  void setChildSize(size_t child, const Eigen::MatrixBase<Derived>& lengths) {
+    setChildSize(child, toMat<3, 1>(lengths));
+  }
+  ///@}
+  ///@{
+  /// Moves one child inside the body between steps; mass, centre of mass and inertia stay. Fatal,
+  /// and nothing changes, for an index out of range and for values that are not finite.
+  /// @param position child origin (m, body frame)
+  /// @param rotation child to body
+  void setChildPose(size_t child, const Mat<3, 1>& position, const Mat<3, 3>& rotation);
+  template <typename P, typename R>
+  void setChildPose(size_t child, const Eigen::MatrixBase<P>& position,
+                    const Eigen::MatrixBase<R>& rotation) {
+    setChildPose(child, toMat<3, 1>(position), toMat<3, 3>(rotation));
+  }
+  ///@}
+
+  /// The shapes as they were given, with what has been changed since.
   const std::vector<CompoundObjectChild>& getChildren() const { return children_; }
   /// One geom per child, in the order of the children. They never collide with each other.
   const std::vector<dGeomID>& getCollisionGeoms() const { return collisionGeoms_; }
 
  private:
   bool areChildrenUsable() const;
+  bool checkChild(size_t child, const char* operation) const;
   void createGeoms();
   void destroyChildGeoms();
 

@@ -15,6 +15,12 @@ class ZELVIK_API Cylinder : public SingleBodyObject {
   Cylinder(double radius, double height, double mass);
   double getRadius() const { return radius_; }  ///< (m)
   double getHeight() const { return height_; }  ///< (m)
+  /// Changes the size between steps. The centre, the mass and the velocity stay; the inertia
+  /// becomes that of the solid cylinder, also if another one had been set.
+  /// @param radius,height (m), finite and above 0; otherwise fatal, and nothing changes
+  void setSize(double radius, double height);
+  void setRadius(double radius) { setSize(radius, height_); }  ///< see `setSize` (m)
+  void setHeight(double height) { setSize(radius_, height); }  ///< see `setSize` (m)
 
  private:
   double radius_, height_;

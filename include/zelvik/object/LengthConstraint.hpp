@@ -39,6 +39,25 @@ class ZELVIK_API LengthConstraint {
   void setStretchType(int type) { stretchType_ = type; }
   /// See `setStretchType`.
   int getStretchType() const { return stretchType_; }
+  /// Rest length (m) from the next step on, as a winch. Fatal and not stored unless finite and at
+  /// least 0: "LengthConstraint::setLength: the length must be finite and at least 0, but is
+  /// *length*".
+  void setLength(double length);
+  ///@{
+  /// Moves an attachment point (m, body frame), from the next step on.
+  void setLocalPos1(const Mat<3, 1>& localPos) { localPos1_ = localPos; }
+  void setLocalPos2(const Mat<3, 1>& localPos) { localPos2_ = localPos; }
+  template <typename Derived>
+  void setLocalPos1(const Eigen::MatrixBase<Derived>& localPos) {
+    setLocalPos1(toMat<3, 1>(localPos));
+  }
+  template <typename Derived>
+  void setLocalPos2(const Eigen::MatrixBase<Derived>& localPos) {
+    setLocalPos2(toMat<3, 1>(localPos));
+  }
+  ///@}
+  const Mat<3, 1>& getLocalPos1() const { return localPos1_; }  ///< (m, frame of body 1)
+  const Mat<3, 1>& getLocalPos2() const { return localPos2_; }  ///< (m, frame of body 2)
   /// Whether the wire acts, by the last `update`.
   bool isActive() const { return active_; }
 

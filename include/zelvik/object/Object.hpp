@@ -151,6 +151,47 @@ class ZELVIK_API Object {
   /// Solves one joint limit in place; returns the residual velocity.
   virtual double enforceJointLimits(contact::Single3DContactProblem& problem);
 
+  // The same for Eigen types. Those that give something are templates, so that braces mean a `Mat`.
+
+  ///@{
+  /// See the forms above.
+  template <typename Derived>
+  void setExternalForce(size_t localIdx, const Eigen::MatrixBase<Derived>& force) {
+    setExternalForce(localIdx, toVec3(force));
+  }
+  template <typename Point, typename Force>
+  void setExternalForce(size_t localIdx, const Eigen::MatrixBase<Point>& pos,
+                        const Eigen::MatrixBase<Force>& force) {
+    setExternalForce(localIdx, toVec3(pos), toVec3(force));
+  }
+  template <typename Derived>
+  void setExternalTorque(size_t localIdx, const Eigen::MatrixBase<Derived>& torque) {
+    setExternalTorque(localIdx, toVec3(torque));
+  }
+  void getPosition(size_t localIdx, Eigen::Vector3d& pos) const {
+    Vec3 p = toVec3(pos);  // stays as it is for an index that is refused
+    getPosition(localIdx, p);
+    pos = p;
+  }
+  void getVelocity(size_t localIdx, Eigen::Vector3d& vel) const {
+    Vec3 v = toVec3(vel);
+    getVelocity(localIdx, v);
+    vel = v;
+  }
+  void getOrientation(size_t localIdx, Eigen::Matrix3d& rot) const {
+    Mat33 R = toMat33(rot);
+    getOrientation(localIdx, R);
+    rot = R;
+  }
+  template <typename Derived>
+  void getPosition(size_t localIdx, const Eigen::MatrixBase<Derived>& bodyPoint,
+                   Eigen::Vector3d& worldPoint) const {
+    Vec3 p = toVec3(worldPoint);
+    getPosition(localIdx, toVec3(bodyPoint), p);
+    worldPoint = p;
+  }
+  ///@}
+
   /// Contacts with their blocks.
   PerObjectContact& getPerObjectContact() { return perObjectContact_; }
   /// Per contact: what this object tells the solver.
@@ -180,6 +221,8 @@ class ZELVIK_API Object {
   void setIdInWorld(size_t id) { idInWorld_ = id; }
   /// Differs for all objects that the world ever held, also for one at a freed object's address.
   size_t getIdInWorld() const { return idInWorld_; }
+  /// Grows when the size or the place of a shape changes, so that an observer sees it.
+  size_t getShapeChangeCount() const { return shapeChangeCount_; }
   /// Whether coupling goes through stored blocks (true) or through queries of the velocity.
   bool usesFullDelassus() const { return fullDelassus_; }
 
@@ -214,6 +257,7 @@ class ZELVIK_API Object {
   size_t numContacts_ = 0;             ///< computed by `ArticulatedSystem::preContactSolverUpdate1`
   size_t indexInWorld_ = 0;            ///< set by the world
   size_t idInWorld_ = 0;               ///< set by the world
+  size_t shapeChangeCount_ = 0;        ///< see `getShapeChangeCount`
   BodyType bodyType_ = BodyType::DYNAMIC;  ///< of the object as a whole
   bool fullDelassus_ = true;               ///< see `usesFullDelassus`
   std::string name_;                       ///< see `setName`

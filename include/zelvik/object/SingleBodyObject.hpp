@@ -36,8 +36,11 @@ enum GyroscopicMode {
 /// mass where it is, and the next step puts the origin back from that centre: with a
 /// centre-of-mass offset set the orientation first and the position after it (`Cone` differs).
 ///
-/// No operation of this class reports a failure: a mass of 0 gives an infinite inverse mass and a
-/// NaN state spreads in silence, its geom being disabled meanwhile.
+/// Mass properties, sizes, materials and damping may be changed between steps and act from the next
+/// one on, as if the body had been made so (docs/randomisation.md).
+///
+/// State is not tested: a NaN spreads in silence, its geom being disabled meanwhile. So does what a
+/// constructor makes of a mass of 0.
 class ZELVIK_API SingleBodyObject : public Object {
  public:
   /// A `DYNAMIC` body at the origin without mass and without a geom; shapes fill in both.
@@ -75,11 +78,19 @@ class ZELVIK_API SingleBodyObject : public Object {
   void updateTimeStepIfNecessary(double dt) override;
   void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) override;
 
+  using Object::getOrientation;
+  using Object::getPosition;
+  using Object::getVelocity;
+  using Object::setExternalForce;
+  using Object::setExternalTorque;
+
   ///@{
-  /// Position of the body origin (m, world axes).
+  /// Position of the body origin (m, world axes). The form of an array is that of braces:
+  /// `setPosition({0, 0, 1})`.
   virtual void setPosition(const Eigen::Vector3d& p) { setPosition(p[0], p[1], p[2]); }
   virtual void setPosition(double x, double y, double z);
   virtual void setPosition(const Mat<3, 1>& p);
+  void setPosition(const double (&p)[3]) { setPosition(p[0], p[1], p[2]); }
   ///@}
   ///@{
   /// Orientation body to world, normalised. The other quaternion forms store (w, x, y, z) as they
@@ -100,6 +111,7 @@ class ZELVIK_API SingleBodyObject : public Object {
     storeOrientation(q);
   }
   virtual void setOrientation(const Mat<4, 1>& q);
+  void setOrientation(const double (&q)[4]) { setOrientation(q[0], q[1], q[2], q[3]); }
   ///@}
   ///@{
   /// `setPosition`, then `setOrientation`: a body with a centre-of-mass offset keeps the centre of
@@ -129,17 +141,31 @@ class ZELVIK_API SingleBodyObject : public Object {
   virtual size_t getGeomCount() const { return collisionObject_ != nullptr ? 1 : 0; }
   /// A geom by its place, from 0 to `getGeomCount() - 1`.
   virtual dGeomID getGeom(size_t) const { return collisionObject_; }
+  /// Sets the material of the object and of its geoms, for the contacts of the next step.
+  virtual void setMaterial(const std::string& material);
 
+  ///@{
   /// Velocity of the centre of mass (m/s) and angular velocity (rad/s), both in world axes.
   void setVelocity(const Mat<3, 1>& linear, const Mat<3, 1>& angular);
+  void setVelocity(const double (&linear)[3], const double (&angular)[3]) {
+    setVelocity(linear[0], linear[1], linear[2], angular[0], angular[1], angular[2]);
+  }
+  ///@}
   /// Every type but `DYNAMIC` moves the geoms to collision group 0x80000000; `DYNAMIC` leaves the
   /// group as it is.
   void setBodyType(BodyType type);
-  /// Drag force per velocity of the centre of mass (N s/m); none unless above 0.
-  void setLinearDamping(double damping) { linearDamping_ = damping; }
+  /// Drag force per velocity of the centre of mass (N s/m); none unless above 0. A value that is
+  /// negative or not finite is stored after a warning.
+  void setLinearDamping(double damping);
+  ///@{
   /// Drag torque per angular velocity (N m s/rad, body axes). Acts only if the first value is above
-  /// 0, whatever the others are.
-  void setAngularDamping(const Mat<3, 1>& damping) { angularDamping_ = damping; }
+  /// 0, whatever the others are. Values that are negative or not finite are stored after a warning.
+  void setAngularDamping(const Mat<3, 1>& damping);
+  template <typename Derived>
+  void setAngularDamping(const Eigen::MatrixBase<Derived>& damping) {
+    setAngularDamping(toMat<3, 1>(damping));
+  }
+  ///@}
   /// (N s/m)
   double getLinearDamping() const { return linearDamping_; }
   /// (N m s/rad, body axes)
@@ -161,16 +187,22 @@ class ZELVIK_API SingleBodyObject : public Object {
   void setCollisionMask(unsigned long mask);
   /// Name that the material table knows; "" at first.
   const std::string& getMaterial() const { return materialName_; }
-  /// Sets the material of the object and of its geoms.
-  void setMaterial(const std::string& material);
   /// Free text for a renderer.
   const std::string& getAppearance() const { return appearance_; }
   /// See `getAppearance`.
   void setAppearance(const std::string& appearance) { appearance_ = appearance; }
 
+  /// Mass alone (kg): the inertia and the velocity do not change; `scaleMass` changes the inertia
+  /// with it. Fatal and not stored unless finite and above 0: "SingleBodyObject::setMass: the mass
+  /// must be finite and above 0, but is *mass*".
+  void setMass(double mass);
+  /// Multiplies mass and inertia, as another density does. Fatal and nothing is stored unless
+  /// factor and new mass are finite and above 0: "SingleBodyObject::scaleMass: the factor and the
+  /// mass must be finite and above 0, but are *factor* and *mass*".
+  void scaleMass(double factor);
   ///@{
   /// Inertia about the centre of mass (kg m^2, body axes), positive definite; another matrix gives
-  /// NaN.
+  /// NaN, after a warning.
   void setInertia(const Eigen::Matrix3d& inertia) { setInertia(readMatrix(inertia)); }
   void setInertia(const Mat<3, 3>& inertia);
   ///@}
@@ -189,8 +221,16 @@ class ZELVIK_API SingleBodyObject : public Object {
   /// (kg m^2, world axes), computed by `updateWorldInertia`.
   const Mat<3, 3>& getWorldInertia() const { return worldInertia_; }
   const Mat<3, 1>& getComOffset() const { return comOffset_; }  ///< (m, body frame)
-  /// Moves the centre of mass inside the body (m, body frame); the origin stays.
+  ///@{
+  /// Moves the centre of mass inside the body (m, body frame). The origin stays, and so do inertia
+  /// and velocity, which are from then on those of the new centre. Fatal and not stored unless
+  /// finite: "SingleBodyObject::setComOffset: the offset must be finite, but is *offset*".
   void setComOffset(const Mat<3, 1>& offset);
+  template <typename Derived>
+  void setComOffset(const Eigen::MatrixBase<Derived>& offset) {
+    setComOffset(toMat<3, 1>(offset));
+  }
+  ///@}
 
   Mat<3, 1> getLinearMomentum() const { return mass_ * linVel_; }  ///< (N s, world axes)
   double getKineticEnergy() const;                                 ///< (J)
@@ -208,6 +248,10 @@ class ZELVIK_API SingleBodyObject : public Object {
   void destroyGeoms();
   /// Whether ODE takes the number as a length: finite and not negative.
   static bool isUsableSize(double size) { return isUsableShapeSize(size); }
+  /// The same, and the shape has a volume.
+  static bool isUsableNewSize(double size) { return size > 0.0 && isUsableShapeSize(size); }
+  /// Ends a change of size: takes the inertia that follows from it and lets observers know.
+  void finishResize(const Mat<3, 3>& inertia);
   /// The same values as a `Mat`.
   static Mat33 readMatrix(const Eigen::Matrix3d& A) {
     Mat33 out;

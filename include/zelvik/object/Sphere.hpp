@@ -15,6 +15,11 @@ class ZELVIK_API Sphere : public SingleBodyObject {
   /// @param mass (kg)
   Sphere(double radius, double mass);
   double getRadius() const { return radius_; }  ///< (m)
+  /// Changes the size between steps. The centre, the mass and the velocity stay; the inertia
+  /// becomes that of the solid sphere, also if another one had been set. What the ball touched or
+  /// hung on it touches by the new radius from the next step on.
+  /// @param radius (m), finite and above 0; otherwise fatal, and nothing changes
+  void setRadius(double radius);
 
  private:
   double radius_;

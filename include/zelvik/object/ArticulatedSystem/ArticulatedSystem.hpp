@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <initializer_list>
@@ -147,7 +148,14 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void forgetContacts() override;
   double enforceJointLimits(contact::Single3DContactProblem& problem) override;
 
-  // Overloads for Eigen types are templates, so that braces mean a `Mat`.
+  // Overloads for Eigen types are templates, so that braces mean a `Mat`. Those of the object
+  // interface stand in `Object`.
+
+  using Object::getOrientation;
+  using Object::getPosition;
+  using Object::getVelocity;
+  using Object::setExternalForce;
+  using Object::setExternalTorque;
 
   // ---- state ----------------------------------------------------------------------------------
 
@@ -296,8 +304,20 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setJointLimits(const std::vector<JointLimit>& limits);
   /// One entry per velocity; only the first of a joint is read.
   const std::vector<JointLimit>& getJointLimits() const { return jointLimits_; }
+  ///@{
   /// Viscous damping (N s/m or N m s/rad), per velocity.
   void setJointDamping(const VecDyn& damping);
+  void setJointDamping(std::initializer_list<double> damping) {
+    VecDyn values(damping.size());
+    std::copy(damping.begin(), damping.end(), values.v);
+    setJointDamping(values);
+  }
+  void setJointDamping(const Eigen::VectorXd& damping) {
+    VecDyn values(static_cast<unsigned long>(damping.size()));
+    for (unsigned long i = 0; i < values.n; ++i) values[i] = damping[static_cast<Eigen::Index>(i)];
+    setJointDamping(values);
+  }
+  ///@}
   /// (N s/m or N m s/rad), per velocity.
   const VecDyn& getJointDamping() const { return jointDamping_; }
   /// As read from the model, per velocity; stored only.
@@ -374,6 +394,26 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void getDenseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW, MatDyn& jac) const;
   void getDenseRotationalJacobian(size_t bodyIdx, MatDyn& jac) const;
   ///@}
+  ///@{
+  /// The same for Eigen types; `jac` is given its size.
+  void getDenseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW, Eigen::MatrixXd& jac) const {
+    MatDyn J(3, dof_);
+    J.setZero();
+    getDenseJacobian(bodyIdx, pointW, J);
+    copyMatrix(J, jac);
+  }
+  template <typename Derived>
+  void getDenseJacobian(size_t bodyIdx, const Eigen::MatrixBase<Derived>& pointW,
+                        Eigen::MatrixXd& jac) const {
+    getDenseJacobian(bodyIdx, toVec3(pointW), jac);
+  }
+  void getDenseRotationalJacobian(size_t bodyIdx, Eigen::MatrixXd& jac) const {
+    MatDyn J(3, dof_);
+    J.setZero();
+    getDenseRotationalJacobian(bodyIdx, J);
+    copyMatrix(J, jac);
+  }
+  ///@}
 
   /// Velocity of a point given in the body frame (m/s, world axes).
   void getVelocity(size_t localIdx, const Mat<3, 1>& pointB, Mat<3, 1>& out) const;
@@ -381,6 +421,18 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void getVelocity(const SparseJacobian& jac, Mat<3, 1>& out) const;
   /// (rad/s, world axes), as of the last `computeNonlinearities`.
   void getAngularVelocity(size_t localIdx, Mat<3, 1>& out) const;
+
+  ///@{
+  /// The same for Eigen types.
+  template <typename Derived>
+  void getVelocity(size_t localIdx, const Eigen::MatrixBase<Derived>& pointB,
+                   Eigen::Vector3d& out) const {
+    out = filled([&](Vec3& v) { getVelocity(localIdx, toVec3(pointB), v); }, out);
+  }
+  void getAngularVelocity(size_t localIdx, Eigen::Vector3d& out) const {
+    out = filled([&](Vec3& v) { getAngularVelocity(localIdx, v); }, out);
+  }
+  ///@}
 
   /// Index of the body of that name. Fatal for a link that was merged into its parent, and for an
   /// unknown name ("unknown body id"); `kNone` if the callback returns.
@@ -409,6 +461,21 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void getFrameAngularVelocity(size_t frameIdx, Mat<3, 1>& out) const;
   void getFrameAngularVelocity(const CoordinateFrame& frame, Mat<3, 1>& out) const;
   ///@}
+  ///@{
+  /// The same for Eigen types.
+  void getFramePosition(size_t frameIdx, Eigen::Vector3d& out) const {
+    out = filled([&](Vec3& p) { getFramePosition(frameIdx, p); }, out);
+  }
+  void getFrameOrientation(size_t frameIdx, Eigen::Matrix3d& out) const {
+    out = filled([&](Mat33& R) { getFrameOrientation(frameIdx, R); }, out);
+  }
+  void getFrameVelocity(size_t frameIdx, Eigen::Vector3d& out) const {
+    out = filled([&](Vec3& v) { getFrameVelocity(frameIdx, v); }, out);
+  }
+  void getFrameAngularVelocity(size_t frameIdx, Eigen::Vector3d& out) const {
+    out = filled([&](Vec3& w) { getFrameAngularVelocity(frameIdx, w); }, out);
+  }
+  ///@}
   /// One line per frame to the standard output.
   void printOutFrameNamesInOrder() const;
   /// One line per body to the standard output.
@@ -420,15 +487,11 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// root is the world.
   void setExternalForce(size_t localIdx, Frame forceFrame, const Mat<3, 1>& force, Frame pointFrame,
                         const Mat<3, 1>& point);
-  template <typename Derived>
-  /// Force (N, world axes) at the body's centre of mass, for the next step.
-  void setExternalForce(size_t localIdx, const Eigen::MatrixBase<Derived>& force) {
-    setExternalForce(localIdx, Mat<3, 1>{{force(0), force(1), force(2)}});
-  }
-  template <typename Derived>
-  /// Torque (N m, world axes), for the next step.
-  void setExternalTorque(size_t localIdx, const Eigen::MatrixBase<Derived>& torque) {
-    setExternalTorque(localIdx, Mat<3, 1>{{torque(0), torque(1), torque(2)}});
+  /// The same for Eigen types.
+  template <typename Force, typename Point>
+  void setExternalForce(size_t localIdx, Frame forceFrame, const Eigen::MatrixBase<Force>& force,
+                        Frame pointFrame, const Eigen::MatrixBase<Point>& point) {
+    setExternalForce(localIdx, forceFrame, toVec3(force), pointFrame, toVec3(point));
   }
   /// Moves the pending forces to the display lists.
   void clearExternalForces();
@@ -580,6 +643,21 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void ignoreCollisionBetween(size_t bodyA, size_t bodyB);
 
  private:
+  /// What a getter writes over the values of `present`, which stay where it refuses.
+  template <typename Getter, int rows, int cols>
+  static Mat<static_cast<unsigned long>(rows), static_cast<unsigned long>(cols)> filled(
+      Getter&& getter, const Eigen::Matrix<double, rows, cols>& present) {
+    auto value = toMat<static_cast<unsigned long>(rows), static_cast<unsigned long>(cols)>(present);
+    getter(value);
+    return value;
+  }
+  static void copyMatrix(const MatDyn& from, Eigen::MatrixXd& to) {
+    to.resize(static_cast<Eigen::Index>(from.n), static_cast<Eigen::Index>(from.m));
+    for (unsigned long j = 0; j < from.m; ++j)
+      for (unsigned long i = 0; i < from.n; ++i)
+        to(static_cast<Eigen::Index>(i), static_cast<Eigen::Index>(j)) = from(i, j);
+  }
+
   friend class urdf::LoadFromURDF2;
   friend class TreeSweeps;
   friend class contact::ContactSweep;
