@@ -13,6 +13,9 @@ set(zelvik_installed_targets zelvik)
 if(TARGET zelvik_view)
   list(APPEND zelvik_installed_targets zelvik_view)
 endif()
+if(TARGET zelvik_model)
+  list(APPEND zelvik_installed_targets zelvik_model)
+endif()
 install(
   TARGETS ${zelvik_installed_targets}
   EXPORT zelvikTargets
@@ -33,7 +36,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelvikConfigVersion.cmake
                                  COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zelvikConfig.cmake
               ${PROJECT_BINARY_DIR}/zelvikConfigVersion.cmake cmake/FindOde.cmake
-              cmake/FindTinyXml.cmake
+              cmake/FindTinyXml.cmake cmake/FindAssimp.cmake cmake/FindQhull.cmake
         DESTINATION ${ZELVIK_INSTALL_CMAKEDIR} COMPONENT development)
 
 # The files find their prefix from their own place, so that an installed tree can be moved.
@@ -41,6 +44,7 @@ file(RELATIVE_PATH ZELVIK_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 if(NOT BUILD_SHARED_LIBS)
   set(ZELVIK_PC_STATIC_REQUIRES " libpng")
   set(ZELVIK_VIEW_PC_STATIC_REQUIRES " libpng zlib")
+  set(ZELVIK_MODEL_PC_STATIC_REQUIRES " assimp qhull_r")
 endif()
 foreach(target ${zelvik_installed_targets})
   configure_file(cmake/${target}.pc.in ${PROJECT_BINARY_DIR}/${target}.pc @ONLY)

@@ -28,6 +28,6 @@ if(BUILD_SHARED_LIBS)
   string(PREPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
          "${zelvik_runtime_package} (= ${PROJECT_VERSION}), ")
 else()
-  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libpng-dev, zlib1g-dev")
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libpng-dev, zlib1g-dev, libassimp-dev, libqhull-dev")
 endif()
 include(CPack)

@@ -11,9 +11,10 @@
 #   --viewer       also what the page of replays is built from and tested with
 set -euo pipefail
 
-# zlib and JSON: replays. make and pkg-config: projects of users, by the lines of docs/install.md.
+# zlib and JSON: replays. assimp, qhull and xxhash: robots as they are published. make and
+# pkg-config: projects of users, by the lines of docs/install.md.
 packages=(g++ ninja-build make pkg-config libode-dev libtinyxml-dev libpng-dev libeigen3-dev
-          libgtest-dev zlib1g-dev nlohmann-json3-dev)
+          libgtest-dev zlib1g-dev nlohmann-json3-dev libassimp-dev libqhull-dev libxxhash-dev)
 wants_clang=
 for option in "$@"; do
   case $option in
