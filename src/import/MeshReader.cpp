@@ -172,9 +172,8 @@ class SceneReader {
 };
 
 /// Whether the materials of the scene are those of the file and not the loader's own.
-bool hasOwnColors(const std::string& extension, const std::vector<fs::path>& opened) {
-  if (extension == ".dae") return true;
-  return extension == ".obj" && opened.size() > 1;  // its material file
+bool hasOwnColors(const std::string& extension, const std::vector<fs::path>& companions) {
+  return extension == ".dae" || (extension == ".obj" && !companions.empty());  // material files
 }
 
 std::string readScene(const fs::path& file, const std::string& extension, std::size_t largest,
@@ -190,11 +189,10 @@ std::string readScene(const fs::path& file, const std::string& extension, std::s
     const std::string reason = importer.GetErrorString();
     return reason.empty() ? "it cannot be read" : "it cannot be read: " + reason;
   }
-  const std::string problem =
-      SceneReader(*scene, hasOwnColors(extension, folder->opened()), largest, mesh).read();
   for (const fs::path& opened : folder->opened())
     if (opened != file) mesh.companions.push_back(opened);
-  return problem;
+  const bool hasColors = hasOwnColors(extension, mesh.companions);
+  return SceneReader(*scene, hasColors, largest, mesh).read();
 }
 
 }  // namespace
