@@ -214,6 +214,8 @@ Primitive fitPrimitive(const ConvexHull& hull) {
   Primitive best =
       *std::min_element(tries.begin(), tries.end(),
                         [](const Primitive& a, const Primitive& b) { return a.volume < b.volume; });
+  // What is round all over is a ball, not a capsule of next to no length.
+  if (tries.front().volume < 1.01 * best.volume) best = tries.front();
   best.error = distanceBetween(best, hull);
   return best;
 }
