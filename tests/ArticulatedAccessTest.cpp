@@ -81,6 +81,10 @@ TEST(ArticulatedAccess, IndicesAndCountsOutOfRangeAreRefused) {
        {"unknown body id", [](AS& s) { EXPECT_EQ(s.getBodyIdx("nobody"), SIZE_MAX); }},
        {"unknown frame id", [](AS& s) { EXPECT_EQ(s.getFrameIdxByName("nowhere"), SIZE_MAX); }},
        {"the Jacobian has room for ", [&](AS& s) { s.getSparseJacobian_internal(2, p, tooSmall); }},
+       {"setBasePos: 3 x 1 values are needed, 2 x 1 are given",
+        [](AS& s) { s.setBasePos(Eigen::VectorXd(2)); }},
+       {"setBaseOrientation: 3 x 3 values are needed, 2 x 4 are given",
+        [](AS& s) { s.setBaseOrientation(Eigen::MatrixXd(2, 4)); }},
        {"computeNonlinearities: the vector has 1 entries",
         [&](AS& s) { s.computeNonlinearities(Vec3{}, one); }},
        {"the matrix is 1 by 2", [&](AS& s) { s.computeMassMatrix(narrow); }},
@@ -111,6 +115,13 @@ TEST(ArticulatedAccess, ShapesOfBodiesTakeTheirParametersOnly) {
        {"setCollisionObjectOrientationOffset: collision object index 4",
         [](AS& s) { s.setCollisionObjectOrientationOffset(4, {}); }}});
 }
+
+template <typename T>
+concept TurnsABase = requires(AS& s, const T& value) {
+  s.setBaseOrientation(value);
+};
+static_assert(TurnsABase<Eigen::Matrix3d> && TurnsABase<Eigen::MatrixXd>);
+static_assert(!TurnsABase<Eigen::Vector4d> && !TurnsABase<Eigen::VectorXd>);
 
 TEST(ArticulatedAccess, TheBaseTurnsAsTold) {
   const Mat33 quarter{{0.0, 1.0, 0.0, -1.0, 0.0, 0.0, 0.0, 0.0, 1.0}};

@@ -32,8 +32,8 @@ TEST(WorldExport, FormatToTheDigit) {
   World world(kData + "every_attribute.xml");
   EXPECT_EQ(bodyOf(world, "box").getMaterial() + bodyOf(world, "box").getAppearance(), "ared");
   EXPECT_EQ(world.getMaterialManager().getMaterialPairProp("a", "b").friction, 0.3);
-  // The centre of mass is placed before the half turn about x.
-  EXPECT_EQ(bodyOf(world, "box").getComPosition()[2], 4.14159265);
+  // The half turn about x takes the centre of mass, 1 m above the origin, below it.
+  EXPECT_EQ(bodyOf(world, "box").getComPosition()[2], 2.14159265);
   std::string text = exported(world);
   for (size_t at; (at = text.find(kRoot)) != std::string::npos;)
     text.replace(at, kRoot.size(), "ROOT");
@@ -59,6 +59,30 @@ TEST(WorldExport, LoadingAndExportingAgain) {
   EXPECT_EQ(copy.getMaterialManager().getMaterialPairProp("a", "b").friction, 0.8);
   EXPECT_TRUE(copy.getStiffWires().empty());
   EXPECT_EQ(static_cast<Ground&>(bodyOf(copy, "unnamed_6")).getHeight(), 0.0);
+}
+
+TEST(WorldExport, ABodyWithAnOffsetStandsWhereItWasPutAndComesBack) {
+  const Eigen::Quaterniond halfTurn(0.0, 0.0, 0.0, 1.0);
+  const Eigen::Vector3d put(1.0, 2.0, 3.0);
+  World world;
+  world.setGravity({0.0, 0.0, 0.0});
+  for (int form = 0; form < 3; ++form) {
+    Box* box = world.addBox(0.2, 0.2, 0.2, 1.0, "", 1, 0);
+    box->setComOffset({{0.3, 0.0, 0.0}});
+    if (form == 0) box->setPose(put, halfTurn);
+    if (form == 1) box->setPose(put, Eigen::Vector4d(0.0, 0.0, 0.0, 1.0));
+    if (form == 2) box->setPose(put, halfTurn.toRotationMatrix());
+  }
+  exported(world);
+  World copy(temporary.path + "exported.xml");
+  for (World* w : {&world, &copy}) {
+    w->integrate();
+    for (const Object* object : w->getObjList()) {
+      const auto& box = static_cast<const Box&>(*object);
+      EXPECT_LT((box.getBodyPosition().e() - put).norm(), 1e-12);
+      EXPECT_LT((box.getComPosition().e() - Eigen::Vector3d(0.7, 2.0, 3.0)).norm(), 1e-12);
+    }
+  }
 }
 
 TEST(WorldExport, WhatCannotBeLoadedAgain) {

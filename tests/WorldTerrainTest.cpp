@@ -70,7 +70,8 @@ TEST(WorldRay, BadDirectionsHitNothingLongRaysAllAndTheMaskSelects) {
   world.addSphere(0.2, 1.0, "", 4, 8)->setPosition(0, 0, 1.0);  // does not look for group 1
   const Vec3 start{{0.1, 0.05, 3.0}}, down{{0, 0, -1}};
   EXPECT_EQ(world.rayTest(start, down, 10.0, false, 4).count, 2u);  // the map looks for group 1
-  EXPECT_EQ(world.rayTest(start, down, 10.0, false, World::kGroundGroup).count, 1u);
+  EXPECT_EQ(world.rayTest({0.1, 0.05, 3}, {0, 0, -1}, 10.0, false, World::kGroundGroup).count, 1u);
+  EXPECT_EQ(world.rayTest(start.e(), 2.0 * down.e(), 10.0, false, 4).count, 2u);
   EXPECT_EQ(world.rayTest(start, Vec3{}, 10.0).count, 0u);
   EXPECT_EQ(world.rayTest(start, Vec3{{NAN, 0, -1}}, 10.0).count, 0u);
 }

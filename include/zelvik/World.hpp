@@ -9,6 +9,7 @@
 #include <string>
 #include <unordered_map>
 #include <vector>
+#include <zelvik/EigenArguments.hpp>
 #include <zelvik/Materials.hpp>
 #include <zelvik/RayHit.hpp>
 #include <zelvik/contact/BisectionContactSolver.hpp>
@@ -85,8 +86,9 @@ class ZELVIK_API World {
   ///@{
   /// Gravity (m/s^2, world axes) from the next step on.
   void setGravity(const Mat<3, 1>& gravity) { gravity_ = gravity; }
-  void setGravity(const Eigen::Vector3d& gravity) {
-    gravity_ = {{gravity[0], gravity[1], gravity[2]}};
+  template <typename Derived, typename = IfVector3<Derived>>
+  void setGravity(const Eigen::MatrixBase<Derived>& gravity) {
+    readArgument(gravity, "setGravity", gravity_);
   }
   ///@}
   /// (m/s^2, world axes)
@@ -319,11 +321,15 @@ class ZELVIK_API World {
   /// @param mask groups that the ray sees; the ray itself is of group 1
   const RayHitList& rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direction, double length,
                             bool reserved = false, unsigned long mask = kAllMask);
-  const RayHitList& rayTest(const Eigen::Matrix<double, 3, 1>& start,
-                            const Eigen::Matrix<double, 3, 1>& direction, double length,
+  template <typename Start, typename Direction, typename = IfVector3<Start>,
+            typename = IfVector3<Direction>>
+  const RayHitList& rayTest(const Eigen::MatrixBase<Start>& start,
+                            const Eigen::MatrixBase<Direction>& direction, double length,
                             bool reserved = false, unsigned long mask = kAllMask) {
-    return rayTest(Mat<3, 1>{{start[0], start[1], start[2]}},
-                   Mat<3, 1>{{direction[0], direction[1], direction[2]}}, length, reserved, mask);
+    Mat<3, 1> from{}, along{};
+    const bool ok =
+        readArgument(start, "rayTest", from) && readArgument(direction, "rayTest", along);
+    return rayTest(from, ok ? along : Mat<3, 1>{}, length, reserved, mask);
   }
   ///@}
   /// Simulated time since construction, the world file's start or `resetHistory` (s).

@@ -42,10 +42,9 @@ bool readBodyState(const Element& element, SingleBodyObject& body) {
   if (!(state.readMust("pos", position) && state.readIfPresent("quat", quaternion) &&
         state.readIfPresent("linVel", linear) && state.readIfPresent("angVel", angular)))
     return false;
-  // The position comes first and places the centre of mass with the orientation that stands: a body
-  // with both a "com" and a "quat" starts with its centre of mass where the unturned body has it.
-  body.setPosition(position);
+  // In this order the position places the centre of mass, too.
   body.setOrientation(quaternion);
+  body.setPosition(position);
   body.setVelocity(linear, angular);
   return true;
 }

@@ -114,20 +114,19 @@ class ZELVIK_API SingleBodyObject : public Object {
   void setOrientation(const double (&q)[4]) { setOrientation(q[0], q[1], q[2], q[3]); }
   ///@}
   ///@{
-  /// `setPosition`, then `setOrientation`: a body with a centre-of-mass offset keeps the centre of
-  /// mass that its former orientation gave, and jumps at the next step; call the two in the other
-  /// order for such a body.
+  /// `setOrientation`, then `setPosition`, so that the centre of mass follows and the body stands
+  /// where it was put.
   virtual void setPose(const Eigen::Vector3d& p, const Eigen::Quaterniond& q) {
-    setPosition(p);
     setOrientation(q);
+    setPosition(p);
   }
   virtual void setPose(const Eigen::Vector3d& p, const Eigen::Vector4d& q) {
-    setPosition(p);
     setOrientation(q);
+    setPosition(p);
   }
   virtual void setPose(const Eigen::Vector3d& p, const Eigen::Matrix3d& R) {
-    setPosition(p);
     setOrientation(R);
+    setPosition(p);
   }
   ///@}
   ///@{

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include <zelvik/EigenArguments.hpp>
 #include <zelvik/SparseJacobian.hpp>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
@@ -219,16 +220,20 @@ class ZELVIK_API ArticulatedSystem : public Object {
   ///@{
   /// Moves the root, also a fixed one, to `pos` (m, world axes).
   void setBasePos(const Mat<3, 1>& pos);
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setBasePos(const Eigen::MatrixBase<Derived>& pos) {
-    setBasePos(Mat<3, 1>{{pos(0), pos(1), pos(2)}});
+    Mat<3, 1> p;
+    if (readArgument(pos, "setBasePos", p)) setBasePos(p);
   }
   ///@}
   ///@{
   /// Turns the root, also a fixed one; `rot` maps body to world.
   void setBaseOrientation(const Mat<3, 3>& rot);
-  template <typename Derived>
-  void setBaseOrientation(const Eigen::MatrixBase<Derived>& rot);
+  template <typename Derived, typename = IfMatrix33<Derived>>
+  void setBaseOrientation(const Eigen::MatrixBase<Derived>& rot) {
+    Mat<3, 3> R;
+    if (readArgument(rot, "setBaseOrientation", R)) setBaseOrientation(R);
+  }
   ///@}
   /// Quaternion w, x, y, z. Fatal: "This method is only for floating base".
   void getBaseOrientation(Mat<4, 1>& quat) const;
@@ -549,7 +554,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
     std::ofstream(fileName, std::ios::trunc) << modelText_;
     return true;
   }
-  /// Directory of the URDF file.
+  /// Name of the directory that holds the URDF file, without those above it: "b" for
+  /// "/a/b/c.urdf". The file name itself if it was given without a directory; empty for text and
+  /// for a tree. The whole directory is that of `getModelPath`.
   const std::string& getModelTopDirectory() const { return modelTopDirectory_; }
   /// Directory of the mesh files.
   const std::string& getResourceDirectory() const { return resourceDir_; }
@@ -842,14 +849,6 @@ class ZELVIK_API ArticulatedSystem : public Object {
   VecDyn rkDelta1_, rkDelta2_, rkDelta3_, rkDelta4_;
   std::vector<SparseJacobian> externalForceJacobians_;  ///< parallel to the pending forces
 };
-
-template <typename Derived>
-inline void ArticulatedSystem::setBaseOrientation(const Eigen::MatrixBase<Derived>& rot) {
-  Mat<3, 3> R;
-  for (int j = 0; j < 3; ++j)
-    for (int i = 0; i < 3; ++i) R(static_cast<size_t>(i), static_cast<size_t>(j)) = rot(i, j);
-  setBaseOrientation(R);
-}
 
 inline void ArticulatedSystem::setForceLimits(const Eigen::VectorXd& lower,
                                               const Eigen::VectorXd& upper) {
