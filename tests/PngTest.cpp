@@ -99,6 +99,18 @@ TEST(Png, Faults) {
   }
 }
 
+// An image of zeros is a small file. It is refused before libpng, which would complain of missing
+// data, is asked for a row.
+TEST(Png, TooManySamplesAreRefusedBeforeTheyTakeMemory) {
+  for (const unsigned int height : {8192u, 4096u}) {
+    testing::internal::CaptureStderr();
+    messages::expect("libpng fialed to read the png info", [&] {
+      valuesOf(PngImage{16384, height, 8, 0, ""}.file());
+    });
+    EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), height == 8192) << height;
+  }
+}
+
 TEST(Png, BecomesAHeightMap) {
   const OdeScope ode;
   const auto missing = [] { HeightMap(0, 0, "no.png", 1, 1, 1, 0); };

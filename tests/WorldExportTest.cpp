@@ -123,6 +123,47 @@ TEST(WorldExport, RobotFromText) {
             "ArticulatedSystem.hpp: Articulated System is only saved to a URDF format");
 }
 
+TEST(WorldExport, RobotsFromTextGetFilesOfTheirOwn) {
+  const auto text = [](const std::string& link) {
+    return "<robot name='r'><link name='world'/><link name='" + link +
+           "'/><joint name='j' type='fixed'><parent link='world'/><child link='" + link +
+           "'/></joint></robot>";
+  };
+  World world;
+  const std::string there = temporary.write("twin_2.urdf", text("fromFile"));
+  messages::of([&] {
+    world.addArticulatedSystem(there)->setName("twin");
+    for (const std::string name : {"twin", "twin", "twin", "a/../b", "a__b"})
+      world.addArticulatedSystem(text(name + std::to_string(world.getObjList().size())), ".")
+          ->setName(name);
+  });
+  exported(world);
+  // None has a coordinate: an empty list reads as no values.
+  EXPECT_EQ(messages::of([&] {
+              const World copy(temporary.path + "exported.xml");
+              ASSERT_EQ(copy.getObjList().size(), world.getObjList().size());
+              for (size_t i = 0; i < copy.getObjList().size(); ++i) {
+                const auto of = [i](const World& w) {
+                  const auto& robot = static_cast<const ArticulatedSystem&>(*w.getObjList()[i]);
+                  return robot.getName() + " " + robot.getBodyNames().at(0);
+                };
+                EXPECT_EQ(of(copy), of(world));
+              }
+            }),
+            "");
+}
+
+TEST(WorldExport, AnOrderOfJointsIsWarnedOf) {
+  World world;
+  messages::of([&] {
+    world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf", "", {"RH_HAA"})->setName("dog");
+    world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf")->setName("cat");
+  });
+  const std::string told = messages::of([&] { world.exportToXml(temporary.path, "dogs.xml"); });
+  EXPECT_NE(told.find("the robot 'dog' was made with an order of joints"), std::string::npos);
+  EXPECT_EQ(told.find("cat"), std::string::npos);
+}
+
 TEST(WorldExport, Faults) {
   World tree, cone, empty;
   messages::of([&] { tree.addArticulatedSystem(Child()); });

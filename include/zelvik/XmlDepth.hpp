@@ -7,10 +7,18 @@
 
 namespace zelvik {
 
-/// Deepest nesting of elements in XML text, found without parsing: the parser recurses and a
-/// hostile document would overflow the stack. Never less than what the parser would reach; for a
-/// document that can be read in two ways (a '>' in quotes in its declaration, a character of
-/// several bytes that breaks off) it is the number of start tags.
-ZELVIK_API size_t xmlNestingDepth(const std::string& text);
+/// How far XML text goes, found without parsing: the parser recurses, so that a hostile document
+/// would overflow the stack, and compares each attribute of an element with all others.
+///
+/// Never less than what the parser would meet. For a document that can be read in two ways (a '>'
+/// in quotes in its declaration, a character of several bytes that breaks off) the depth is the
+/// number of start tags, and the attributes are a twentieth of all '='.
+struct XmlExtent {
+  size_t depth = 0;       ///< deepest nesting of elements
+  size_t attributes = 0;  ///< most attributes of one element
+};
+
+/// The extent of a document.
+ZELVIK_API XmlExtent xmlExtent(const std::string& text);
 
 }  // namespace zelvik

@@ -4,15 +4,13 @@
 
 #include <tinyxml.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 #include <zelvik/LocaleGuard.hpp>
 #include <zelvik/NumberList.hpp>
 #include <zelvik/Path.hpp>
+#include <zelvik/TextFile.hpp>
 #include <zelvik/XmlDepth.hpp>
 #include <zelvik/math.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -30,8 +28,9 @@ namespace zelvik {
 class ZelvikTinyXmlWrapper {
  public:
   /// Reads a file, or parses the argument itself if it holds a '<', and selects the first top
-  /// element called `rootName`. Fatal: a file that cannot be read or parsed, a missing root,
-  /// elements nested more than 1000 deep.
+  /// element called `rootName`. Fatal: a file that cannot be read or parsed or is longer than
+  /// `kLongestText`, a missing root, elements nested more than 1000 deep or with more than 1000
+  /// attributes.
   ZelvikTinyXmlWrapper(const std::string& pathOrText, const std::string& rootName)
       : element_(nullptr) {
     const LocaleGuard guard;
@@ -101,8 +100,8 @@ class ZelvikTinyXmlWrapper {
   /// A `std::string` is copied. An `unsigned long` is converted as `std::stoul` does, exceptions
   /// included ("-1" wraps). A `Mat<n,1>` and a `VecDyn` are number lists (see `NumberList`), whose
   /// exceptions pass through; a `Mat<n,1>` wants exactly n entries, anything else is fatal; a
-  /// `VecDyn` gets as many as there are. Text of an `int` or `double` that is no number leaves
-  /// `out` as it was.
+  /// `VecDyn` gets as many as there are, none for an empty text. Text of an `int` or `double` that
+  /// is no number leaves `out` as it was.
   template <typename T>
   bool getAttributeIfExists(const std::string& name, T& out) const {
     if (text(name) == nullptr) return false;
@@ -150,6 +149,7 @@ class ZelvikTinyXmlWrapper {
 
  private:
   static constexpr size_t kMaxDepth = 1000;
+  static constexpr size_t kMaxAttributes = 1000;
   static constexpr size_t kLongestPath = 4096;  ///< of Linux; more is some file's content
 
   ZelvikTinyXmlWrapper(const ZelvikTinyXmlWrapper& parent, TiXmlElement* element)
@@ -159,33 +159,56 @@ class ZelvikTinyXmlWrapper {
 
   bool parseText(const std::string& xml) {
     fileName_ = "\"URDF from a string\"";
-    if (!isShallow(xml)) return false;
+    if (!isModest(xml)) return false;
     doc_.Parse(xml.c_str(), nullptr, TIXML_ENCODING_UTF8);
     return true;
   }
 
-  /// The parser is never shown a directory: it would take its size for that of a file.
+  /// The parser is never shown a file, only its text: it would open a pipe a second time, and take
+  /// the size of a directory for that of a file.
   bool loadFile(const std::string& path) {
     if (path.size() > kLongestPath) {
       MSG_FATAL("cannot read file: '" << path << "'");
       return false;
     }
     fileName_ = Path(path).getString();
-    std::error_code ignored;
-    std::ifstream file(path, std::ios::binary);
-    if (file && !std::filesystem::is_directory(path, ignored)) {
-      const std::string xml{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-      if (!isShallow(xml)) return false;
-      if (doc_.LoadFile(path.c_str())) return true;
+    std::string xml;
+    const TextRead read = readTextFile(path, xml);
+    if (read == TextRead::REFUSED) return false;
+    if (read == TextRead::DONE) {
+      if (!isModest(xml)) return false;
+      makeLineEndsPlain(xml);
+      doc_.Parse(xml.c_str());
+      if (!doc_.Error()) return true;
     }
     MSG_FATAL("cannot read file: '" << path << "'");
     return false;
   }
 
-  bool isShallow(const std::string& xml) const {
-    if (xmlNestingDepth(xml) <= kMaxDepth) return true;
-    MSG_FATAL("in '" << fileName_ << "' elements are nested deeper than " << kMaxDepth);
-    return false;
+  /// As the parser does with files: a carriage return, with a line feed behind it or not, ends a
+  /// line.
+  static void makeLineEndsPlain(std::string& text) {
+    size_t to = 0;
+    for (size_t from = 0; from < text.size(); ++from) {
+      const bool isReturn = text[from] == '\r';
+      if (isReturn && from + 1 < text.size() && text[from + 1] == '\n') ++from;
+      text[to++] = isReturn ? '\n' : text[from];
+    }
+    text.resize(to);
+  }
+
+  bool isModest(const std::string& xml) const {
+    const XmlExtent extent = xmlExtent(xml);
+    if (extent.depth > kMaxDepth) {
+      MSG_FATAL("in '" << fileName_ << "' elements are nested deeper than " << kMaxDepth);
+      return false;
+    }
+    if (extent.attributes > kMaxAttributes) {
+      MSG_FATAL("in '" << fileName_ << "' an element has more than " << kMaxAttributes
+                       << " attributes");
+      return false;
+    }
+    return true;
   }
 
   const char* text(const std::string& name) const {
@@ -213,6 +236,10 @@ class ZelvikTinyXmlWrapper {
     return true;
   }
   bool convert(const std::string& name, VecDyn& out) const {
+    if (*text(name) == 0) {
+      out.resize(0);
+      return true;
+    }
     const NumberList list(text(name));
     out.resize(list.count());
     list.read(out.data());

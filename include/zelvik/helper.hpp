@@ -18,7 +18,7 @@ namespace zelvik {
 /// Fatal, with `values` empty: "<path> not found"; "Error reading header" for a file of less than
 /// 8 bytes; "<path> is not png"; "libpng failed to read the file"; "libpng fialed to read the png
 /// info" for a damaged file, for lack of memory and for an image of more than 16384 pixels in a
-/// direction; "PNG height map only support bit depth of 8 or 16".
+/// direction or 2^26 (67 million) in all; "PNG height map only support bit depth of 8 or 16".
 /// @param width,height size of the image in pixels
 /// @param values emptied first; its capacity stays
 ZELVIK_API void read_png_file(const char* path, int& width, int& height,

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <fstream>
 #include <zelvik/Path.hpp>
+#include <zelvik/TextFile.hpp>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/urdf.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -19,10 +19,10 @@ void warnAboutJointOrder(const std::vector<std::string>& jointOrder) {
   MSG_WARN(names);
 }
 
-/// Whether the file can be opened and its name says that it holds a robot. Returns false after a
+/// Whether the file can be read and its name says that it holds a robot. Returns false after a
 /// fatal message.
 bool checkModelFile(const std::string& path, const std::string& argument) {
-  if (!std::ifstream(path).is_open()) {
+  if (!isReadable(path)) {
     MSG_FATAL(path << " does not exist");
     return false;
   }
@@ -43,6 +43,7 @@ ArticulatedSystem::ArticulatedSystem(const std::string& urdfPathOrText, const st
   doNotCollideWithParent = option.doNotCollideWithParent;
   ignoreInitialOverlaps_ = option.ignoreInitialOverlaps;
   warnAboutJointOrder(jointOrder);
+  modelJointOrder_ = jointOrder;
   // The loader leaves the root in `rootChild_`, or nothing after a fatal message.
   if (urdfPathOrText.find('<') == std::string::npos) {
     if (prepareModelFile(urdfPathOrText, resDir))
@@ -62,7 +63,8 @@ bool ArticulatedSystem::prepareModelFile(const std::string& argument, const std:
   modelPath_ = path.getString();
   // What is left of a path that was refused.
   if (modelPath_.find("..") != std::string::npos) return false;
-  resourceDir_ = resDir.empty() ? path.getDirectory().getString() : resDir;
+  const bool isBareName = modelPath_.find('/') == std::string::npos;
+  resourceDir_ = !resDir.empty() ? resDir : isBareName ? "." : path.getDirectory().getString();
   robotName_ = modelPath_.substr(modelPath_.rfind('/') + 1);
   modelTopDirectory_ = path.getTopDirectory().getString();
   return checkModelFile(modelPath_, argument);

@@ -13,8 +13,14 @@ size_t behind(const std::string& text, const char* token, size_t length, size_t 
   return found == std::string::npos ? text.size() : found + length;
 }
 
-/// Position of the '>' that ends the start tag at `begin`; quoted values may hold others.
-size_t endOfStartTag(const std::string& text, size_t begin) {
+/// A start tag: where its '>' stands, and how many '=' it has; quoted values may hold others.
+struct StartTag {
+  size_t end = 0;
+  size_t attributes = 0;
+};
+
+StartTag readStartTag(const std::string& text, size_t begin) {
+  StartTag tag{text.size(), 0};
   char quote = 0;
   for (size_t i = begin; i < text.size(); ++i) {
     const char c = text[i];
@@ -22,11 +28,14 @@ size_t endOfStartTag(const std::string& text, size_t begin) {
       if (c == quote) quote = 0;
     } else if (c == '"' || c == '\'') {
       quote = c;
+    } else if (c == '=') {
+      ++tag.attributes;
     } else if (c == '>') {
-      return i;
+      tag.end = i;
+      break;
     }
   }
-  return text.size();
+  return tag;
 }
 
 bool isLetter(char c) {
@@ -45,7 +54,7 @@ bool opensElement(const std::string& text, size_t begin) {
 /// of its attributes.
 bool isAmbiguousDeclaration(const std::string& text, size_t begin) {
   if (text.compare(begin, 2, "<?") != 0) return false;
-  return text.find('>', begin) < endOfStartTag(text, begin);
+  return text.find('>', begin) < readStartTag(text, begin).end;
 }
 
 /// Whether a character of several bytes breaks off. The parser skips as many bytes as the first one
@@ -60,37 +69,42 @@ bool hasBrokenCharacters(const std::string& text) {
   return false;
 }
 
-/// What may be a start tag, hidden by quotes or comments or not: no nesting is deeper.
-size_t countStartTags(const std::string& text) {
-  size_t count = 0;
+/// Takes all that may be a start tag, hidden by quotes or comments or not, for one inside the
+/// other: no nesting is deeper.
+XmlExtent widestExtent(const std::string& text) {
+  constexpr size_t kSharers = 20;  // all attributes in one element are unlikely, and slow only
+  XmlExtent extent;
   for (size_t i = text.find('<'); i < text.size(); i = text.find('<', i + 1))
-    count += opensElement(text, i) ? 1 : 0;
-  return count;
+    extent.depth += opensElement(text, i) ? 1 : 0;
+  extent.attributes = static_cast<size_t>(std::count(text.begin(), text.end(), '=')) / kSharers;
+  return extent;
 }
 
 }  // namespace
 
-size_t xmlNestingDepth(const std::string& text) {
-  if (hasBrokenCharacters(text)) return countStartTags(text);
-  size_t depth = 0, deepest = 0;
+XmlExtent xmlExtent(const std::string& text) {
+  if (hasBrokenCharacters(text)) return widestExtent(text);
+  XmlExtent extent;
+  size_t depth = 0;
   for (size_t i = text.find('<'); i < text.size(); i = text.find('<', i)) {
     if (text.compare(i, 4, "<!--") == 0) {
       i = behind(text, "-->", 3, i + 4);
     } else if (text.compare(i, 9, "<![CDATA[") == 0) {
       i = behind(text, "]]>", 3, i + 9);
     } else if (isAmbiguousDeclaration(text, i)) {
-      return countStartTags(text);
+      return widestExtent(text);
     } else if (!opensElement(text, i)) {
       if (text.compare(i, 2, "</") == 0) depth -= depth > 0;
       i = behind(text, ">", 1, i + 1);
     } else {
-      const size_t end = endOfStartTag(text, i);
-      deepest = std::max(deepest, depth + 1);
-      if (end > i && text[end - 1] != '/') ++depth;
-      i = end;
+      const StartTag tag = readStartTag(text, i);
+      extent.depth = std::max(extent.depth, depth + 1);
+      extent.attributes = std::max(extent.attributes, tag.attributes);
+      if (tag.end > i && text[tag.end - 1] != '/') ++depth;
+      i = tag.end;
     }
   }
-  return deepest;
+  return extent;
 }
 
 }  // namespace zelvik

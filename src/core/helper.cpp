@@ -15,6 +15,8 @@ namespace {
 constexpr size_t kSignatureSize = 8;
 /// Largest width and height (pixels): a forged header must not make us allocate terabytes.
 constexpr png_uint_32 kLargestSide = 16384;
+/// Most samples: 2^26 are half a gigabyte of heights, and compress to next to nothing.
+constexpr size_t kMostSamples = size_t{1} << 26;
 
 /// Everything that a read holds. It lives in the frame below those that call `setjmp`, and the
 /// functions that libpng may leave by a jump have no objects of their own: so nothing is lost.
@@ -71,7 +73,8 @@ bool readPngInfo(PngReader& reader) {
   reader.bitDepth = png_get_bit_depth(reader.png, reader.info);
   png_set_interlace_handling(reader.png);
   png_read_update_info(reader.png, reader.info);
-  return reader.width <= kLargestSide && reader.height <= kLargestSide;
+  return reader.width <= kLargestSide && reader.height <= kLargestSide &&
+         static_cast<size_t>(reader.width) * reader.height <= kMostSamples;
 }
 
 /// One block per row; false if memory runs out.

@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <zelvik/LocaleGuard.hpp>
+#include <zelvik/TextFile.hpp>
 #include <zelvik/object/Mesh.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
@@ -80,11 +81,13 @@ bool readLine(const std::string& line, double scale, ObjContent& content) {
 }
 
 /// Reads all lines; false after a fatal message.
-bool readLines(std::ifstream& stream, const std::string& fileName, double scale,
+bool readLines(const std::string& text, const std::string& fileName, double scale,
                ObjContent& content) {
   const LocaleGuard guard;
   std::string line;
-  while (std::getline(stream, line)) {
+  for (size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+    end = std::min(text.find('\n', begin), text.size());
+    line.assign(text, begin, end - begin);
     ++content.line;
     if (readLine(line, scale, content)) continue;
     MSG_FATAL(fileName << ":" << content.line << ": the vertex '" << line
@@ -112,17 +115,17 @@ bool checkFaces(const ObjContent& content, const std::string& fileName, size_t v
 
 bool Mesh::loadObj(const std::string& fileName, std::vector<float>& vertices,
                    std::vector<unsigned int>& indices, double scale) {
-  std::ifstream stream(fileName);
-  if (!stream.is_open()) {
-    MSG_FATAL(fileName << " is not found.");
-    return false;
-  }
-  if (fileName.substr(fileName.rfind('.') + 1) != "obj") {
+  const bool isThere = isReadable(fileName);
+  if (isThere && fileName.substr(fileName.rfind('.') + 1) != "obj") {
     MSG_FATAL("Only obj files are supported for mesh collision bodies");
     return false;
   }
+  std::string text;
+  const TextRead read = isThere ? readTextFile(fileName, text) : TextRead::UNREADABLE;
+  if (read == TextRead::UNREADABLE) MSG_FATAL(fileName << " is not found.");
+  if (read != TextRead::DONE) return false;
   ObjContent content;
-  if (!readLines(stream, fileName, scale, content)) return false;
+  if (!readLines(text, fileName, scale, content)) return false;
   if (!checkFaces(content, fileName, (vertices.size() + content.vertices.size()) / 3)) return false;
   vertices.insert(vertices.end(), content.vertices.begin(), content.vertices.end());
   indices.insert(indices.end(), content.indices.begin(), content.indices.end());

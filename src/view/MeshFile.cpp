@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string_view>
+#include <zelvik/TextFile.hpp>
 
 namespace zelvik::view {
 
@@ -77,6 +78,7 @@ std::string readObj(const std::string& file, std::size_t mostCorners, MeshData& 
   if (std::filesystem::path(file).extension() != ".obj") return "only obj files are read";
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error)) return "there is no such file";
+  if (std::filesystem::file_size(file, error) > kLongestText) return "it is too long";
   std::ifstream stream(file);
   if (!stream) return "it cannot be read";
   std::string line;

@@ -22,6 +22,15 @@ void writeParameters(const World& world, Writer& root) {
   erp.SetDoubleAttribute("erp2", world.getERP2());
 }
 
+/// Nothing may be written over the world itself or over a robot that it names.
+std::set<std::string> takenFiles(const World& world, const Path& target) {
+  std::set<std::string> taken{target.getString()};
+  for (const Object* object : world.getObjList())
+    if (object->getObjectType() == ARTICULATED_SYSTEM)
+      taken.insert(static_cast<const ArticulatedSystem*>(object)->getModelPath());
+  return taken;
+}
+
 }  // namespace
 
 void World::exportToXml(const std::string& dir, const std::string& fileName) const {
@@ -36,12 +45,13 @@ void World::exportToXml(const std::string& dir, const std::string& fileName) con
   root.element_->SetAttribute("version", "1.0");
   writeParameters(*this, root);
   Writer& objects = root.emplace("objects");
+  worldexport::Files files{directory, takenFiles(*this, target)};
   for (size_t i = 0; i < objectList_.size(); ++i) {
     const Object& object = *objectList_[i];
     const std::string name =
         object.getName().empty() ? "unnamed_" + std::to_string(i) : object.getName();
     Writer& element = objects.emplace(objectTypeToString(object.getObjectType()));
-    if (!worldexport::writeObject(object, directory, name, element)) return;
+    if (!worldexport::writeObject(object, files, name, element)) return;
   }
   writer.save(target.getString());
 }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <set>
 #include <string>
 #include <zelvik/Path.hpp>
 #include <zelvik/World.hpp>
@@ -11,11 +12,16 @@ namespace zelvik::worldexport {
 
 using Writer = ZelvikTinyXmlWriterElement;
 
+/// The files of one export.
+struct Files {
+  Path directory;               ///< put in front of names as it stands
+  std::set<std::string> taken;  ///< that are written, or that robots of the world are read from
+};
+
 /// Writes one object into its element. The order of attributes and children is part of the format.
-/// @param directory where URDF text of a robot goes, put in front of the name as it stands
+/// @param files where the URDF text of a robot goes, to a file of its own
 /// @param name of the object in the file
 /// @return false after a fatal message
-bool writeObject(const Object& object, const Path& directory, const std::string& name,
-                 Writer& element);
+bool writeObject(const Object& object, Files& files, const std::string& name, Writer& element);
 
 }  // namespace zelvik::worldexport

@@ -76,15 +76,36 @@ void writeCompound(const Compound& compound, Writer& element) {
   }
 }
 
+/// A file name for a robot: its own name, but for steps between directories, and a number if there
+/// is such a file in the world.
+std::string newFile(Files& files, std::string name) {
+  for (char& c : name)
+    if (c == '/' || c == '\\') c = '_';
+  for (size_t p = name.find(".."); p != std::string::npos; p = name.find("..", p))
+    name.replace(p, 2, "__");
+  std::string file = (files.directory + name + ".urdf").getString();
+  for (int number = 2; !files.taken.insert(file).second; ++number)
+    file = (files.directory + name + "_" + std::to_string(number) + ".urdf").getString();
+  return file;
+}
+
+/// The order in which joints were asked for is no part of the format.
+void warnAboutJointOrder(const ArticulatedSystem& system, const std::string& name) {
+  if (system.getModelJointOrder().empty()) return;
+  MSG_WARN("the robot '" << name << "' was made with an order of joints, which is not saved: "
+                         << "loading gives its coordinates to other joints");
+}
+
 /// A robot from a file is named by that file; one from text gets a file of its own.
-bool writeSystem(const ArticulatedSystem& system, const Path& directory, const std::string& name,
+bool writeSystem(const ArticulatedSystem& system, Files& files, const std::string& name,
                  Writer& element) {
+  warnAboutJointOrder(system, name);
   const Path resources(system.getResourceDirectory());
   if (resources.getString().find("..") != std::string::npos) return false;  // was refused
   element.element_->SetAttribute("resDir", resources.getString().c_str());
   std::string urdf = system.getModelPath();
   if (urdf.empty()) {
-    urdf = (directory + name + ".urdf").getString();
+    urdf = newFile(files, name);
     if (!system.exportModelText(urdf)) return false;
   }
   element.element_->SetAttribute("urdfPath", urdf.c_str());
@@ -92,8 +113,7 @@ bool writeSystem(const ArticulatedSystem& system, const Path& directory, const s
 }
 
 /// Sizes and sources, by type.
-bool writeShape(const Object& object, const Path& directory, const std::string& name,
-                Writer& element) {
+bool writeShape(const Object& object, Files& files, const std::string& name, Writer& element) {
   Writer& dim = element.emplace("dim");
   switch (object.getObjectType()) {
     case SPHERE:
@@ -128,7 +148,7 @@ bool writeShape(const Object& object, const Path& directory, const std::string& 
       writeCompound(static_cast<const Compound&>(object), element);
       break;
     case ARTICULATED_SYSTEM:
-      return writeSystem(static_cast<const ArticulatedSystem&>(object), directory, name, element);
+      return writeSystem(static_cast<const ArticulatedSystem&>(object), files, name, element);
     default:
       break;
   }
@@ -179,15 +199,14 @@ void writeSystemState(const ArticulatedSystem& system, Writer& state) {
 
 }  // namespace
 
-bool writeObject(const Object& object, const Path& directory, const std::string& name,
-                 Writer& element) {
+bool writeObject(const Object& object, Files& files, const std::string& name, Writer& element) {
   const ObjectType type = object.getObjectType();
   element.element_->SetAttribute("name", name.c_str());
   if (object.getBodyType() == BodyType::KINEMATIC)
     element.element_->SetAttribute("body_type", "kinematic");
   if (object.getBodyType() == BodyType::STATIC)
     element.element_->SetAttribute("body_type", "static");
-  if (!writeShape(object, directory, name, element)) return false;
+  if (!writeShape(object, files, name, element)) return false;
 
   if (type == ARTICULATED_SYSTEM) {
     const auto& system = static_cast<const ArticulatedSystem&>(object);

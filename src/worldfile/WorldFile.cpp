@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <fstream>
-#include <sstream>
+#include <filesystem>
 #include <zelvik/LocaleGuard.hpp>
 #include <zelvik/Path.hpp>
+#include <zelvik/TextFile.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "worldfile/WorldFile.hpp"
@@ -15,13 +15,6 @@ namespace {
 using worldfile::Element;
 
 constexpr char kDirectoryToken[] = "[THIS_DIR]";
-
-/// The whole file; empty for one that cannot be read.
-std::string readFile(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 std::string escapeForXml(const std::string& text) {
   std::string escaped;
@@ -49,16 +42,32 @@ std::string escapeForXml(const std::string& text) {
   return escaped;
 }
 
+/// Whether the file name that goes on at `begin`, up to its quote, has a step to a parent.
+bool climbs(const std::string& text, size_t begin) {
+  const size_t step = text.find("..", begin);
+  return step != std::string::npos && step < text.find_first_of("'\"", begin);
+}
+
+/// A relative path cannot climb above the directory where it starts, see `Path`.
+std::string absoluteOf(const std::string& directory) {
+  if (directory.empty() || directory.front() == '/') return directory;  // of a file in the root
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(directory, error);
+  return error ? directory : (absolute / "").lexically_normal().parent_path().string();
+}
+
 /// Replaces the token throughout, in attributes and comments alike. What is pasted is not looked at
 /// again, so that a directory may itself be called like the token.
 std::string pasteDirectory(const std::string& text, const std::string& directory) {
-  const std::string pasted = escapeForXml(directory);
+  const std::string pasted = escapeForXml(directory),
+                    absolute = escapeForXml(absoluteOf(directory));
   std::string result;
   size_t begin = 0;
   for (size_t token = text.find(kDirectoryToken); token != std::string::npos;
        token = text.find(kDirectoryToken, begin)) {
-    result.append(text, begin, token - begin).append(pasted);
+    result.append(text, begin, token - begin);
     begin = token + sizeof kDirectoryToken - 1;
+    result.append(climbs(text, begin) ? absolute : pasted);
   }
   return result.append(text, begin, std::string::npos);
 }
@@ -128,8 +137,9 @@ World::World(const std::string& configFile) : World() {
   const Path path(configFile);
   configFile_ = path.getString();
   if (configFile_.find("..") != std::string::npos) return;  // what is left of a refused path
-  const std::string text = pasteDirectory(readFile(configFile_), directoryOf(path));
-  readWorld(*this, Element(text, "zelvik"));
+  std::string text;  // stays empty for a file that cannot be read
+  if (readTextFile(configFile_, text) == TextRead::REFUSED) return;
+  readWorld(*this, Element(pasteDirectory(text, directoryOf(path)), "zelvik"));
 }
 
 }  // namespace zelvik

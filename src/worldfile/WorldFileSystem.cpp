@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <fstream>
 #include <zelvik/Path.hpp>
+#include <zelvik/TextFile.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "worldfile/WorldFile.hpp"
@@ -9,14 +9,6 @@
 // Articulated systems of a world file.
 
 namespace zelvik::worldfile {
-
-namespace {
-
-bool canBeOpened(const Path& path) {
-  return std::ifstream(path.getString()).is_open();
-}
-
-}  // namespace
 
 /// Robots often stand in a directory of their own name; so "robot/robot.urdf" is also looked for as
 /// "robot/robot/robot.urdf".
@@ -28,12 +20,13 @@ bool addArticulatedSystem(World& world, const Element& element, const ObjectDesc
   const Path path(urdfPath);
   if (path.getString().find("..") != std::string::npos) return false;  // left of a refused path
   const Path nested(path.getTopDirectory().getString() + "/" + path.getString(), true);
-  if (!canBeOpened(path) && !canBeOpened(nested)) {
+  const bool isThere = isReadable(path.getString());
+  if (!isThere && !isReadable(nested.getString())) {
     MSG_FATAL("Could not find URDF file: " << path.getString());
     return false;
   }
-  object = world.addArticulatedSystem((canBeOpened(path) ? path : nested).getString(),
-                                      resourceDirectory, {}, d.group, d.mask);
+  object = world.addArticulatedSystem((isThere ? path : nested).getString(), resourceDirectory, {},
+                                      d.group, d.mask);
   return true;
 }
 

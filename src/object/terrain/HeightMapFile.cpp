@@ -1,8 +1,10 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
-#include <fstream>
 #include <locale>
+#include <sstream>
+#include <utility>
+#include <zelvik/TextFile.hpp>
 #include <zelvik/helper.hpp>
 #include <zelvik/object/HeightMap.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -23,12 +25,12 @@ void reserveHeights(std::vector<double>& heights, size_t announced) {
 HeightMap::HeightMap(double centerX, double centerY, const std::string& file)
     : SingleBodyObject(HEIGHTMAP) {
   bodyType_ = BodyType::STATIC;
-  std::ifstream stream(file);
+  std::string text;
+  const TextRead read = readTextFile(file, text);
+  if (read == TextRead::UNREADABLE) MSG_FATAL("\n Error opening file.\n");
+  if (read != TextRead::DONE) return;
+  std::istringstream stream(std::move(text));
   stream.imbue(std::locale::classic());
-  if (!stream.is_open()) {
-    MSG_FATAL("\n Error opening file.\n");
-    return;
-  }
   unsigned long xSamples = 0, ySamples = 0;
   double xSize = 0.0, ySize = 0.0;
   if (!(stream >> xSamples >> ySamples >> xSize >> ySize)) {

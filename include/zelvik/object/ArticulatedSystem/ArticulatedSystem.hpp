@@ -538,6 +538,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   const std::string& getModelPath() const { return modelPath_; }
   /// The URDF text that was given; empty for a file and for a tree.
   const std::string& getModelText() const { return modelText_; }
+  /// The order of joints that was given with a URDF model; empty for none.
+  const std::vector<std::string>& getModelJointOrder() const { return modelJointOrder_; }
   /// Writes the URDF text that the system was made from; a failed write goes unnoticed. Fatal:
   /// "This articulated system was created with an existing urdf file" (or from a tree: there is no
   /// text), "Articulated System is only saved to a URDF format" for a name without ".urdf".
@@ -773,6 +775,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   std::vector<CoordinateFrame> frames_;
   std::vector<std::string> bodyNames_, jointNames_;
   std::string resourceDir_, robotName_, modelTopDirectory_, modelPath_, modelText_;
+  std::vector<std::string> modelJointOrder_;
 
   // ---- shapes: written by `init` ----------------------------------------------------------------
   std::vector<CollisionDefinition> collisionBodies_;
