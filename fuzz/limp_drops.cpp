@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <random>
 #include <regex>
 #include <sstream>
@@ -39,7 +40,8 @@ struct Options {
 
 struct Robot {
   std::string name, text;
-  int shape;  ///< the one that is enlarged, counted from 0
+  int shape;      ///< the one that is enlarged, counted from 0
+  double height;  ///< of the base at the start (m)
 };
 
 /// A body with four legs of two joints each, the knees beside the trunk. 2.4 kg.
@@ -142,7 +144,13 @@ struct Outcome {
   double speed = 0.0;  ///< sqrt(2 E_kin / m), mean over the last second (m/s)
 };
 
-Outcome drop(const std::string& text, unsigned seed, double seconds) {
+void setRotation(double* quaternion, const std::array<double, 4>& direction) {
+  double norm2 = 0.0;
+  for (const double x : direction) norm2 += x * x;
+  for (size_t k = 0; k < 4; ++k) quaternion[k] = direction[k] / std::sqrt(norm2);
+}
+
+Outcome drop(const std::string& text, double height, unsigned seed, double seconds) {
   std::mt19937 generator(seed);
   const auto number = [&] { return static_cast<double>(generator()) / 2147483648.0 - 1.0; };
   World world;
@@ -150,11 +158,14 @@ Outcome drop(const std::string& text, unsigned seed, double seconds) {
   world.addGround();
   ArticulatedSystem* robot = world.addArticulatedSystem(text, ".");
   VecDyn q = robot->getGeneralizedCoordinate();
-  q[2] = 0.8;
-  double norm2 = 0.0;
-  for (int k = 3; k < 7; ++k) norm2 += (q[k] = number()) * q[k];
-  for (int k = 3; k < 7; ++k) q[k] /= std::sqrt(norm2);
-  for (unsigned long k = 7; k < q.n; ++k) q[k] = 0.3 * number();
+  q[2] = height;
+  for (size_t i = 0; i < robot->getBodyCount(); ++i) {
+    double* joint = &q[robot->getGcStart()[i] + (i == 0 ? 3 : 0)];
+    if (i == 0 || robot->getJointType(i) == zelvik::Joint::SPHERICAL)
+      setRotation(joint, {i == 0 ? number() : 1.0, 0.3 * number(), 0.3 * number(), 0.3 * number()});
+    else
+      *joint = 0.3 * number();
+  }
   robot->setGeneralizedCoordinate(q);
   const zelvik::Mat<3, 1> gravity{{0.0, 0.0, -9.81}};
   const double scale = robot->getPotentialEnergy(gravity), mass = robot->getCompositeMass()[0];
@@ -183,7 +194,7 @@ bool report(const Robot& robot, bool all, double depth, const Options& options) 
   std::vector<double> gains;
   double fastest = 0.0;
   for (int seed = 1; seed <= options.seeds; ++seed) {
-    const Outcome outcome = drop(text, static_cast<unsigned>(seed), options.seconds);
+    const Outcome outcome = drop(text, robot.height, static_cast<unsigned>(seed), options.seconds);
     if (!outcome.isFinite) {
       ++broken;
       continue;
@@ -206,6 +217,7 @@ bool report(const Robot& robot, bool all, double depth, const Options& options) 
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::cout.rdbuf(nullptr);  // each robot would be warned of
   Options options;
   for (int i = 1; i + 1 < argc; i += 2) {
     const char* value = argv[i + 1];
@@ -216,9 +228,9 @@ int main(int argc, char** argv) {
     if (std::strcmp(argv[i], "--robot") == 0) options.robot = value;
     if (std::strcmp(argv[i], "--shapes") == 0) options.shapes = value;
   }
-  const Robot robots[] = {{"quadruped", modelText("quadruped.urdf"), 2},
-                          {"humanoid", modelText("humanoid.urdf"), 3},
-                          {"crab", crab(), 2}};
+  const Robot robots[] = {{"quadruped", modelText("quadruped.urdf"), 2, 0.8},
+                          {"humanoid", modelText("humanoid.urdf"), 3, 1.4},
+                          {"crab", crab(), 2, 0.5}};
   bool isGood = true;
   for (const Robot& robot : robots) {
     if (!options.robot.empty() && options.robot != robot.name) continue;
