@@ -256,6 +256,21 @@ TEST(ContactSolver, ASlidingContactCreatesNoEnergy) {
   EXPECT_GE(minima, 10);
 }
 
+TEST(ContactSolver, APairOfOneSystemThatCanHardlyPartAimsLower) {
+  // Sticking, the normal moves with 1 - 0.999^2 = 0.002 only; a target costs 1/2 t^2 / 0.002.
+  const Mat33 D{{1, 0, 0.999, 0, 1, 0, 0.999, 0, 1}};
+  const double mobility = 1.0 - 0.999 * 0.999, t = 0.3 * 0.01;
+  for (const double mass : {0.0, 100.0, 10.0}) {
+    ContactProblemList problems{makeProblem(D, Vec3{}, 2.0, -0.01)};
+    problems[0].systemMass_ = mass;
+    BisectionContactSolver solver;
+    solver.solve(problems);
+    const double work = 0.5 * dot(problems[0].imp_, velocityAfter(problems[0]));
+    const double limit = mass == 10.0 ? 0.5 * t * t * mass / 0.1 : 0.5 * t * t / mobility;
+    EXPECT_NEAR(work, limit, 1e-9 * limit) << mass;
+  }
+}
+
 TEST(ContactSolver, SingularBlocksAreSolvedInTheirSubspace) {
   // A point on a hinge: it moves along one line only; its normal velocity must reach the target.
   const Vec3 g{{0.3, 0.0, 1.0}};

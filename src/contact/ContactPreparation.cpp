@@ -7,6 +7,28 @@
 
 namespace zelvik::contact {
 
+namespace {
+
+/// Normal impulse per unit of normal velocity at a contact that sticks (kg).
+double stickingMass(const Single3DContactProblem& p) {
+  if (p.rank_ == Single3DContactProblem::FULL) return p.delassusInv_(2, 2);
+  const Mat<2, 1> n{{p.planeBasis_[0][2], p.planeBasis_[1][2]}};
+  const Mat<2, 1> k = p.delassus22Inv_ * n;
+  return n[0] * k[0] + n[1] * k[1];
+}
+
+/// A target t costs a contact that sticks the energy 1/2 t^2 m, with m its sticking mass. Between
+/// two bodies of one system that can hardly part, m is beyond all bounds, and a centimetre of
+/// overlap can cost more energy than the robot has: there the target falls with the mobility, so
+/// that the energy stays below 1/2 t^2 M / 0.1, with M the mass of the system.
+void fadeTarget(Single3DContactProblem& p) {
+  const double heaviest = p.systemMass_ / Single3DContactProblem::kLeastSystemMobility;
+  const double mass = stickingMass(p);
+  if (mass > heaviest && p.targetVelZ_ > 0.0) p.targetVelZ_ *= std::sqrt(heaviest / mass);
+}
+
+}  // namespace
+
 void ContactPreparation::prepare(Single3DContactProblem& p, double normalVelocity) const {
   using Problem = Single3DContactProblem;
   const Mat33& D = p.delassus_;
@@ -34,6 +56,7 @@ void ContactPreparation::prepare(Single3DContactProblem& p, double normalVelocit
   storeLastColumn(p.tangentMap_.v + 3, x, y);
   if (p.mu_ == 0.0) p.imp_[0] = p.imp_[1] = 0.0;
   if (p.rank_ == Problem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
+  if (p.systemMass_ > 0.0) fadeTarget(p);
 }
 
 }  // namespace zelvik::contact

@@ -50,9 +50,8 @@ void addBlocks(const Mat33& a, const Mat33& b, Mat33& sum) {
 /// Whether two points of one system can part: a normal mobility that is nothing beside that of the
 /// whole system belongs to links that are joined, however their shapes overlap. To take such an
 /// overlap out would only pump energy in. Links that can touch and part have 10 and more.
-bool canPart(const ArticulatedSystem& system, const Mat33& D) {
-  constexpr double kLeastMobility = 0.1;
-  return !(D(2, 2) * system.getCompositeMass()[0] < kLeastMobility);
+bool canPart(const Problem& p) {
+  return !(p.delassus_(2, 2) * p.systemMass_ < Problem::kLeastSystemMobility);
 }
 
 size_t couplingCount(Object& object) {
@@ -164,8 +163,8 @@ void World::assembleTwoSided(Object& object, size_t i, Problem& p) {
   if (c.selfCollision_) {
     p.impactVel_ = c.impactVel_;
     p.delassus_ = ownBlock(object, i);
-    if (!canPart(static_cast<ArticulatedSystem&>(object), p.delassus_))
-      p.rank_ = Problem::NOTHING_MOVES;
+    p.systemMass_ = static_cast<ArticulatedSystem&>(object).getCompositeMass()[0];
+    if (!canPart(p)) p.rank_ = Problem::NOTHING_MOVES;
   } else {
     p.impactVel_ = c.impactVel_ - q.getImpactVel(k);
     addBlocks(ownBlock(object, i), ownBlock(q, k), p.delassus_);

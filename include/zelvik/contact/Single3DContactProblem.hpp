@@ -23,6 +23,8 @@ struct ZELVIK_API Single3DContactProblem {
   static constexpr double kFrictionless = 0.0001;
   /// D(2,2) below which nothing moves at a contact (1/kg).
   static constexpr double kLeastMobility = 1e-6;
+  /// Normal mobility of two bodies of one system, times its mass, below which they count as joined.
+  static constexpr double kLeastSystemMobility = 0.1;
 
   /// Meaning of `rank_`.
   enum Rank : unsigned int {
@@ -56,6 +58,8 @@ struct ZELVIK_API Single3DContactProblem {
   /// Normal velocity above which the contact opens, by the solver (m/s): 0, or the target where a
   /// surface layer makes that negative.
   double openingVelZ_ = 0.0;
+  /// Of the articulated system two of whose bodies touch (kg); 0 for contacts of other kinds.
+  double systemMass_ = 0.0;
   Object* objA_ = nullptr;  ///< object whose velocity is queried and updated on the A side, or null
   Object* objB_ = nullptr;  ///< the same on the B side
   unsigned int rank_ = FULL;            ///< see `Rank`
