@@ -129,11 +129,12 @@ TEST(Collision, ASelfCollisionIsMergedOnce) {
     world.integrate2();
   });
   ASSERT_EQ(robot->getContacts().size(), 2u);
-  const Mat33 once = world.getContactProblems().front().delassus_;
+  MatDyn once, twice;
+  robot->getContactResponse(0, once);
   world.integrate2();
-  const Mat33 twice = world.getContactProblems().front().delassus_;
-  for (size_t i = 0; i < 9; ++i) EXPECT_EQ(once[i], twice[i]);
-  EXPECT_GT(once(0, 0) + once(1, 1) + once(2, 2), 0.1);
+  robot->getContactResponse(0, twice);
+  EXPECT_EQ((once.e() - twice.e()).norm(), 0.0);
+  EXPECT_GT(once.e().norm(), 10.0);
 }
 
 TEST(Collision, NothingAtAllIsRefused) {
