@@ -31,7 +31,7 @@ class PairSearch {
   /// the next call.
   void clear();
   void append(dGeomID geom, bool isDynamic);
-  size_t geomCount() const { return geoms_.size(); }
+  size_t geomCount() const { return list_.size(); }
   const std::vector<Pair>& findPairs(bool sorted);
   ///@}
 
@@ -46,6 +46,11 @@ class PairSearch {
  private:
   using Bits = unsigned long __attribute__((vector_size(32)));
 
+  struct Listed {
+    dGeomID geom;
+    unsigned long moves;  ///< see `Group::moves`
+    bool operator==(const Listed&) const = default;
+  };
   /// Where a geom begins, and its place in the list.
   struct Begin {
     double x;
@@ -60,16 +65,21 @@ class PairSearch {
 
   static bool isBefore(const Begin& a, const Begin& b);
   void sortBegins();
+  void startBegins();
+  template <bool sorted>
+  const std::vector<Pair>& findPairs();
+  template <bool sorted>
+  std::uint32_t placeOf(size_t i) const;
+  template <bool sorted>
   void writeGroup(size_t first, Group& group);
   template <bool sorted>
   void appendPairsOf(size_t geom);
 
-  std::vector<dGeomID> geoms_;                  ///< enabled ones, in the order of the list
-  std::vector<unsigned long> moves_;            ///< see `Group::moves`, by place
-  std::vector<dGeomID> lastGeoms_;              ///< those for which `begins_` is sorted
-  bool areOthers_ = true, wereSorted_ = false;  ///< than in the last call
-  std::vector<Begin> begins_;                   ///< in the order of the search
-  std::vector<Group> groups_;                   ///< of the same
+  std::vector<Listed> list_;      ///< enabled geoms, in the order in which they were given
+  std::vector<Listed> lastList_;  ///< for which `begins_` is sorted
+  bool wereSorted_ = false;
+  std::vector<Begin> begins_;  ///< in the order of a sorted search
+  std::vector<Group> groups_;  ///< in the order of the search
   std::vector<Pair> pairs_;
 };
 

@@ -21,6 +21,17 @@ constexpr int kOwnSearchGeoms = 40;
 /// Geoms from which on the automatic broad phase sorts them, see docs/performance.md.
 constexpr size_t kManyGeoms = 40;
 
+/// Whether the geoms of an object take part: not those of one that was put into the list by hand.
+bool isPartOf(dSpaceID space, const Object& object) {
+  if (object.getObjectType() == ARTICULATED_SYSTEM) {
+    const auto& shapes = static_cast<const ArticulatedSystem&>(object).getCollisionBodies();
+    return !shapes.empty() && shapes[0].colObj != nullptr &&
+           dGeomGetSpace(shapes[0].colObj) == space;
+  }
+  const auto& body = static_cast<const SingleBodyObject&>(object);
+  return body.getGeomCount() > 0 && dGeomGetSpace(body.getGeom(0)) == space;
+}
+
 }  // namespace
 
 /// ODE's callback for a pair whose boxes meet. Nothing may fly through ODE, which would stay locked
@@ -83,10 +94,12 @@ void World::listGeoms() {
   for (const bool isStatic : {false, true})
     for (size_t i = objectList_.size(); i-- > 0;) {
       const Object& object = *objectList_[i];
-      if ((object.getBodyType() == BodyType::STATIC) != isStatic) continue;
+      if ((object.getBodyType() == BodyType::STATIC) != isStatic || !isPartOf(worldSpace_, object))
+        continue;
+      // Of what is not static as a whole only the root may not be moved by forces.
+      const bool isRootDynamic = object.getBodyType(0) == BodyType::DYNAMIC;
       forEachGeomFromLast(object, [&](dGeomID geom, size_t body) {
-        if (dGeomGetSpace(geom) != worldSpace_) return;  // of an object that was put into the list
-        pairSearch_->append(geom, object.getBodyType(body) == BodyType::DYNAMIC);
+        pairSearch_->append(geom, body > 0 || isRootDynamic);
       });
     }
 }
