@@ -17,6 +17,11 @@ namespace zelvik {
 /// "None" for every index of the library.
 inline constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
+template <unsigned long n, unsigned long m>
+struct Mat;
+template <unsigned long n, unsigned long m, typename Derived>
+Mat<n, m> toMat(const Eigen::MatrixBase<Derived>& a);
+
 /// Matrix of fixed size, stored in place and column-major: element (i, j) is value i + j * n.
 ///
 /// An aggregate over one array with nothing beside it, so an array of `Mat<3,1>` is a plain run of
@@ -80,12 +85,16 @@ struct Mat {
   }
   ///@}
 
+  /// The same size in Eigen.
+  using EigenType = Eigen::Matrix<double, static_cast<int>(n), static_cast<int>(m)>;
   /// Takes the values of an Eigen matrix or expression, see `toMat`.
   template <typename Derived>
-  Mat& operator=(const Eigen::MatrixBase<Derived>& a);
+  Mat& operator=(const Eigen::MatrixBase<Derived>& a) {
+    return *this = toMat<n, m>(a);
+  }
   /// The values as an Eigen matrix: `Eigen::Vector3d p = box->getComPosition();`
-  operator Eigen::Matrix<double, static_cast<int>(n), static_cast<int>(m)>() const {  // NOLINT
-    Eigen::Matrix<double, static_cast<int>(n), static_cast<int>(m)> a;
+  operator EigenType() const {  // NOLINT: converts
+    EigenType a;
     for (std::size_t i = 0; i < n * m; ++i) a.coeffRef(static_cast<Eigen::Index>(i)) = v[i];
     return a;
   }
@@ -136,12 +145,6 @@ inline Mat33 toMat33(const Eigen::MatrixBase<Derived>& a) {
   return toMat<3, 3>(a);
 }
 ///@}
-
-template <unsigned long n, unsigned long m>
-template <typename Derived>
-inline Mat<n, m>& Mat<n, m>::operator=(const Eigen::MatrixBase<Derived>& a) {
-  return *this = toMat<n, m>(a);
-}
 
 template <unsigned long n, unsigned long m>
 inline Mat<n, m> operator+(Mat<n, m> a, const Mat<n, m>& b) {

@@ -16,9 +16,9 @@ class ZELVIK_API Box : public SingleBodyObject {
   Box(double x, double y, double z, double mass);
   const Mat<3, 1>& getDimensions() const { return dimensions_; }  ///< full lengths (m)
   ///@{
-  /// Changes the size between steps. The centre, the mass and the velocity stay; the inertia
-  /// becomes that of the solid box, also if another one had been set.
-  /// @param x,y,z full lengths (m), finite and above 0; otherwise fatal, and nothing changes
+  /// Changes the size between steps; full lengths (m), finite and above 0, otherwise fatal, and
+  /// nothing changes. The centre, the mass and the velocity stay; the inertia becomes that of the
+  /// solid box, also if another one had been set.
   void setDimensions(double x, double y, double z);
   void setDimensions(const Mat<3, 1>& lengths) {
     setDimensions(lengths[0], lengths[1], lengths[2]);

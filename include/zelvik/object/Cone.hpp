@@ -27,6 +27,7 @@ class ZELVIK_API Cone : public SingleBodyObject {
   const Mat<3, 1>& getCollisionPosition() const { return collisionPos_; }
 
   void updateCollision() override;
+  /// The other forms leave the centre of mass where it is.
   using SingleBodyObject::setOrientation;
   ///@{
   /// Turns the body and its centre of mass about the body's origin.

@@ -78,10 +78,15 @@ class ZELVIK_API SingleBodyObject : public Object {
   void updateTimeStepIfNecessary(double dt) override;
   void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) override;
 
+  /// The same for Eigen types, see `Object`.
   using Object::getOrientation;
+  /// The same for Eigen types, see `Object`.
   using Object::getPosition;
+  /// The same for Eigen types, see `Object`.
   using Object::getVelocity;
+  /// The same for Eigen types, see `Object`.
   using Object::setExternalForce;
+  /// The same for Eigen types, see `Object`.
   using Object::setExternalTorque;
 
   ///@{

@@ -152,10 +152,15 @@ class ZELVIK_API ArticulatedSystem : public Object {
   // Overloads for Eigen types are templates, so that braces mean a `Mat`. Those of the object
   // interface stand in `Object`.
 
+  /// The same for Eigen types, see `Object`.
   using Object::getOrientation;
+  /// The same for Eigen types, see `Object`.
   using Object::getPosition;
+  /// The same for Eigen types, see `Object`.
   using Object::getVelocity;
+  /// The same for Eigen types, see `Object`.
   using Object::setExternalForce;
+  /// The same for Eigen types, see `Object`.
   using Object::setExternalTorque;
 
   // ---- state ----------------------------------------------------------------------------------
