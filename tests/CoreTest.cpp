@@ -68,9 +68,18 @@ TEST(Rotation, QuaternionAndMatrixAgreeWithEigen) {
     ASSERT_LT((S.e() - e.toRotationMatrix()).norm(), 4e-15);
   }
   Mat33 R;
-  // Not rotations: the product's third column is rebuilt, its own would be (0, 0, 5).
-  rotmatmul({{1, 2, 0, 0, 1, 0, 0, 0, 5}}, Mat33::identity(), R);
+  // The third column is rebuilt, its own would be (0, 0, 5).
+  rotmatmul({{1, 0, 0, 0, 1, 0, 0, 0, 5}}, Mat33::identity(), R);
   EXPECT_EQ(R(2, 2), 1.0);
+  // Rounding does not grow along a chain of products.
+  R = Mat33::identity();
+  for (int i = 0; i < 10000; ++i) {
+    Mat33 S, RS;
+    quatToRotMat(random.unitQuaternion(), S);
+    rotmatmul(R, S, RS);
+    R = RS;
+  }
+  EXPECT_LT((R.e().transpose() * R.e() - Eigen::Matrix3d::Identity()).norm(), 1e-13);
 }
 
 TEST(Rotation, QuaternionOfEveryBranchAndAtItsTies) {

@@ -96,8 +96,11 @@ inline void rotMatToQuat(const Mat<3, 3>& R, Mat<4, 1>& q) {
   q *= 0.5 / std::sqrt(largest);
 }
 
-/// C = A B for rotation matrices: two columns are products, the third is their cross product, which
-/// keeps the determinant's sign through long chains. C must be neither A nor B.
+/// C = A B for rotation matrices: two columns are products, the third is (c0 x c1) (2 - (|c0|^2 +
+/// |c1|^2) / 2), their cross product where they are of unit length. The factor undoes to first
+/// order what their lengths are off, so that the rounding of a long chain of products does not
+/// double with every one of them (the same step as one of Newton's for the polar factor). C must be
+/// neither A nor B.
 inline void rotmatmul(const Mat<3, 3>& A, const Mat<3, 3>& B, Mat<3, 3>& C) {
   C[0] = A[0] * B[0] + A[3] * B[1] + A[6] * B[2];
   C[1] = A[1] * B[0] + A[4] * B[1] + A[7] * B[2];
@@ -105,9 +108,11 @@ inline void rotmatmul(const Mat<3, 3>& A, const Mat<3, 3>& B, Mat<3, 3>& C) {
   C[3] = A[0] * B[3] + A[3] * B[4] + A[6] * B[5];
   C[4] = A[1] * B[3] + A[4] * B[4] + A[7] * B[5];
   C[5] = A[2] * B[3] + A[5] * B[4] + A[8] * B[5];
-  C[6] = C[1] * C[5] - C[2] * C[4];
-  C[7] = C[2] * C[3] - C[0] * C[5];
-  C[8] = C[0] * C[4] - C[1] * C[3];
+  const double scale = 2.0 - 0.5 * ((C[0] * C[0] + C[1] * C[1] + C[2] * C[2]) +
+                                    (C[3] * C[3] + C[4] * C[4] + C[5] * C[5]));
+  C[6] = scale * (C[1] * C[5] - C[2] * C[4]);
+  C[7] = scale * (C[2] * C[3] - C[0] * C[5]);
+  C[8] = scale * (C[0] * C[4] - C[1] * C[3]);
 }
 
 /// out = R I R^T for a symmetric I. Six entries are computed and mirrored, so the result is
