@@ -155,6 +155,38 @@ CollisionBody shape(Shape::Type type, const std::vector<double>& size) {
   return body;
 }
 
+TEST(Child, NoDepthExhaustsTheStack) {
+  // Built from the leaf, so that nothing is copied: 50 000 joints, every third of them fixed.
+  Child root;
+  for (int i = 50000; i-- > 0;) {
+    Child above;
+    root.jointType = i % 3 == 0 ? Joint::FIXED : Joint::REVOLUTE;
+    root.bodyName = root.jointName = std::to_string(i);
+    (i % 3 == 0 ? above.childrenFixed : above.childrenMovable).push_back(std::move(root));
+    root = std::move(above);
+  }
+  Child copy = root;
+  copy = root;
+  messages::expect(
+      "the tree is more than 2000 joints deep", [&] { ArticulatedSystem system(copy, "."); },
+      messages::OnFatal::GO_ON);
+  std::vector<CoordinateFrame> frames;
+  copy.consumeFixedBodies(frames);
+  EXPECT_EQ(frames.size(), 50000u);
+  EXPECT_EQ(copy.numberOfBodiesFromHere(), 1u + 33333u);
+  EXPECT_EQ(copy.numberOfDOFFromHere(), 33333u);
+}
+
+TEST(VisualObjects, OfAnUnknownShapeAreRefused) {
+  Child node;
+  node.visObjects.resize(2);
+  node.visObjects[0].shape = static_cast<Shape::Type>(6);
+  std::vector<VisObject> output;
+  messages::expect(
+      "unknown shape 6", [&] { node.initVisuals(output); }, messages::OnFatal::GO_ON);
+  EXPECT_EQ(output.size(), 1u);
+}
+
 TEST(CollisionBodies, UnusableShapesAreRefusedBeforeTheyBecomeGeoms) {
   CollisionBody ply = shape(Shape::MESH, {});
   ply.meshFileName = "a.ply";

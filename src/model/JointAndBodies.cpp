@@ -1,8 +1,12 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <iterator>
+#include <utility>
 #include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
+
+#include "model/TreeWalk.hpp"
 
 namespace zelvik {
 
@@ -15,6 +19,18 @@ constexpr size_t kVelocities[4] = {1, 1, 3, 6};
 size_t countOf(const size_t (&table)[4], Joint::Type type) {
   const size_t row = static_cast<size_t>(static_cast<std::int64_t>(type) - 1);
   return row < 4 ? table[row] : 0;
+}
+
+/// Empties the list without recursion: what hangs below a node joins the list before it goes.
+void takeApart(std::vector<Child>& nodes) {
+  while (!nodes.empty()) {
+    Child node = std::move(nodes.back());
+    nodes.pop_back();
+    for (std::vector<Child>* list : {&node.childrenMovable, &node.childrenFixed}) {
+      std::move(list->begin(), list->end(), std::back_inserter(nodes));
+      list->clear();
+    }
+  }
 }
 
 }  // namespace
@@ -57,21 +73,52 @@ void CollisionDefinition::setMaterial(const std::string& material) {
   geomRecord(colObj).materialName = material;
 }
 
+Child::Child(const Child& other) : JointAndBody(other) {
+  struct Copy {
+    const Child* from;
+    Child* to;
+  };
+  std::vector<Copy> open = {{&other, this}};
+  while (!open.empty()) {
+    const Copy copy = open.back();
+    open.pop_back();
+    for (std::vector<Child> Child::*list : {&Child::childrenMovable, &Child::childrenFixed}) {
+      const std::vector<Child>& from = copy.from->*list;
+      std::vector<Child>& to = copy.to->*list;
+      to.resize(from.size());
+      for (size_t i = 0; i < from.size(); ++i) {
+        static_cast<JointAndBody&>(to[i]) = from[i];
+        open.push_back({&from[i], &to[i]});
+      }
+    }
+  }
+}
+
+Child& Child::operator=(const Child& other) {
+  Child copy(other);
+  return *this = std::move(copy);
+}
+
+Child::~Child() {
+  takeApart(childrenMovable);
+  takeApart(childrenFixed);
+}
+
 size_t Child::numberOfBodiesFromHere() const {
-  size_t count = 1;
-  for (const Child& child : childrenMovable) count += child.numberOfBodiesFromHere();
+  size_t count = 0;
+  forEachMovable(*this, [&](const Child&) { ++count; });
   return count;
 }
 
 size_t Child::numberOfGCFromHere() const {
-  size_t count = coordinateCount(jointType);
-  for (const Child& child : childrenMovable) count += child.numberOfGCFromHere();
+  size_t count = 0;
+  forEachMovable(*this, [&](const Child& node) { count += coordinateCount(node.jointType); });
   return count;
 }
 
 size_t Child::numberOfDOFFromHere() const {
-  size_t count = velocityCount(jointType);
-  for (const Child& child : childrenMovable) count += child.numberOfDOFFromHere();
+  size_t count = 0;
+  forEachMovable(*this, [&](const Child& node) { count += velocityCount(node.jointType); });
   return count;
 }
 

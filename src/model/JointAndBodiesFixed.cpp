@@ -5,6 +5,8 @@
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "model/TreeWalk.hpp"
+
 namespace zelvik {
 
 namespace {
@@ -95,6 +97,10 @@ void Child::mergeFixedBody(Child& fixed, std::vector<CoordinateFrame>& frames) {
 }
 
 void Child::consumeFixedBodies(std::vector<CoordinateFrame>& frames) {
+  forEachMovable(*this, [&](Child& node) { node.consumeOwnFixedBodies(frames); });
+}
+
+void Child::consumeOwnFixedBodies(std::vector<CoordinateFrame>& frames) {
   size_t begin = 0;
   while (flattenFixedSweep(begin)) continue;
 
@@ -117,8 +123,6 @@ void Child::consumeFixedBodies(std::vector<CoordinateFrame>& frames) {
   com = c;
   mass = M;
   childrenFixed.clear();
-
-  for (Child& child : childrenMovable) child.consumeFixedBodies(frames);
 }
 
 }  // namespace zelvik

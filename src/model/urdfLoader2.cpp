@@ -7,14 +7,12 @@
 #include <zelvik/urdf.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "model/TreeWalk.hpp"
+
 namespace zelvik {
 namespace urdf {
 
 namespace {
-
-// The tree is walked and destroyed by recursion.
-constexpr size_t kMaxDepth = 2000;
-constexpr size_t kMaxBodies = 100000;
 
 /// Connects the links along the joints, in the order of the joints' names. A link that is only
 /// named by a joint comes into being here.
@@ -195,9 +193,9 @@ bool LoadFromURDF2::isTree(const UrdfLink& link, const UrdfLink& child) const {
 }
 
 bool LoadFromURDF2::isTooLarge(const UrdfLink& link) const {
-  if (depth_ <= kMaxDepth && bodyCount_ <= kMaxBodies) return false;
-  MSG_FATAL("at the link '" << link.name << "' the tree is more than " << kMaxDepth
-                            << " joints deep or has more than " << kMaxBodies << " bodies");
+  if (depth_ <= kMaxTreeDepth && bodyCount_ <= kMaxTreeBodies) return false;
+  MSG_FATAL("at the link '" << link.name << "' the tree is more than " << kMaxTreeDepth
+                            << " joints deep or has more than " << kMaxTreeBodies << " bodies");
   return true;
 }
 

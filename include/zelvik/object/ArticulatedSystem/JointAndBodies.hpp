@@ -110,12 +110,9 @@ class CoordinateFrame {
   Joint::Type jointType = Joint::FIXED;  ///< of the joint
 };
 
-/// A rigid body with the joint that connects it to its parent, and the bodies below it: the input
-/// model of an articulated system, assembled by hand or from URDF. Copied deeply.
-///
-/// A node stands in `childrenFixed` exactly if its joint is `FIXED`, otherwise in
-/// `childrenMovable`. The joint of the root is `FIXED` or `FLOATING`.
-class ZELVIK_API Child {
+/// A rigid body with the joint that connects it to its parent: what a `Child` is without the bodies
+/// below it.
+class JointAndBody {
  public:
   // body
   std::vector<CollisionBody> collisionBodies;  ///< shapes that collide
@@ -142,13 +139,30 @@ class ZELVIK_API Child {
   std::string jointName;                         ///< of the joint above
 
   // tree
-  std::string bodyName;                ///< of the body
+  std::string bodyName;         ///< of the body
+  size_t bodyIdx = 0;           ///< written by `ArticulatedSystem`
+  size_t parentIdx = 0;         ///< written by `ArticulatedSystem`
+  std::string parentJointName;  ///< name of the parent body
+  bool registered = false;      ///< written by `ArticulatedSystem`
+};
+
+/// A body with its joint and the bodies below it: the input model of an articulated system,
+/// assembled by hand or from URDF. Copied deeply. Nothing here recurses, so that no depth of a tree
+/// exhausts the stack.
+///
+/// A node stands in `childrenFixed` exactly if its joint is `FIXED`, otherwise in
+/// `childrenMovable`. The joint of the root is `FIXED` or `FLOATING`.
+class ZELVIK_API Child : public JointAndBody {
+ public:
+  Child() = default;
+  Child(const Child& other);
+  Child(Child&& other) noexcept = default;
+  Child& operator=(const Child& other);
+  Child& operator=(Child&& other) noexcept = default;
+  ~Child();
+
   std::vector<Child> childrenMovable;  ///< bodies on joints that move
   std::vector<Child> childrenFixed;    ///< bodies on fixed joints
-  size_t bodyIdx = 0;                  ///< written by `ArticulatedSystem`
-  size_t parentIdx = 0;                ///< written by `ArticulatedSystem`
-  std::string parentJointName;         ///< name of the parent body
-  bool registered = false;             ///< written by `ArticulatedSystem`
 
   ///@{
   /// Counts over this node and its movable descendants. They mean something once fixed bodies have
@@ -159,13 +173,15 @@ class ZELVIK_API Child {
   ///@}
 
   /// Merges every body on a fixed joint into its movable ancestor: mass, centre of mass, inertia,
-  /// shapes; re-hangs its movable children there and leaves a `CoordinateFrame` of it. Recursive.
+  /// shapes; re-hangs its movable children there and leaves a `CoordinateFrame` of it; so for the
+  /// whole subtree.
   /// Fatal if a movable joint has no name: "All joints must have a name".
   /// @param frames frames of movable children, then of fixed ones, are appended per node, depth
   /// first
   void consumeFixedBodies(std::vector<CoordinateFrame>& frames);
 
-  /// Appends the visual objects of the subtree with their body index.
+  /// Appends the visual objects of the subtree with their body index. Fatal for an unknown shape,
+  /// which is left out.
   void initVisuals(std::vector<VisObject>& visObjects);
 
   /// Creates the geoms of the subtree, outside of any space, and a `VisObject` beside each. Mesh
@@ -181,6 +197,7 @@ class ZELVIK_API Child {
 
  private:
   bool flattenFixedSweep(size_t& begin);
+  void consumeOwnFixedBodies(std::vector<CoordinateFrame>& frames);
   bool appendMovableFrames(std::vector<CoordinateFrame>& frames) const;
   void mergeFixedBody(Child& fixed, std::vector<CoordinateFrame>& frames);
 };
