@@ -218,6 +218,40 @@ TEST(ArticulatedAccess, ANewMassReachesTheBodiesAbove) {
   EXPECT_LT(norm(system.getCompositeCom()[1] - 0.5 * leaf), 1e-12);
 }
 
+TEST(ArticulatedAccess, ReferencesShowTheLastStep) {
+  // One system is asked once, before the steps; its twin after each. In the scheme of several
+  // stages the second half of a step moves the quantities once more.
+  for (const bool floating : {false, true})
+    for (const auto scheme : {AS::TRAPEZOID, AS::RUNGE_KUTTA_4}) {
+      const auto held = randomSystem(floating, 3), asked = randomSystem(floating, 3);
+      held->setIntegrationScheme(scheme);
+      asked->setIntegrationScheme(scheme);
+      const MatDyn &M = held->getMassMatrix(), &inverse = held->getInverseMassMatrix();
+      const std::vector<Vec3>& com = held->getCompositeCom();
+      const std::vector<Mat33>&inertia = held->getWorldInertia(),
+            &composite = held->getCompositeInertia();
+      for (int i = 0; i < 3; ++i) {
+        Eigen::MatrixXd before = M.e();
+        for (const bool second : {false, true}) {
+          for (AS* system : {held.get(), asked.get()}) {
+            if (!second) system->preContactSolverUpdate1({}, 0.01);
+            if (second) system->preContactSolverUpdate2({}, 0.01);
+            if (second) system->integrate(0.01, {});
+          }
+          EXPECT_EQ(M.e() == before, second && scheme == AS::TRAPEZOID);
+          before = M.e();
+          EXPECT_EQ(M.e(), asked->getMassMatrix().e());
+          EXPECT_EQ(inverse.e(), asked->getInverseMassMatrix().e());
+          for (size_t b = 0; b < held->getBodyCount(); ++b) {
+            EXPECT_EQ(com[b].e(), asked->getCompositeCom()[b].e());
+            EXPECT_EQ(inertia[b].e(), asked->getWorldInertia()[b].e());
+            EXPECT_EQ(composite[b].e(), asked->getCompositeInertia()[b].e());
+          }
+        }
+      }
+    }
+}
+
 TEST(ArticulatedAccess, TheCentreOfMassOfAFixedRobotIsThere) {
   const auto system = randomSystem(false, 7);
   system->preContactSolverUpdate1({}, 0.01);

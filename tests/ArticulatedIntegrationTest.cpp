@@ -178,8 +178,23 @@ TEST(ArticulatedControl, RungeKuttaTakesDampingAsAForce) {
   system->setControlMode(AS::PD_PLUS_FEED_FORWARD);
   system->setDGain({1.5});
   system->setGeneralizedVelocity({3.0});
-  for (int i = 0; i < 100; ++i) step(*system, kWeightless, 0.01);
+  const auto steps = [&] {
+    for (int i = 0; i < 100; ++i) step(*system, kWeightless, 0.01);
+  };
+  const std::string told = messages::of(steps);
   EXPECT_NEAR(system->getGeneralizedVelocity()[0], 3.0 * std::exp(-2.0 / 2.5), 1e-8);
+  const size_t first = told.find("RUNGE_KUTTA_4 does not converge with joint damping");
+  EXPECT_NE(first, std::string::npos) << told;
+  EXPECT_EQ(told.find('\n'), std::string::npos) << "told once";
+
+  // The way out that the message names.
+  VecDyn none(1);
+  none.setZero();
+  system->setJointDamping(none);
+  system->setDGain({2.0});
+  system->setGeneralizedVelocity({3.0});
+  EXPECT_EQ(messages::of(steps), "");
+  EXPECT_NEAR(system->getGeneralizedVelocity()[0], 3.0 * std::exp(-2.0 / 2.0), 1e-8);
 }
 
 TEST(ArticulatedControl, SphericalSpringTurnsBackToItsMount) {

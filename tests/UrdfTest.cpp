@@ -174,18 +174,42 @@ TEST(UrdfLink, AMotionWithoutMassIsWarnedOf) {
     return messages::of([&] { ArticulatedSystem(robot(content), "."); });
   };
   const auto fault = [](const std::string& body, const std::string& what) {
-    return "ArticulatedSystemInit.cpp: the body '" + body + "' and what it carries have no " +
-           what + ": the state of the robot becomes NaN";
+    return "ArticulatedSystemInitCheck.cpp: the " + body + " " + what +
+           ": the state of the robot becomes NaN";
   };
+  const std::string noMass = "and what it carries have no mass",
+                    noInertia = "and what it carries have no inertia about their joint",
+                    still =
+                        "has a motion in the zero pose that moves no mass (it needs mass and "
+                        "inertia of its own)";
   const std::string base = link("base", "1", "1"), hinge = jointText("j", "revolute", "base", "a");
-  EXPECT_EQ(warnings("<link name='base'/>"), "");
-  EXPECT_EQ(warnings(link("base", "1", "0")), fault("base", "inertia about their joint"));
-  EXPECT_EQ(warnings(base + hinge), fault("a", "mass"));
-  EXPECT_EQ(warnings(base + hinge + link("a", "1", "0")), fault("a", "inertia about their joint"));
+  EXPECT_EQ(warnings("<link name='base'/>"), fault("floating base 'base'", noMass));
+  EXPECT_EQ(warnings(link("base", "1", "0")), fault("floating base 'base'", noInertia));
+  EXPECT_EQ(warnings(base + hinge), fault("body 'a'", noMass));
+  EXPECT_EQ(warnings(base + hinge + link("a", "1", "0")), fault("body 'a'", noInertia));
+  // Wheels on a base that the file gives no mass, or one that is no number.
+  const std::string wheels = jointText("l", "continuous", "base", "left") +
+                             jointText("r", "continuous", "base", "right") +
+                             link("left", "1", "1") + link("right", "1", "1");
+  EXPECT_EQ(warnings("<link name='base'/>" + wheels), fault("floating base 'base'", still));
+  EXPECT_EQ(warnings(base + wheels), "");
+  EXPECT_EQ(warnings(link("base", "heavy", "1") + hinge + link("a", "heavy", "1")),
+            fault("floating base 'base'", noMass));
+  // On a fixed base all that moves counts, each branch for itself.
+  const std::string onWorld = jointText("w", "fixed", "world", "base");
+  EXPECT_EQ(
+      warnings("<link name='world'/>" + onWorld + link("base", "0", "0") + hinge +
+               jointText("k", "revolute", "a", "b") + jointText("m", "revolute", "base", "c")),
+      fault("body 'a'", noMass) + "\n" + fault("body 'c'", noMass));
   EXPECT_EQ(warnings(base + hinge + link("a", "1", "1")), "");
-  // Two hinges in one place, as of a hip: the link between them needs no mass.
+  // Two hinges in one place, as of a hip: the link between them needs no mass, unless it can turn
+  // without the next.
+  const std::string across = "<axis xyz='1 0 0'/>";
+  EXPECT_EQ(
+      warnings(base + hinge + jointText("k", "revolute", "a", "b", across) + link("b", "1", "1")),
+      "");
   EXPECT_EQ(warnings(base + hinge + jointText("k", "revolute", "a", "b") + link("b", "1", "1")),
-            "");
+            fault("body 'a'", still));
   const std::string rotor = "<axis xyz='0 0 1'/><dynamics rotor_inertia='1'/>";
   EXPECT_EQ(warnings(base + jointText("j", "revolute", "base", "a", rotor) + link("a", "1", "0")),
             "");

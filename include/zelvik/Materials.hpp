@@ -35,6 +35,8 @@ class ZELVIK_API MaterialManager {
   /// @return false after a fatal message
   bool init(const ZelvikTinyXmlWrapper& material);
 
+  // A friction below 0 or no number is stored and warned of, once per manager.
+
   /// What pairs with an unknown name get.
   void setDefaultMaterialProperties(double friction, double restitution,
                                     double restitutionThreshold);
@@ -49,12 +51,14 @@ class ZELVIK_API MaterialManager {
   const MaterialPairProperties& getMaterialPairProp(const std::string& a, const std::string& b);
 
  private:
+  void checkFriction(const char* call, double friction);
   static unsigned int pairKey(unsigned int idA, unsigned int idB);
   unsigned int idOf(const std::string& name);
 
   std::unordered_map<unsigned int, MaterialPairProperties> pairProperties_;
   std::unordered_map<std::string, unsigned int> materialIds_;
   MaterialPairProperties defaultProperties_;
+  bool toldOfFriction_ = false;
   unsigned int materialCount_ = 0;  ///< the next free id; ids of 10000 and more would collide
 };
 

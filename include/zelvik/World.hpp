@@ -93,7 +93,8 @@ class ZELVIK_API World {
   ///@}
   /// (m/s^2, world axes)
   const Mat<3, 1>& getGravity() const { return gravity_; }
-  /// Time step (s) from the next step on. Not tested: use a finite value above 0.
+  /// Time step (s) from the next step on. A value that is not finite and above 0 is stored and
+  /// warned of once.
   void setTimeStep(double dt);
   /// (s)
   double getTimeStep() const { return timeStep_; }
@@ -431,6 +432,7 @@ class ZELVIK_API World {
   contact::BisectionContactSolver solver_;
   bool warmStart_ = false;
   bool hasWarnedOfImmovable_ = false;
+  bool toldOfTimeStep_ = false, toldOfForce_ = false;  ///< whether bad values were warned of
   size_t wireProblems_[2]{};  ///< first and end of those of wires, in `contactProblems_`
   std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
   double solvedTimeStep_ = 0.0;      ///< of the last solve, 0 once its impulses are stored (s)

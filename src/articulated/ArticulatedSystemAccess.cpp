@@ -40,7 +40,8 @@ void ArticulatedSystem::setGeneralizedVelocity(const double* values, size_t coun
 }
 
 void ArticulatedSystem::setGeneralizedForce(const double* values, size_t count) {
-  copyFront("setGeneralizedForce", values, count, generalizedForceFeedForward_);
+  if (copyFront("setGeneralizedForce", values, count, generalizedForceFeedForward_))
+    checkForce("setGeneralizedForce", values, count);
 }
 
 void ArticulatedSystem::setBasePos(const Mat<3, 1>& pos) {
@@ -81,6 +82,10 @@ void ArticulatedSystem::setPGain(const double* values, size_t count) {
 
 void ArticulatedSystem::setDGain(const double* values, size_t count) {
   if (copyFront("setDGain", values, count, dGain_)) timeStepUpToDate_ = false;
+}
+
+void ArticulatedSystem::setRotorInertia(const double* values, size_t count) {
+  copyFront("setRotorInertia", values, count, rotorInertia_);
 }
 
 void ArticulatedSystem::setPTarget(const double* values, size_t count) {

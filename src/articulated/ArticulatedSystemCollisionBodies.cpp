@@ -8,6 +8,7 @@
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "collision/OdeGuard.hpp"
+#include "model/TreeWalk.hpp"
 
 namespace zelvik {
 
@@ -148,11 +149,17 @@ VisObject visualOf(const CollisionBody& body, size_t bodyIdx) {
 }  // namespace
 
 void Child::initVisuals(std::vector<VisObject>& output) {
-  for (VisObject& visual : visObjects) {
-    visual.localIdx = bodyIdx;
-    output.push_back(visual);
-  }
-  for (Child& child : childrenMovable) child.initVisuals(output);
+  forEachMovable(*this, [&](Child& node) {
+    for (VisObject& visual : node.visObjects) {
+      if (visual.shape < Shape::BOX || visual.shape > Shape::CAPSULE) {
+        MSG_FATAL("visual object '" << visual.name << "' of the body '" << node.bodyName
+                                    << "': unknown shape " << static_cast<int>(visual.shape));
+        continue;
+      }
+      visual.localIdx = node.bodyIdx;
+      output.push_back(visual);
+    }
+  });
 }
 
 void Child::initCollisionBodies(std::vector<CollisionDefinition>& definitions,
@@ -162,18 +169,17 @@ void Child::initCollisionBodies(std::vector<CollisionDefinition>& definitions,
                                 std::vector<std::vector<unsigned int>>& meshIndices,
                                 const std::string& resDir) {
   MeshStore store{meshData, meshVertices, meshIndices, resDir};
-  for (const CollisionBody& body : collisionBodies) {
-    const dGeomID geom = createGeom(body, store);
-    if (geom == nullptr) continue;  // keeps both lists in step
-    attachGeomRecord(geom);
-    geomRecord(geom).shapeIdx = definitions.size();
-    if (dGeomGetClass(geom) == dTriMeshClass) noteVertices(geom, meshVertices.back());
-    definitions.push_back(definitionOf(body, bodyIdx, geom));
-    visColObjects.push_back(visualOf(body, bodyIdx));
-  }
-  for (Child& child : childrenMovable)
-    child.initCollisionBodies(definitions, visColObjects, meshData, meshVertices, meshIndices,
-                              resDir);
+  forEachMovable(*this, [&](const Child& node) {
+    for (const CollisionBody& body : node.collisionBodies) {
+      const dGeomID geom = createGeom(body, store);
+      if (geom == nullptr) continue;  // keeps both lists in step
+      attachGeomRecord(geom);
+      geomRecord(geom).shapeIdx = definitions.size();
+      if (dGeomGetClass(geom) == dTriMeshClass) noteVertices(geom, meshVertices.back());
+      definitions.push_back(definitionOf(body, node.bodyIdx, geom));
+      visColObjects.push_back(visualOf(body, node.bodyIdx));
+    }
+  });
 }
 
 }  // namespace zelvik

@@ -71,10 +71,12 @@ void ArticulatedSystem::preContactSolverUpdate1(const Mat<3, 1>& gravity, double
   if (!initialOverlaps_.empty()) warnOfInitialOverlaps();
   const bool mayUseDefault = contactJacobians_.empty() || controlMode_ != PD_PLUS_FEED_FORWARD;
   integrationScheme_ = mayUseDefault ? defaultIntegrationScheme_ : TRAPEZOID;
+  if (integrationScheme_ == RUNGE_KUTTA_4) warnOfRungeKuttaDamping();
   computeMassRows();
   computeGeneralizedMomentum();
   computeNonlinearities(gravity, nonlinearities_);
   factoriseMassMatrix();
+  refreshKeptQuantities();
   computeContactJacobians();
 }
 

@@ -13,7 +13,8 @@ double ArticulatedSystem::getPotentialEnergy(const Mat<3, 1>& gravity) const {
 
 double ArticulatedSystem::getKineticEnergy() const {
   // T = 1/2 u^T M u
-  const MatDyn& M = getMassMatrix();
+  formMassMatrix();
+  const MatDyn& M = massMatrix_;
   double energy = 0.0;
   for (size_t j = 0; j < dof_; ++j)
     for (size_t i = 0; i < dof_; ++i) energy += gv_[i] * M(i, j) * gv_[j];

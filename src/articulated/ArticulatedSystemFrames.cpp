@@ -54,6 +54,16 @@ size_t ArticulatedSystem::getBodyIdx(const std::string& name) const {
   return kNone;
 }
 
+size_t ArticulatedSystem::getBodyIdxOfLink(const std::string& name) const {
+  const auto body = std::find(bodyNames_.begin(), bodyNames_.end(), name);
+  if (body != bodyNames_.end()) return static_cast<size_t>(body - bodyNames_.begin());
+  const auto frame = std::find_if(frames_.begin(), frames_.end(),
+                                  [&](const auto& f) { return f.bodyName == name; });
+  if (frame != frames_.end()) return frame->parentId;
+  MSG_FATAL("unknown body id");
+  return kNone;
+}
+
 size_t ArticulatedSystem::getFrameIdxByName(const std::string& name) const {
   const auto frame =
       std::find_if(frames_.begin(), frames_.end(), [&](const auto& f) { return f.name == name; });

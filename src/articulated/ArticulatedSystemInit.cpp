@@ -16,52 +16,6 @@ constexpr size_t kPreallocatedContacts = 10;
 /// Joint force that no joint reaches (N or N m).
 constexpr double kUnlimitedForce = 1e150;
 
-/// What is larger is refused, as by the reader of URDF.
-constexpr size_t kMaxTreeDepth = 2000;
-constexpr size_t kMaxTreeBodies = 100000;
-
-/// Returns false after a fatal message.
-bool checkJointBelowRoot(const Child& node, bool isMovable) {
-  const Joint::Type type = node.jointType;
-  if (type == Joint::FLOATING) {
-    MSG_FATAL("Floating joints are only supported at the root. The joint '" << node.jointName
-                                                                            << "' is floating");
-    return false;
-  }
-  const bool moves = velocityCount(type) > 0;
-  if (moves == isMovable && (moves || type == Joint::FIXED)) return true;
-  MSG_FATAL("The joint '" << node.jointName << "' of the body '" << node.bodyName
-                          << "' stands among the " << (isMovable ? "movable" : "fixed")
-                          << " children and has the type " << static_cast<int>(type)
-                          << (type == Joint::FIXED ? ", fixed" : ""));
-  return false;
-}
-
-/// Whether the size of a tree and its joints below the root are what the algorithms can treat.
-/// Returns false after a fatal message.
-bool checkTree(const Child& root) {
-  struct Place {
-    const Child* node;
-    size_t depth;
-  };
-  std::vector<Place> open = {{&root, 0}};
-  for (size_t count = 1; !open.empty(); ++count) {
-    const auto [node, depth] = open.back();
-    open.pop_back();
-    if (depth > kMaxTreeDepth || count > kMaxTreeBodies) {
-      MSG_FATAL("at the body '" << node->bodyName << "' the tree is more than " << kMaxTreeDepth
-                                << " joints deep or has more than " << kMaxTreeBodies << " bodies");
-      return false;
-    }
-    for (const bool isMovable : {true, false})
-      for (const Child& child : isMovable ? node->childrenMovable : node->childrenFixed) {
-        if (!checkJointBelowRoot(child, isMovable)) return false;
-        open.push_back({&child, depth + 1});
-      }
-  }
-  return true;
-}
-
 CoordinateFrame makeRootFrame(const Child& root) {
   CoordinateFrame frame;
   frame.name = root.jointName.empty() ? "ROOT" : root.jointName;
@@ -113,18 +67,6 @@ void ArticulatedSystem::init() {
   updateKinematics();
   findInitialOverlaps();
   warnOfMotionsWithoutMass();
-}
-
-/// Whether there is no tree, or one that the algorithms cannot treat.
-bool ArticulatedSystem::refuseTree() {
-  if (rootChild_.empty()) return true;
-  const Child& root = rootChild_[0];
-  if (root.jointType != Joint::FIXED && root.jointType != Joint::FLOATING) {
-    MSG_FATAL("The joint of the root must be fixed or floating. The root '"
-              << root.bodyName << "' has a joint of type " << static_cast<int>(root.jointType));
-    return true;
-  }
-  return !checkTree(root);
 }
 
 void ArticulatedSystem::sizeArrays() {
@@ -328,27 +270,6 @@ void ArticulatedSystem::placeFixedRoot() {
   if (jointType_[0] != Joint::FIXED) return;
   positionW_[0] = fixedBasePosition_;
   comW_[0] = positionW_[0] + rotationW_[0] * comB_[0];
-}
-
-/// A motion that moves neither mass nor inertia has no acceleration: the first step makes NaN of
-/// the whole state. It is the commonest fault of a robot's first file, and no number names its
-/// place. A tree without any mass is nobody's robot and goes without the warning.
-void ArticulatedSystem::warnOfMotionsWithoutMass() {
-  if (compositeMass_[0] == 0.0) return;
-  computeMassRows();
-  massMatrixFormed_ = true;  // `massMatrix_` shows steps only
-  const auto isWithoutInertia = [this](size_t k) {
-    return massRows_[pattern_.rowStart[k] + pattern_.position[k]] <= 0.0;
-  };
-  for (size_t i = 0; i < bodyCount_; ++i) {
-    if (dofOfBody_[i] == 0) continue;
-    bool isFaulty = compositeMass_[i] <= 0.0;
-    for (size_t k = 0; k < dofOfBody_[i]; ++k) isFaulty |= isWithoutInertia(dofStart_[i] + k);
-    if (isFaulty)
-      MSG_WARN("the body '" << bodyNames_[i] << "' and what it carries have no "
-                            << (compositeMass_[i] <= 0.0 ? "mass" : "inertia about their joint")
-                            << ": the state of the robot becomes NaN");
-  }
 }
 
 /// Shapes of one body cannot move against each other, however they overlap: a foot that was merged

@@ -167,6 +167,7 @@ void ArticulatedSystem::integrateVelocity(double dt, const Mat<3, 1>& gravity) {
       break;
     case RUNGE_KUTTA_4:
       integrateRungeKutta(gravity, dt);
+      refreshKeptQuantities();
       break;
     default:
       break;

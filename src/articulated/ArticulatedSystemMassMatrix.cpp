@@ -3,7 +3,8 @@
 #include "articulated/TreeSweeps.hpp"
 
 // What a step computes stays in the form in which the step needs it; the dense matrix and the
-// arrays over bodies are formed when somebody reads them.
+// arrays over bodies are formed when somebody reads them, and from then on in every step: who holds
+// a reference, or a view of another language on the same memory, reads the last step.
 
 namespace zelvik {
 
@@ -13,6 +14,7 @@ void ArticulatedSystem::computeMassMatrix(MatDyn& M) {
   computeMassRows();
   massMatrixFormed_ = true;  // `massMatrix_` keeps showing the last step
   pattern_.unpack(massRows_.v, M.v);
+  refreshKeptQuantities();
 }
 
 void ArticulatedSystem::computeMassRows() {
@@ -33,13 +35,22 @@ void ArticulatedSystem::formCompositeBodies() const {
   if (compositeBodiesFormed_) return;
   sweeps_->writeCompositeBodies(inertiaW_, compositeInertiaW_, compositeMassMoment_,
                                 compositeComW_);
-  // The step stops short of a fixed root.
-  if (jointType_[0] == Joint::FIXED && compositeMass_[0] != 0.0) {
-    Vec3 moment = compositeMassMoment_[0];
-    for (const size_t child : children_[0]) moment += compositeMassMoment_[child];
-    compositeComW_[0] = (1.0 / compositeMass_[0]) * moment;
-  }
+  if (jointType_[0] == Joint::FIXED) compositeComW_[0] = comOfFixedRootAndTree();
   compositeBodiesFormed_ = true;
+}
+
+/// The step stops short of a fixed root: its own moment and those of the subtrees that hang on it.
+Vec3 ArticulatedSystem::comOfFixedRootAndTree() const {
+  if (compositeMass_[0] == 0.0) return comW_[0];
+  Vec3 moment = compositeMassMoment_[0];
+  for (const size_t child : children_[0]) moment += compositeMassMoment_[child];
+  return (1.0 / compositeMass_[0]) * moment;
+}
+
+void ArticulatedSystem::refreshKeptQuantities() const {
+  if (keepMassMatrix_) formMassMatrix();
+  if (keepMassInverse_) formMassInverse();
+  if (keepCompositeBodies_) formCompositeBodies();
 }
 
 }  // namespace zelvik

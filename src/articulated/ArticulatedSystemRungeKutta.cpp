@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 namespace zelvik {
 
@@ -17,6 +18,17 @@ void scale(double factor, const VecDyn& a, VecDyn& out) {
 }
 
 }  // namespace
+
+/// Once, at the first step with damping.
+void ArticulatedSystem::warnOfRungeKuttaDamping() {
+  if (toldOfDamping_) return;
+  for (size_t k = 0; k < dof_; ++k) toldOfDamping_ |= jointDamping_[k] != 0.0;
+  if (!toldOfDamping_) return;
+  MSG_WARN("the robot '"
+           << name_ << "': RUNGE_KUTTA_4 does not converge with joint damping, which enters as a "
+           << "force and, undivided, as inertia. Set the damping to 0 and give the same numbers "
+           << "as D gains in PD_PLUS_FEED_FORWARD, or choose another scheme");
+}
 
 void ArticulatedSystem::integrateRungeKutta(const Mat<3, 1>& gravity, double dt) {
   // The classical scheme of order four (J. C. Butcher, Numerical Methods for Ordinary Differential

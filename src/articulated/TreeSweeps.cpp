@@ -10,7 +10,7 @@ namespace zelvik {
 TreeSweeps::TreeSweeps(ArticulatedSystem& system) : s_(system) {
   sortIntoBatches();
   for (Batch& batch : batches_) buildSteps(batch);
-  loadMasses();
+  loadMassProperties();
 }
 
 /// By depth, and by index where that is equal.
@@ -99,10 +99,9 @@ void TreeSweeps::setJoint(size_t i, size_t lane, Bodies& bodies) const {
   bodies.turns[lane] = revolute ? 1.0 : 0.0;
   bodies.slides[lane] = type == Joint::PRISMATIC ? 1.0 : 0.0;
   bodies.balls[lane] = type == Joint::SPHERICAL ? 1.0 : 0.0;
-  setLane(bodies.comB, lane, s_.comB_[i]);
 }
 
-void TreeSweeps::loadMasses() {
+void TreeSweeps::loadMassProperties() {
   for (size_t b = 0; b < batches_.size(); ++b)
     for (size_t l = 0; l < kLanes; ++l) {
       const size_t i = batches_[b].body[l];
@@ -111,6 +110,7 @@ void TreeSweeps::loadMasses() {
       bodies.mass[l] = exists ? s_.mass_[i] : 0.0;
       bodies.compositeMass[l] = exists ? s_.compositeMass_[i] : 0.0;
       bodies.divisor[l] = exists ? s_.compositeMass_[i] : 1.0;
+      setLane(bodies.comB, l, s_.comB_[i]);
       setLane(bodies.inertiaB, l, exists ? s_.inertiaB_[i] : Mat33{});
     }
 }

@@ -25,8 +25,8 @@ class TreeSweeps {
 
   explicit TreeSweeps(ArticulatedSystem& system);
 
-  /// Copies the masses of the bodies; after every change of them.
-  void loadMasses();
+  /// Copies masses, centres of mass and inertias of the bodies; after every change of them.
+  void loadMassProperties();
   void updateKinematics();
   /// Packed rows of the mass matrix, without rotor inertia, and `kSpareValues` behind them that
   /// take what belongs to no body.

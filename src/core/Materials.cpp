@@ -2,11 +2,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
 #include <zelvik/Materials.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 namespace zelvik {
 
+void MaterialManager::checkFriction(const char* call, double friction) {
+  if (friction >= 0.0 || toldOfFriction_) return;
+  toldOfFriction_ = true;
+  MSG_WARN(call << ": " << friction << " is no coefficient of friction. Told once");
+}
+
 void MaterialManager::setDefaultMaterialProperties(double friction, double restitution,
                                                    double restitutionThreshold) {
+  checkFriction("setDefaultMaterial", friction);
   defaultProperties_.friction = friction;
   defaultProperties_.restitution = restitution;
   defaultProperties_.restitutionThreshold = restitutionThreshold;
@@ -15,6 +23,7 @@ void MaterialManager::setDefaultMaterialProperties(double friction, double resti
 void MaterialManager::setMaterialPairProp(const std::string& a, const std::string& b,
                                           double friction, double restitution,
                                           double restitutionThreshold) {
+  checkFriction("setMaterialPairProp", friction);
   // Two statements: a name that is new gets its id before the second one.
   const unsigned int idA = idOf(a);
   const unsigned int idB = idOf(b);

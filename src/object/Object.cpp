@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <cmath>
 #include <zelvik/object/Object.hpp>
+#include <zelvik/zlv_message_logger.hpp>
 
 namespace zelvik {
 namespace {
@@ -49,7 +51,22 @@ double Object::enforceJointLimits(contact::Single3DContactProblem&) {
   return 0.0;
 }
 
+void Object::checkForce(const char* call, const double* values, size_t count) {
+  double sum = 0.0;  // of zeros, or NaN
+  for (size_t i = 0; i < count; ++i) sum += 0.0 * values[i];
+  if (sum == 0.0 || *toldOfForce_) return;
+  *toldOfForce_ = true;
+  size_t first = 0;
+  while (std::isfinite(values[first])) ++first;
+  MSG_WARN(call << ": value " << first << " for the object '" << name_ << "', number "
+                << indexInWorld_ << " of the world, is " << values[first]
+                << ". Forces that are not finite make the state NaN. Told once");
+}
+
 void Object::appendExternal(bool isForce, const Mat<3, 1>& vector, const Mat<3, 1>& position) {
+  const char* const call = isForce ? "setExternalForce" : "setExternalTorque";
+  checkForce(call, vector.v, 3);
+  checkForce(isForce ? "setExternalForce, point" : call, position.v, isForce ? 3 : 0);
   externalForceFlags_.push_back(isForce);
   externalForceVectors_.push_back(vector);
   externalForcePositions_.push_back(position);

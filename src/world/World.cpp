@@ -69,6 +69,10 @@ World::~World() {
 }
 
 void World::setTimeStep(double dt) {
+  if (!(dt > 0.0 && std::isfinite(dt)) && !toldOfTimeStep_) {
+    toldOfTimeStep_ = true;
+    MSG_WARN("World::setTimeStep: " << dt << " s is no time step. Told once");
+  }
   timeStep_ = dt;
   solver_.setTimeStep(dt);
 }

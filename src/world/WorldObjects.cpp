@@ -19,6 +19,7 @@ T* World::add(Args&&... args) {
   objectList_.push_back(object.get());
   object->setIndexInWorld(objectList_.size() - 1);
   object->setIdInWorld(objectChangeCount_);
+  object->shareForceWarning(&toldOfForce_);
   return object.release();
 }
 

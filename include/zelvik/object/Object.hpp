@@ -219,6 +219,9 @@ class ZELVIK_API Object {
   size_t getIndexInWorld() const { return indexInWorld_; }
   /// Called by the world.
   void setIdInWorld(size_t id) { idInWorld_ = id; }
+  /// Called by the world: `told` notes for all of its objects that a force was not finite, so that
+  /// a world tells of it once. It must outlive the object.
+  void shareForceWarning(bool* told) { toldOfForce_ = told; }
   /// Differs for all objects that the world ever held, also for one at a freed object's address.
   size_t getIdInWorld() const { return idInWorld_; }
   /// Grows when the size or the place of a shape changes, so that an observer sees it.
@@ -244,6 +247,8 @@ class ZELVIK_API Object {
   bool areVisForcesCurrent() const { return visForcesCurrent_; }
 
  protected:
+  /// Warns if one of `count` values that are handed to `call` is not finite, once per world.
+  void checkForce(const char* call, const double* values, size_t count);
   /// Notes a pending force or torque.
   void appendExternal(bool isForce, const Mat<3, 1>& vector, const Mat<3, 1>& position);
   /// Empties the display lists.
@@ -261,6 +266,8 @@ class ZELVIK_API Object {
   BodyType bodyType_ = BodyType::DYNAMIC;  ///< of the object as a whole
   bool fullDelassus_ = true;               ///< see `usesFullDelassus`
   std::string name_;                       ///< see `setName`
+  bool toldOfOwnForce_ = false;            ///< of an object without a world
+  bool* toldOfForce_ = &toldOfOwnForce_;   ///< see `shareForceWarning`
 
   // Pending external forces, three parallel lists.
   std::vector<bool> externalForceFlags_;           ///< true for a force, false for a torque

@@ -85,6 +85,8 @@ class ZELVIK_API TreeFactor {
   void addDiagonal(const double* diagonal);
   /// Consumes `rows`.
   void factorise();
+  /// Entry k of D as of the last `factorise`; NaN if it was not positive.
+  double pivot(size_t k) const { return 1.0 / inversePivot_.v[k]; }
   /// product = A x for packed rows of a matrix.
   void multiply(const double* rows, const double* x, double* product);
   /// x = A^-1 x; x has `size` entries.
