@@ -16,7 +16,9 @@ namespace {
 const TemporaryDirectory temporary;
 const std::string kRoot = std::filesystem::path(ZELVIK_MODEL_DIR).parent_path();
 const std::string kData = kRoot + "/tests/data/";
-const std::string kRobot = "<robot name='r'><link name='a'/></robot>";
+const std::string kRobot =
+    "<robot name='r'><link name='a'><inertial><mass value='1'/><inertia ixx='1' iyy='1' izz='1'/>"
+    "</inertial></link></robot>";
 
 std::string exported(const World& world, const std::string& name = "exported.xml") {
   messages::of([&] { world.exportToXml(temporary.path, name); });

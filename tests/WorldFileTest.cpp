@@ -81,7 +81,9 @@ TEST(WorldFile, Faults) {
 TEST(WorldFile, RobotsOfOtherDimensionsAndInNestedDirectories) {
   const fs::path here = fs::current_path();
   fs::current_path(temporary.path);
-  temporary.write("nest/nest/a.urdf", "<robot name='r'><link name='a'/></robot>");
+  temporary.write("nest/nest/a.urdf",
+                  "<robot name='r'><link name='a'><inertial><mass value='1'/><inertia ixx='1' "
+                  "iyy='1' izz='1'/></inertial></link></robot>");
   temporary.write("w.xml", objects("<articulatedSystem name='' urdfPath='nest/a.urdf'><state "
                                    "qpos='5' qvel='1 2 3 4 5 6 7'/></articulatedSystem>"));
   EXPECT_EQ(messages::of([&] {
