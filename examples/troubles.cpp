@@ -30,7 +30,8 @@ int shotThrough(double speed, double dt) {
   std::vector<zelvik::Sphere*> balls;
   for (int i = 0; i < 1000; ++i) {
     balls.push_back(world.addSphere(0.02, 0.1, "", 2, 1));  // balls do not meet each other
-    balls.back()->setPosition(i % 50 - 25.0, i / 50 - 10.0, 0.5 + 0.001 * i);
+    const int row = i / 50;
+    balls.back()->setPosition(i % 50 - 25.0, row - 10.0, 0.5 + 0.001 * i);
     balls.back()->setVelocity(0, 0, -speed, 0, 0, 0);
   }
   run(world, 2.0 / speed + 10 * dt);
