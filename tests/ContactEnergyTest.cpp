@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 #include <zelvik/World.hpp>
 
@@ -64,6 +66,76 @@ TEST(ContactEnergy, ABodyTooHeavyToMoveIsToldOfOnce) {
       "WorldStep.cpp: object 1 ('ball') has a mass of 2e+06 kg: above 1e+06 kg its contact "
       "counts as one that nothing moves and is skipped. Use setBodyType(BodyType::STATIC) for "
       "what shall stay where it is.");
+}
+
+/// Largest rise of an energy above what it had been before (J), over so many steps; not a number if
+/// the energy is not.
+template <typename Energy>
+double gainOf(World& world, int steps, Energy energy) {
+  double lowest = energy(), gain = 0.0;
+  for (int step = 0; step < steps; ++step) {
+    world.integrate();
+    const double now = energy();
+    gain = std::isfinite(now) ? std::max(gain, now - lowest) : now;
+    lowest = std::min(lowest, now);
+  }
+  return gain;
+}
+
+TEST(ContactEnergy, ARodThatStumblesOverItsTipGainsNone) {
+  // P. Painleve's rod: a tip that is pushed ahead under a steep angle jams by friction.
+  for (const double mu : {0.8, 2.5})
+    for (const double angle : {0.5, 1.0, 1.3})
+      for (const double speed : {-5.0, 1.0}) {
+        World world;
+        world.setTimeStep(0.001);
+        world.setDefaultMaterial(mu, 0.0, 0.01);
+        world.addGround();
+        Capsule* rod = world.addCapsule(0.01, 1.0, 1.0);
+        const double turn = 0.5 * (0.5 * M_PI - angle);
+        rod->setOrientation(std::cos(turn), 0.0, std::sin(turn), 0.0);
+        rod->setPosition(0.0, 0.0, 0.5 * std::sin(angle) + 0.01 - 1e-4);
+        rod->setVelocity(speed, 0.0, 0.0, 0.0, 0.0, 0.0);
+        const Vec3 gravity{{0.0, 0.0, -9.81}};
+        const double start = rod->getEnergy(gravity);
+        // One percent, for the error of the step.
+        EXPECT_LT(gainOf(world, 1000, [&] { return rod->getEnergy(gravity); }), 0.01 * start)
+            << mu << ' ' << angle << ' ' << speed;
+      }
+}
+
+TEST(ContactEnergy, AnArmAtAStraightElbowIsNotFlungFromAWall) {
+  // Straight, the tip cannot move along the arm: ranks change on the way.
+  const std::string joint =
+      "' type='revolute'><axis xyz='0 0 1'/><limit lower='-3' upper='3' "
+      "effort='100' velocity='100'/>";
+  const std::string inertial =
+      "<inertial><origin xyz='0.25 0 0'/><mass value='1'/><inertia "
+      "ixx='0.001' iyy='0.02' izz='0.02' ixy='0' ixz='0' iyz='0'/>"
+      "</inertial>";
+  const std::string arm =
+      "<robot name='arm'><link name='world'/><link name='base'/><joint name='f' "
+      "type='fixed'><parent link='world'/><child link='base'/></joint><link "
+      "name='upper'>" +
+      inertial + "</link><link name='lower'>" + inertial +
+      "<collision><origin xyz='0.5 0 0'/><geometry><sphere radius='0.05'/>"
+      "</geometry></collision></link><joint name='shoulder" +
+      joint + "<parent link='base'/><child link='upper'/></joint>" + "<joint name='elbow" + joint +
+      "<parent link='upper'/><child link='lower'/><origin xyz='0.5 0 0'/></joint>"
+      "</robot>";
+  for (const double elbow : {0.0, 1e-8, 1e-6, 1e-4, 1e-3, 1e-2})
+    for (const double depth : {0.0, 1e-4}) {
+      World world;
+      world.setTimeStep(0.002);
+      world.setGravity(Vec3{});
+      ArticulatedSystem* robot = world.addArticulatedSystem(arm, ".");
+      robot->setGeneralizedCoordinate(Eigen::VectorXd(Eigen::Vector2d(-0.5 * elbow, elbow)));
+      Box* wall = world.addBox(1.0, 4.0, 4.0, 1.0);
+      wall->setBodyType(BodyType::STATIC);
+      wall->setPosition(std::cos(0.5 * elbow) + 0.55 - depth, 0.0, 0.0);
+      EXPECT_LT(gainOf(world, 500, [&] { return robot->getEnergy(Vec3{}); }), 1e-3)
+          << elbow << ' ' << depth;
+    }
 }
 
 }  // namespace
