@@ -147,6 +147,7 @@ void ArticulatedSystem::setCollisionObjectOrientationOffset(size_t collisionIdx,
     return;
   collisionBodies_[collisionIdx].offsetRotation = rot;
   visColObjects_[collisionIdx].rot = rot;
+  ++shapeChangeCount_;
 }
 
 void ArticulatedSystem::setCollisionObjectPositionOffset(size_t collisionIdx,
@@ -156,6 +157,7 @@ void ArticulatedSystem::setCollisionObjectPositionOffset(size_t collisionIdx,
     return;
   collisionBodies_[collisionIdx].offsetPosition = pos;
   visColObjects_[collisionIdx].offset = pos;
+  ++shapeChangeCount_;
 }
 
 void ArticulatedSystem::setCollisionObjectShapeParameters(size_t collisionIdx,
@@ -168,6 +170,7 @@ void ArticulatedSystem::setCollisionObjectShapeParameters(size_t collisionIdx,
   if (visual.shape != Shape::MESH && !checkSizes(visual.name, params)) return;
   resizeGeom(collisionBodies_[collisionIdx].colObj, visual.shape, params);
   visual.size = params;
+  ++shapeChangeCount_;
 }
 
 void ArticulatedSystem::ignoreCollisionBetween(size_t bodyA, size_t bodyB) {

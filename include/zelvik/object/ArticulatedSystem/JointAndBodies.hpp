@@ -155,10 +155,13 @@ class JointAndBody {
 class ZELVIK_API Child : public JointAndBody {
  public:
   Child() = default;
+  ///@{
+  /// Copies and moves the whole subtree.
   Child(const Child& other);
   Child(Child&& other) noexcept = default;
   Child& operator=(const Child& other);
   Child& operator=(Child&& other) noexcept = default;
+  ///@}
   ~Child();
 
   std::vector<Child> childrenMovable;  ///< bodies on joints that move
