@@ -46,7 +46,7 @@ bool readFile(const std::string& file, Source& source, Findings& findings) {
 }
 
 bool parse(Source& source, Findings& findings) {
-  if (xmlNestingDepth(source.text) > kMaxDepth) {
+  if (xmlExtent(source.text).depth > kMaxDepth) {
     findings.error("xml", {}, "elements are nested more than 1000 deep");
     return false;
   }
