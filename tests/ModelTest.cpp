@@ -276,6 +276,29 @@ TEST(ModelJoints, PlanarJointIsMadeOfThree) {
   EXPECT_NEAR(rotation(2, 2), 1.0, 1e-15);
 }
 
+// Balls of links that are no neighbours overlap: they pass each other, and that is said.
+TEST(ModelCollisions, OverlapsOfTheZeroPoseAreIgnoredAndListed) {
+  const std::string ball =
+      kMass + "<collision><geometry><sphere radius='0.1'/></geometry></collision>";
+  const std::string text =
+      robot(link("a", ball) + link("b", ball) + link("c", ball) + joint("j", "revolute", "a", "b") +
+            joint("k", "revolute", "b", "c"));
+  Options options;
+  model::Report report;
+  for (const bool ignores : {true, false}) {
+    options.ignoreInitialOverlaps = ignores;
+    World world;
+    world.setGravity(Vec3{});
+    model::addRobot(world, text, options, &report);
+    EXPECT_EQ(findingOf(report, "overlap") != nullptr, ignores);
+    messages::of([&] { world.integrate(); });
+    EXPECT_EQ(world.getContactProblems().empty(), ignores);
+  }
+  options.ignoreInitialOverlaps = true;
+  World world;
+  messages::expect("'a/0' and 'c/0'", [&] { model::addRobot(world, text, options); });
+}
+
 TEST(ModelXacro, IsExpandedByItsOwnCommand) {
   const TemporaryDirectory directory;
   const std::string file =

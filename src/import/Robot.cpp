@@ -9,6 +9,7 @@
 #include "Checks.hpp"
 #include "FileFinder.hpp"
 #include "Numbers.hpp"
+#include "Overlaps.hpp"
 #include "Source.hpp"
 #include "Structure.hpp"
 #include "TreeBuilder.hpp"
@@ -110,6 +111,25 @@ void printWarnings(const Report& report) {
     if (finding.severity == Severity::WARNING) MSG_WARN(findingText(finding));
 }
 
+/// Pairs that were made to pass each other: in the report, or else in one warning.
+void noteOverlaps(const Model& model, const ArticulatedSystem& system, Report* report) {
+  constexpr std::size_t named = 5;  // of a list that nobody asked for
+  const std::vector<std::string> pairs = ignoredOverlaps(system);
+  if (report != nullptr) {
+    Findings findings(*report, report->file);
+    for (const std::string& pair : pairs)
+      findings.note("overlap", {},
+                    "the shapes " + pair + " overlap with all joints at 0: they ignore each other");
+  } else if (!pairs.empty()) {
+    std::string list;
+    for (std::size_t i = 0; i < std::min(pairs.size(), named); ++i)
+      list += (i == 0 ? "" : ", ") + pairs[i];
+    if (pairs.size() > named) list += " and " + std::to_string(pairs.size() - named) + " more";
+    MSG_WARN("shapes of the robot '" << model.name << "' overlap with all joints at 0 and ignore "
+                                     << "each other: " << list);
+  }
+}
+
 std::string errorsOf(const Report& report) {
   std::string text;
   for (const Finding& finding : report.findings)
@@ -131,27 +151,29 @@ Model readRobot(const std::string& fileOrText, const Options& options) {
   return model;
 }
 
-ArticulatedSystem* addRobot(World& world, const Model& model, const Options& options) {
+ArticulatedSystem* addRobot(World& world, const Model& model, const Options& options,
+                            Report* report) {
+  if (report != nullptr) *report = model.report;
   if (!model.ok()) {
     MSG_FATAL("the robot '" << model.name << "' cannot be loaded:" << errorsOf(model.report));
     return nullptr;
   }
+  ArticulatedSystemOption systemOption;
+  systemOption.ignoreInitialOverlaps = options.ignoreInitialOverlaps;
   ArticulatedSystem* system = world.addArticulatedSystem(
-      model.root, model.meshDirectory, options.collisionGroup, options.collisionMask);
+      model.root, model.meshDirectory, options.collisionGroup, options.collisionMask, systemOption);
   if (system == nullptr) return nullptr;
   system->setName(model.name);
   setInitialPose(model, *system);
+  noteOverlaps(model, *system, report);
   return system;
 }
 
 ArticulatedSystem* addRobot(World& world, const std::string& fileOrText, const Options& options,
                             Report* report) {
   const Model model = readRobot(fileOrText, options);
-  if (report != nullptr)
-    *report = model.report;
-  else
-    printWarnings(model.report);
-  return addRobot(world, model, options);
+  if (report == nullptr) printWarnings(model.report);
+  return addRobot(world, model, options, report);
 }
 
 }  // namespace zelvik::model

@@ -42,6 +42,8 @@ struct Options {
   std::size_t largestHull = 64;
   /// Collision material of shapes whose file names none.
   std::string material;
+  /// Whether pairs of shapes that overlap by more than 1 mm with all joints at 0 ignore each other.
+  bool ignoreInitialOverlaps = true;
   unsigned long collisionGroup = 1;    ///< see `World::addArticulatedSystem`
   unsigned long collisionMask = ~0ul;  ///< see `World::addArticulatedSystem`
 

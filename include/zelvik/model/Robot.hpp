@@ -32,9 +32,11 @@ struct Model {
 ZELVIK_API Model readRobot(const std::string& fileOrText, const Options& options = {});
 
 /// Puts a robot that was read into a world, in its initial pose. A model with errors is fatal; null
-/// is then returned if the fatal callback comes back.
+/// is then returned if the fatal callback comes back. Pairs of shapes that ignore each other since
+/// they overlap are told in one warning, or in the report.
+/// @param report gets the report of the model and what is found here; may be null
 ZELVIK_API ArticulatedSystem* addRobot(World& world, const Model& model,
-                                       const Options& options = {});
+                                       const Options& options = {}, Report* report = nullptr);
 
 /// Reads a robot and puts it into a world. Findings of severity `WARNING` are printed as warnings
 /// unless `report` takes them. Errors are fatal, all of them in one message; null is then returned
