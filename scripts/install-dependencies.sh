@@ -9,6 +9,7 @@
 #   --coverage     also what scripts/coverage.sh reads the counts with
 #   --fuzz         also what the fuzz targets need: clang and the run time of its sanitizers
 #   --viewer       also what the page of replays is built from and tested with
+#   --python       also what the Python package is built with; the rest comes from its index
 set -euo pipefail
 
 # zlib and JSON: replays. assimp, qhull and xxhash: robots as they are published. make and
@@ -27,6 +28,9 @@ for option in "$@"; do
     --viewer) packages+=(chromium)
               command -v node > /dev/null || packages+=(nodejs)
               command -v npm > /dev/null || packages+=(npm) ;;
+    --python) command -v python3 > /dev/null || packages+=(python3)
+              # An interpreter of the distribution comes without what modules are compiled with.
+              [[ $(command -v python3) != /usr/bin/python3 ]] || packages+=(python3-dev python3-venv) ;;
     *) echo "install-dependencies.sh: unknown option $option" >&2; exit 2 ;;
   esac
 done
