@@ -214,6 +214,10 @@ TEST_F(ModelMesh, ColladaKeepsUnitNodesColoursAndCoordinates) {
   EXPECT_NEAR(m.report.meshes[0].lower[0], 1.0, 1e-6) << "the node moves it by a metre";
   EXPECT_NEAR(m.report.meshes[0].upper[2], 3.0, 1e-6) << "coordinates are taken as they are";
   EXPECT_NE(findingOf(m.report, "mesh-axis"), nullptr);
+  options.turnUpAxis = true;
+  const Model turned = read("up.dae");
+  EXPECT_NEAR(turned.report.meshes[0].lower[1], -3.0, 1e-6);
+  EXPECT_NEAR(turned.report.meshes[0].upper[2], 2.0, 1e-6) << "y points up";
   ASSERT_EQ(m.root.visObjects.size(), 2u);
   EXPECT_EQ(m.root.visObjects[0].color[0], 1.0);
   EXPECT_EQ(m.root.visObjects[1].color[2], 1.0);

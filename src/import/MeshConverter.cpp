@@ -50,6 +50,12 @@ bool isTooFar(const MeshHealth& health) {
   return false;
 }
 
+/// A quarter turn about x: y becomes z.
+void turnUp(MeshData& mesh) {
+  for (MeshPart& part : mesh.parts)
+    for (Vec3& vertex : part.vertices) vertex = {{vertex[0], -vertex[2], vertex[1]}};
+}
+
 ConvertedMesh failed(std::string problem) {
   ConvertedMesh mesh;
   mesh.problem = std::move(problem);
@@ -74,12 +80,17 @@ const MeshConverter::Contents& MeshConverter::contentsOf(const fs::path& file) {
   return entry->second;
 }
 
+bool MeshConverter::turnsUp(const fs::path& file) {
+  return options_.turnUpAxis && contentsOf(file).upAxis == "Y_UP";
+}
+
 std::string MeshConverter::nameOf(const fs::path& file, const Vec3& scale, MeshUse use) {
   std::string text = hashText(contentsOf(file).hash) + file.extension().string();
   const auto append = [&](const std::string& value) { text.append(" ").append(value); };
   for (double factor : scale.v) append(exactText(factor));
   append(std::to_string(static_cast<int>(use)));
   append(std::to_string(kVersion));
+  if (turnsUp(file)) append("turned");
   if (use == MeshUse::HULL) append(std::to_string(options_.largestHull));
   return hashText(hashOf(text));
 }
@@ -121,6 +132,7 @@ ConvertedMesh MeshConverter::make(const fs::path& file, const Vec3& scale, MeshU
   MeshData mesh;
   std::string problem = readMeshFile(file, options_.largestMesh, mesh);
   if (!problem.empty()) return failed(std::move(problem));
+  if (turnsUp(file)) turnUp(mesh);
   MeshHealth health;
   mendMesh(scale, mesh, health);
   if (mesh.parts.empty()) return failed("none of its triangles has an area");

@@ -36,6 +36,7 @@ class MeshConverter {
   };
 
   const Contents& contentsOf(const std::filesystem::path& file);
+  bool turnsUp(const std::filesystem::path& file);
   std::string nameOf(const std::filesystem::path& file, const Vec3& scale, MeshUse use);
   ConvertedMesh make(const std::filesystem::path& file, const Vec3& scale, MeshUse use,
                      const std::string& name);

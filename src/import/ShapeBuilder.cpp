@@ -59,9 +59,10 @@ void ShapeBuilder::noteMesh(const ShapeRecord& shape, const ConvertedMesh& mesh)
                    std::to_string(mesh.entry.degenerate) + " triangles without area are left out");
   if (mesh.hasTexture)
     findings_.note("mesh-texture", place, "its texture is not drawn, only its plain colours");
-  if (!mesh.upAxis.empty() && mesh.upAxis != "Z_UP")
+  if (!mesh.upAxis.empty() && mesh.upAxis != "Z_UP" && !options_.turnUpAxis)
     findings_.note("mesh-axis", place,
-                   "the mesh says " + mesh.upAxis + ": its coordinates are taken as they are");
+                   "the mesh says " + mesh.upAxis + ": its coordinates are taken as they are",
+                   "Set turnUpAxis if the robot looks torn apart.");
 }
 
 /// False after a finding: a mesh that only is to be seen is missed less than one that collides.

@@ -30,6 +30,9 @@ struct Options {
   std::string cacheDirectory;
   /// Triangles that one mesh file may hold.
   std::size_t largestMesh = 10'000'000;
+  /// Whether DAE meshes that say Y_UP are turned so that their y points up. Most robots want their
+  /// coordinates as they are, whatever the mesh says; one that looks torn apart wants them turned.
+  bool turnUpAxis = false;
   /// Whether visual shapes are read. Without them a robot loads faster and is drawn as it collides.
   bool visuals = true;
 
