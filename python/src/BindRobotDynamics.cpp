@@ -168,6 +168,12 @@ void bindFrames(RobotClass& robot) {
           "Get the index of a body.\n\nRaises\n------\nFatalError\n    For a link that was "
           "merged into its parent, and for an unknown name.")
       .def(
+          "get_body_idx_of_link",
+          [](Robot self, const std::string& name) { return self.robot().getBodyIdxOfLink(name); },
+          "name"_a,
+          "Get the index of the body that holds a link: its own, or for a link on fixed joints the "
+          "one\nthat it was merged into.\n\nRaises\n------\nFatalError\n    For an unknown name.")
+      .def(
           "get_frame_idx_by_name",
           [](Robot self, const std::string& name) { return self.robot().getFrameIdxByName(name); },
           "name"_a,
@@ -285,6 +291,9 @@ void bindModel(RobotClass& robot) {
       .def_prop_ro(
           "model_text", [](Robot self) { return self.robot().getModelText(); },
           "The URDF text that was given; empty for a file and for a tree.")
+      .def_prop_ro(
+          "model_joint_order", [](Robot self) { return self.robot().getModelJointOrder(); },
+          "The order of joints that was given with a URDF model; empty for none.")
       .def_prop_ro(
           "model_top_directory", [](Robot self) { return self.robot().getModelTopDirectory(); },
           "Directory of the URDF file.")

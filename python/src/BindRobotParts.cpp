@@ -190,13 +190,20 @@ void bindBodyPart(nb::class_<BodyPart>& body) {
             b.handle().robotBetweenSteps("mass").setMass(b.index, checkFinite(mass, "mass"));
           },
           "(kg); setting it leaves the inertia as it is.")
-      .def_prop_ro(
+      .def_prop_rw(
           "com", [](const BodyPart& b) { return toPython(b.robot().getBodyCom()[b.index]); },
-          "Centre of mass (m, body axes), shape (3,).")
-      .def_prop_ro(
+          [](const BodyPart& b, ArrayLike com) {
+            b.handle().robotBetweenSteps("com").setBodyCom(b.index, readVector<3>(com, "com"));
+          },
+          "Centre of mass (m, body axes), shape (3,); a copy. The inertia about it stays.")
+      .def_prop_rw(
           "inertia",
           [](const BodyPart& b) { return toPython(b.robot().getBodyInertia()[b.index]); },
-          "About the centre of mass (kg m^2, body axes), shape (3, 3).")
+          [](const BodyPart& b, ArrayLike inertia) {
+            b.handle().robotBetweenSteps("inertia").setBodyInertia(b.index,
+                                                                   readMatrix(inertia, "inertia"));
+          },
+          "About the centre of mass (kg m^2, body axes), shape (3, 3), symmetric; a copy.")
       .def_prop_ro(
           "position",
           [](const BodyPart& b) {

@@ -36,6 +36,8 @@ NAMES = {
     "ArticulatedSystem::setExternalForce": "Object.set_external_force or "
     "ArticulatedSystem.set_external_force_in",
     "ArticulatedSystem::setGeneralizedForce": "ArticulatedSystem.feed_forward_force",
+    "ArticulatedSystem::setBodyCom": "Body.com",
+    "ArticulatedSystem::setBodyInertia": "Body.inertia",
     "ArticulatedSystem::printOutBodyNamesInOrder": "ArticulatedSystem.body_names",
     "ArticulatedSystem::printOutFrameNamesInOrder": "ArticulatedSystem.frames",
     "BisectionContactSolver::getERP": "World.erp",
@@ -108,7 +110,7 @@ REASONS = {
     ),
     **dict.fromkeys(
         "addContactToPerObjectContact clearPerObjectContact setIndexInWorld setIdInWorld "
-        "releaseBody areVisForcesCurrent setShapes".split(),
+        "releaseBody areVisForcesCurrent setShapes shareForceWarning".split(),
         _WORLD,
     ),
     "MaterialManager::init": "reading of files",
@@ -140,6 +142,10 @@ WHOLE = {
     "ZelvikTinyXmlWrapper.hpp": "reading of files",
     "ZelvikTinyXmlWriter.hpp": "writing of files",
     "urdf.hpp": "reading of single elements of a file",
+    "EigenArguments.hpp": "linear algebra: numpy",
+    "TextFile.hpp": "reading of files",
+    "model/Report.hpp": "the library `zelvik_model` is not part of the package yet",
+    "model/Robot.hpp": "the library `zelvik_model` is not part of the package yet",
     "view/Rasterizer.hpp": "`Recorder.render` draws",
     "object/ArticulatedSystem/JointAndBodies.hpp": "trees are `Link` records",
     "contact/Single3DContactProblem.hpp": "linear algebra: numpy",

@@ -26,7 +26,7 @@ def main(arguments: list[str] | None = None) -> int:
     commands = parser.add_subparsers(dest="command", required=True)
     demo = commands.add_parser("demo", help="a quadruped stands, is pushed, and is recorded")
     demo.add_argument("--seconds", type=_duration, default=10.0, help="simulated time")
-    demo.add_argument("--push", type=float, default=60.0, help="sideways for 0.2 s (N)")
+    demo.add_argument("--push", type=float, default=30.0, help="sideways for 0.2 s (N)")
     demo.add_argument("--record", type=Path, default=Path(), help="directory of replay and picture")
     commands.add_parser("models", help="print the directory of the models")
     options = parser.parse_args(arguments)

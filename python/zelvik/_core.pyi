@@ -1503,6 +1503,17 @@ class ArticulatedSystem(Object):
             For a link that was merged into its parent, and for an unknown name.
         """
 
+    def get_body_idx_of_link(self, name: str) -> int:
+        """
+        Get the index of the body that holds a link: its own, or for a link on fixed joints the one
+        that it was merged into.
+
+        Raises
+        ------
+        FatalError
+            For an unknown name.
+        """
+
     def get_frame_idx_by_name(self, name: str) -> int:
         """
         Get the index of a frame.
@@ -1575,6 +1586,10 @@ class ArticulatedSystem(Object):
         """The URDF text that was given; empty for a file and for a tree."""
 
     @property
+    def model_joint_order(self) -> list[str]:
+        """The order of joints that was given with a URDF model; empty for none."""
+
+    @property
     def model_top_directory(self) -> str:
         """Directory of the URDF file."""
 
@@ -1624,11 +1639,21 @@ class Body:
 
     @property
     def com(self) -> numpy.typing.NDArray[numpy.float64]:
-        """Centre of mass (m, body axes), shape (3,)."""
+        """
+        Centre of mass (m, body axes), shape (3,); a copy. The inertia about it stays.
+        """
+
+    @com.setter
+    def com(self, arg: numpy.typing.ArrayLike, /) -> None: ...
 
     @property
     def inertia(self) -> numpy.typing.NDArray[numpy.float64]:
-        """About the centre of mass (kg m^2, body axes), shape (3, 3)."""
+        """
+        About the centre of mass (kg m^2, body axes), shape (3, 3), symmetric; a copy.
+        """
+
+    @inertia.setter
+    def inertia(self, arg: numpy.typing.ArrayLike, /) -> None: ...
 
     @property
     def position(self) -> numpy.typing.NDArray[numpy.float64]:

@@ -21,7 +21,7 @@ def run(seconds: float, push: float, directory: Path) -> int:
     world.add_ground()
     robot = world.add_articulated_system(MODEL_DIR / "quadruped.urdf")
     posture = np.array([0.0, 0.0, 0.45, 1.0, 0.0, 0.0, 0.0, *(_STANCE * 4)])
-    gain = np.r_[np.zeros(6), np.full(12, 100.0)]
+    gain = np.r_[np.zeros(6), np.full(12, 300.0)]
     robot.generalized_coordinate = posture
     robot.control_mode = ControlMode.PD_PLUS_FEED_FORWARD
     robot.p_gain, robot.d_gain, robot.p_target = gain, 0.02 * gain, posture
