@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kMass = 1e-3;          // (kg), of next to nothing
 constexpr double kGyration = 0.03;      // (m), of something as large as a finger
+constexpr double kDamping = 1e-3;       // (N m s/rad or N s/m)
 constexpr double kLeastInertia = 1e-9;  // (kg m^2) that a motion has to move
 
 /// Mass, centre of mass, and inertia about the origin, of a link and all below it with the joints
@@ -28,7 +29,9 @@ Mat33 turned(const Mat33& rotation, const Mat33& inertia) {
   return result;
 }
 
+/// A link without mass has no inertia, whatever the file says.
 void addLink(const LinkRecord& link, Composite& sum) {
+  if (link.mass == 0.0) return;
   sum.mass += link.mass;
   sum.moment += link.mass * link.inertial.position;
   sum.inertia += turned(link.inertial.rotation, link.inertia);
@@ -69,14 +72,16 @@ bool moves(JointKind kind) {
   return kind != JointKind::FIXED && kind != JointKind::FLOATING;
 }
 
-void addMass(LinkRecord& link, const JointRecord& joint, Composite& body, Findings& findings) {
+/// Undamped, a limp chain of links as light as that is whipped about faster than steps can follow.
+void addMass(LinkRecord& link, JointRecord& joint, Composite& body, Findings& findings) {
   link.mass = kMass;
   link.inertial = Pose();
   link.inertia = kMass * kGyration * kGyration * Mat33::identity();
-  body = Composite();
   addLink(link, body);
+  if (joint.damping.value_or(0.0) == 0.0) joint.damping = kDamping;
   findings.warn("joint-massless", joint.place,
-                "it moves no mass: the link '" + link.name + "' gets " + numberText(kMass) + " kg",
+                "it moves no mass: the link '" + link.name + "' gets " + numberText(kMass) +
+                    " kg, and the joint a damping of " + numberText(*joint.damping),
                 "Give the links below it a mass, or make the joint fixed.");
 }
 
@@ -97,10 +102,12 @@ void addInertiaTo(LinkRecord& link, const Place& place, double moved, Composite&
 
 void mendMassless(RobotRecord& robot, const Structure& structure, Findings& findings) {
   std::vector<Composite> bodies(robot.links.size());
+  std::vector<double> written(robot.links.size(), 0.0);  // masses of links and all below, as read
   for (auto index = structure.order.rbegin(); index != structure.order.rend(); ++index) {
     LinkRecord& link = robot.links[*index];
     Composite& body = bodies[*index];
     addLink(link, body);
+    written[*index] += link.mass;
     const std::size_t jointIndex = structure.parentJoint[*index];
     if (*index == structure.root || jointIndex == kNone) {
       const double moved = leastMoment(body.inertia);
@@ -108,13 +115,14 @@ void mendMassless(RobotRecord& robot, const Structure& structure, Findings& find
         addInertiaTo(link, link.place, moved, body, findings);
       continue;
     }
-    const JointRecord& joint = robot.joints[jointIndex];
+    JointRecord& joint = robot.joints[jointIndex];
     if (moves(joint.kind)) {
-      if (body.mass == 0.0) addMass(link, joint, body, findings);
+      if (written[*index] == 0.0) addMass(link, joint, body, findings);
       const double moved = movedInertia(joint.kind, joint.axis, body);
       if (!(moved + joint.rotorInertia.value_or(0.0) > kLeastInertia))
         addInertiaTo(link, joint.place, moved, body, findings);
     }
+    written[structure.parentLink[jointIndex]] += written[*index];
     addChild(body, joint.pose, bodies[structure.parentLink[jointIndex]]);
   }
 }

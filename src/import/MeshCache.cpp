@@ -224,7 +224,7 @@ std::string MeshCache::keep(const std::string& name, const fs::path& source,
                             const std::vector<MeshPart>& parts,
                             const std::vector<fs::path>& companions, ConvertedMesh& mesh) const {
   if (directory_.empty()) return "there is no directory for converted meshes: HOME is not set";
-  const std::string problem = "converted meshes cannot be written to " + directory_.string();
+  std::string problem = "converted meshes cannot be written to " + directory_.string();
   const fs::path temporary = directory_ / (name + "." + std::to_string(getpid()));
   std::error_code error;
   fs::remove_all(temporary, error);

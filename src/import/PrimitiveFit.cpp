@@ -38,7 +38,7 @@ Eigen::Matrix3d surfaceCovariance(const ConvexHull& hull) {
 /// Principal axes of the surface, right-handed, as columns.
 Mat33 principalAxes(const ConvexHull& hull) {
   const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(surfaceCovariance(hull));
-  const Eigen::Matrix3d vectors = solver.eigenvectors();
+  const Eigen::Matrix3d& vectors = solver.eigenvectors();
   Mat33 axes;
   for (std::size_t j = 0; j < 2; ++j)
     for (std::size_t i = 0; i < 3; ++i)
