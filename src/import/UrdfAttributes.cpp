@@ -54,7 +54,7 @@ std::string readText(const TiXmlElement& element, const char* attribute) {
 }
 
 std::string requireText(const TiXmlElement& element, const char* attribute, Findings& findings) {
-  const std::string text = readText(element, attribute);
+  std::string text = readText(element, attribute);
   if (text.empty())
     findings.error("attribute-missing", placeOf(element),
                    std::string("there is no attribute \"") + attribute + "\"");
