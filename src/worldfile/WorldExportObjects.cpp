@@ -82,7 +82,7 @@ std::string newFile(Files& files, std::string name) {
   for (char& c : name)
     if (c == '/' || c == '\\') c = '_';
   for (size_t p = name.find(".."); p != std::string::npos; p = name.find("..", p))
-    name.replace(p, 2, "__");
+    name[p] = name[p + 1] = '_';
   std::string file = (files.directory + name + ".urdf").getString();
   for (int number = 2; !files.taken.insert(file).second; ++number)
     file = (files.directory + name + "_" + std::to_string(number) + ".urdf").getString();
