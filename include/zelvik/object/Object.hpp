@@ -152,6 +152,7 @@ class ZELVIK_API Object {
   virtual double enforceJointLimits(contact::Single3DContactProblem& problem);
 
   // The same for Eigen types. Those that give something are templates, so that braces mean a `Mat`.
+  // Those that fill something fill zeros for an index that is refused.
 
   ///@{
   /// See the forms above.
@@ -169,24 +170,24 @@ class ZELVIK_API Object {
     setExternalTorque(localIdx, toVec3(torque));
   }
   void getPosition(size_t localIdx, Eigen::Vector3d& pos) const {
-    Vec3 p = toVec3(pos);  // stays as it is for an index that is refused
+    Vec3 p{};
     getPosition(localIdx, p);
     pos = p;
   }
   void getVelocity(size_t localIdx, Eigen::Vector3d& vel) const {
-    Vec3 v = toVec3(vel);
+    Vec3 v{};
     getVelocity(localIdx, v);
     vel = v;
   }
   void getOrientation(size_t localIdx, Eigen::Matrix3d& rot) const {
-    Mat33 R = toMat33(rot);
+    Mat33 R{};
     getOrientation(localIdx, R);
     rot = R;
   }
   template <typename Derived>
   void getPosition(size_t localIdx, const Eigen::MatrixBase<Derived>& bodyPoint,
                    Eigen::Vector3d& worldPoint) const {
-    Vec3 p = toVec3(worldPoint);
+    Vec3 p{};
     getPosition(localIdx, toVec3(bodyPoint), p);
     worldPoint = p;
   }

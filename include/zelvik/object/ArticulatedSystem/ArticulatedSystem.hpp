@@ -479,10 +479,10 @@ class ZELVIK_API ArticulatedSystem : public Object {
   template <typename Derived>
   void getVelocity(size_t localIdx, const Eigen::MatrixBase<Derived>& pointB,
                    Eigen::Vector3d& out) const {
-    out = filled([&](Vec3& v) { getVelocity(localIdx, toVec3(pointB), v); }, out);
+    out = filled<Vec3>([&](Vec3& v) { getVelocity(localIdx, toVec3(pointB), v); });
   }
   void getAngularVelocity(size_t localIdx, Eigen::Vector3d& out) const {
-    out = filled([&](Vec3& v) { getAngularVelocity(localIdx, v); }, out);
+    out = filled<Vec3>([&](Vec3& v) { getAngularVelocity(localIdx, v); });
   }
   ///@}
 
@@ -520,16 +520,16 @@ class ZELVIK_API ArticulatedSystem : public Object {
   ///@{
   /// The same for Eigen types.
   void getFramePosition(size_t frameIdx, Eigen::Vector3d& out) const {
-    out = filled([&](Vec3& p) { getFramePosition(frameIdx, p); }, out);
+    out = filled<Vec3>([&](Vec3& p) { getFramePosition(frameIdx, p); });
   }
   void getFrameOrientation(size_t frameIdx, Eigen::Matrix3d& out) const {
-    out = filled([&](Mat33& R) { getFrameOrientation(frameIdx, R); }, out);
+    out = filled<Mat33>([&](Mat33& R) { getFrameOrientation(frameIdx, R); });
   }
   void getFrameVelocity(size_t frameIdx, Eigen::Vector3d& out) const {
-    out = filled([&](Vec3& v) { getFrameVelocity(frameIdx, v); }, out);
+    out = filled<Vec3>([&](Vec3& v) { getFrameVelocity(frameIdx, v); });
   }
   void getFrameAngularVelocity(size_t frameIdx, Eigen::Vector3d& out) const {
-    out = filled([&](Vec3& w) { getFrameAngularVelocity(frameIdx, w); }, out);
+    out = filled<Vec3>([&](Vec3& w) { getFrameAngularVelocity(frameIdx, w); });
   }
   ///@}
   /// One line per frame to the standard output.
@@ -707,11 +707,10 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void ignoreCollisionBetween(size_t bodyA, size_t bodyB);
 
  private:
-  /// What a getter writes over the values of `present`, which stay where it refuses.
-  template <typename Getter, int rows, int cols>
-  static Mat<static_cast<unsigned long>(rows), static_cast<unsigned long>(cols)> filled(
-      Getter&& getter, const Eigen::Matrix<double, rows, cols>& present) {
-    auto value = toMat<static_cast<unsigned long>(rows), static_cast<unsigned long>(cols)>(present);
+  /// What a getter writes; zeros where it refuses.
+  template <typename Value, typename Getter>
+  static Value filled(Getter&& getter) {
+    Value value{};
     getter(value);
     return value;
   }
