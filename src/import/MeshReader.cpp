@@ -5,6 +5,7 @@
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
 
+#include <assimp/BaseImporter.h>
 #include <assimp/DefaultIOSystem.h>
 #include <algorithm>
 #include <assimp/Importer.hpp>
@@ -74,7 +75,8 @@ void keepKnownLoaders(Assimp::Importer& importer) {
     const bool isKnown = std::any_of(
         std::begin(kFormats), std::end(kFormats),
         [&](const char* extension) { return importer.GetImporter(extension) == loader; });
-    if (!isKnown) importer.UnregisterLoader(loader);
+    // What the importer does not hold any more it does not delete either.
+    if (!isKnown && importer.UnregisterLoader(loader) == AI_SUCCESS) delete loader;
   }
 }
 
