@@ -9,9 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "Engine.hpp"
-#include "SceneNames.hpp"
-#include "Variants.hpp"
+#include "engines/Engine.hpp"
+#include "scenes/SceneNames.hpp"
+#include "scenes/Variants.hpp"
 
 namespace zelvik::bench {
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "MjcfText.hpp"
+#include "engines/MjcfText.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +8,7 @@
 #include <sstream>
 #include <zelvik/rotation.hpp>
 
-#include "SceneNames.hpp"
+#include "scenes/SceneNames.hpp"
 
 namespace zelvik::bench {
 

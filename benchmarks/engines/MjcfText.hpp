@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "Engine.hpp"
+#include "engines/Engine.hpp"
 
 namespace zelvik::bench {
 

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "Ruler.hpp"
+#include "engines/Ruler.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <zelvik/object/GeomRecord.hpp>
 
-#include "SceneNames.hpp"
-#include "WorldBuilder.hpp"
+#include "scenes/SceneNames.hpp"
+#include "scenes/WorldBuilder.hpp"
 
 namespace zelvik::bench {
 

@@ -4,7 +4,7 @@
 
 #include <zelvik/World.hpp>
 
-#include "Engine.hpp"
+#include "engines/Engine.hpp"
 
 namespace zelvik::bench {
 

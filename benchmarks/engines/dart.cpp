@@ -31,8 +31,8 @@
 #include <iostream>
 #include <limits>
 
-#include "Engine.hpp"
-#include "SceneNames.hpp"
+#include "engines/Engine.hpp"
+#include "scenes/SceneNames.hpp"
 
 namespace zelvik::bench {
 

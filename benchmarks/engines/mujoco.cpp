@@ -14,8 +14,8 @@
 #include <fstream>
 #include <zelvik/rotation.hpp>
 
-#include "Engine.hpp"
-#include "MjcfText.hpp"
+#include "engines/Engine.hpp"
+#include "engines/MjcfText.hpp"
 
 namespace zelvik::bench {
 

@@ -14,9 +14,9 @@
 #include <limits>
 #include <zelvik/rotation.hpp>
 
-#include "Engine.hpp"
-#include "RobotPoses.hpp"
-#include "SceneNames.hpp"
+#include "engines/Engine.hpp"
+#include "scenes/RobotPoses.hpp"
+#include "scenes/SceneNames.hpp"
 
 namespace zelvik::bench {
 

@@ -4,8 +4,8 @@
 // The scenes in zelvik itself. Settings: broad=auto|hash|simple|sap|quadtree, warm=0|1, threshold,
 // iterations, erp, layer (m), scheme=trapezoid|semi|explicit|rk4.
 
-#include "Engine.hpp"
-#include "WorldBuilder.hpp"
+#include "engines/Engine.hpp"
+#include "scenes/WorldBuilder.hpp"
 
 namespace zelvik::bench {
 

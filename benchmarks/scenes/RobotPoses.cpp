@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "RobotPoses.hpp"
+#include "scenes/RobotPoses.hpp"
 
 #include <zelvik/World.hpp>
 

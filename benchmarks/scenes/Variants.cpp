@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "Variants.hpp"
+#include "scenes/Variants.hpp"
 
 #include <algorithm>
 #include <cmath>

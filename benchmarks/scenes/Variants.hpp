@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "Ruler.hpp"
+#include "engines/Ruler.hpp"
 
 namespace zelvik::bench {
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "WorldBuilder.hpp"
+#include "scenes/WorldBuilder.hpp"
 
-#include "SceneNames.hpp"
+#include "scenes/SceneNames.hpp"
 
 namespace zelvik::bench {
 

@@ -4,7 +4,7 @@
 #
 # Instructions per step of zelvik, in total, by stage and by function:
 #
-#   benchmarks/instructions.sh BUILD_DIR SCENE [SETTING] [STEPS]
+#   benchmarks/tools/instructions.sh BUILD_DIR SCENE [SETTING] [STEPS]
 #
 # Runs the scene's warm-up and STEPS (200) steps, then the same with twice as many, in callgrind; the
 # difference is the work of the second half. Unlike a time, the figure is the same on a busy machine;

@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: 2026 the zelvik authors
 # SPDX-License-Identifier: BSD-3-Clause
-"""What calls from Python cost: PYTHONPATH=build/python/package python benchmarks/python_overhead.py
+"""What calls from Python cost: PYTHONPATH=build/python/package python benchmarks/tools/python_overhead.py
 
 Prints microseconds of processor time for each call, the least and the median of several rounds. A
 step from Python is compared with steps inside of one call, which are C++ alone: an empty world,

@@ -4,7 +4,7 @@
 #
 # Runs the programs of all engines interleaved, twice, and writes table.md and results.json:
 #
-#   benchmarks/run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [--more N] [SCENE ...]
+#   benchmarks/tools/run.sh BUILD_DIR [OUT_DIR] [--also BUILD_DIR]... [--quick] [--more N] [SCENE ...]
 #
 # BUILD_DIR was configured with -DZELVIK_BUILD_BENCHMARKS=ON.
 #   --also    also runs bench_zelvik of another build, beside the first: another compiler, say

@@ -10,7 +10,7 @@
 #include <zelvik/contact/BisectionContactSolver.hpp>
 
 #include "NeutralScene.hpp"
-#include "WorldBuilder.hpp"
+#include "scenes/WorldBuilder.hpp"
 
 namespace zelvik::bench {
 

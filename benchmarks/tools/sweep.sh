@@ -4,7 +4,7 @@
 #
 # Speed against accuracy: S1m, S4 and S5 with several settings per engine, as SVG files.
 #
-#   benchmarks/sweep.sh BUILD_DIR OUT_DIR [--quick]
+#   benchmarks/tools/sweep.sh BUILD_DIR OUT_DIR [--quick]
 #
 # --quick takes one short run each: it shows that all of it works and measures nothing.
 # Set RUNS for the number of timed runs (5), BUDGET for the longest run (CPU s, 5), VARIANTS for the
