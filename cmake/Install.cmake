@@ -37,6 +37,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelvikConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/zelvikConfig.cmake
               ${PROJECT_BINARY_DIR}/zelvikConfigVersion.cmake cmake/FindOde.cmake
               cmake/FindTinyXml.cmake cmake/FindAssimp.cmake cmake/FindQhull.cmake
+              cmake/PlainLibrary.cmake
         DESTINATION ${ZELVIK_INSTALL_CMAKEDIR} COMPONENT development)
 
 # The files find their prefix from their own place, so that an installed tree can be moved.
