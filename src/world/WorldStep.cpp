@@ -15,8 +15,9 @@ namespace {
 /// A wire that can move nothing, since both ends are on one body or an end has lost its contacts
 /// between the halves, would take an infinite impulse.
 void takeOutIfNothingMoves(contact::Single3DContactProblem& p) {
-  using Problem = contact::Single3DContactProblem;
-  if (p.rank_ == Problem::NORMAL_ONLY && p.delassus_(2, 2) == 0.0) p.rank_ = Problem::NOTHING_MOVES;
+  using contact::Single3DContactProblem;
+  if (p.rank_ == Single3DContactProblem::NORMAL_ONLY && p.delassus_(2, 2) == 0.0)
+    p.rank_ = Single3DContactProblem::NOTHING_MOVES;
 }
 
 }  // namespace
