@@ -145,7 +145,7 @@ TEST(TreeFactor, OfAMatrixThatIsNotPositiveDefiniteIsNotANumber) {
   EXPECT_TRUE(std::isnan(x[0]) && std::isnan(x[1]));
 }
 
-TEST(TreeSweeps, EqualTheSumsOverSingleBodies) {
+TEST(TreePasses, EqualTheSumsOverSingleBodies) {
   const Vec3 gravity{{1.0, -2.0, -9.81}};
   for (std::uint32_t seed = 1; seed <= 200; ++seed) {
     SCOPED_TRACE(seed);

@@ -3,7 +3,7 @@
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "articulated/TreeSweeps.hpp"
+#include "articulated/TreePasses.hpp"
 
 namespace zelvik {
 
@@ -52,13 +52,13 @@ void ArticulatedSystem::setMass(size_t localIdx, double mass) {
   if (!checkBodyIndex(localIdx, "setMass")) return;
   mass_[localIdx] = mass;
   computeCompositeMass();
-  sweeps_->loadMassProperties();
+  passes_->loadMassProperties();
 }
 
 void ArticulatedSystem::setBodyCom(size_t localIdx, const Mat<3, 1>& comB) {
   if (!checkBodyIndex(localIdx, "setBodyCom")) return;
   comB_[localIdx] = comB;
-  sweeps_->loadMassProperties();
+  passes_->loadMassProperties();
   // The kinematics leave a fixed root as it is.
   comW_[localIdx] = positionW_[localIdx] + rotationW_[localIdx] * comB_[localIdx];
   updateKinematics();
@@ -67,7 +67,7 @@ void ArticulatedSystem::setBodyCom(size_t localIdx, const Mat<3, 1>& comB) {
 void ArticulatedSystem::setBodyInertia(size_t localIdx, const Mat<3, 3>& inertiaB) {
   if (!checkBodyIndex(localIdx, "setBodyInertia")) return;
   inertiaB_[localIdx] = inertiaB;
-  sweeps_->loadMassProperties();
+  passes_->loadMassProperties();
 }
 
 void ArticulatedSystem::computeCompositeMass() {
@@ -79,7 +79,7 @@ void ArticulatedSystem::computeCompositeMass() {
 void ArticulatedSystem::updateMassInfo() {
   formCompositeBodies();
   computeCompositeMass();
-  sweeps_->loadMassProperties();
+  passes_->loadMassProperties();
   for (size_t i = bodyCount_; i-- > 0;) {
     for (const size_t child : children_[i]) compositeMassMoment_[i] += compositeMassMoment_[child];
     for (size_t k = 0; k < 3; ++k)

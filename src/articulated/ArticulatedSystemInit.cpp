@@ -6,7 +6,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "articulated/TreeSweeps.hpp"
+#include "articulated/TreePasses.hpp"
 
 namespace zelvik {
 namespace {
@@ -249,10 +249,10 @@ void ArticulatedSystem::buildDofParent() {
 
 void ArticulatedSystem::sizeTreeMatrices() {
   pattern_.build(dofParent_);
-  massRows_.setZero(pattern_.storage + TreeSweeps::kSpareValues);
+  massRows_.setZero(pattern_.storage + TreePasses::kSpareValues);
   factor_.setPattern(pattern_);
   callerFactor_.setPattern(pattern_);
-  sweeps_ = std::make_unique<TreeSweeps>(*this);
+  passes_ = std::make_unique<TreePasses>(*this);
   growContactStorage(kPreallocatedContacts);
 }
 

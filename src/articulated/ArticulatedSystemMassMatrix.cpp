@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "articulated/TreeSweeps.hpp"
+#include "articulated/TreePasses.hpp"
 
 // What a step computes stays in the form in which the step needs it; the dense matrix and the
 // arrays over bodies are formed when somebody reads them, and from then on in every step: who holds
@@ -18,7 +18,7 @@ void ArticulatedSystem::computeMassMatrix(MatDyn& M) {
 }
 
 void ArticulatedSystem::computeMassRows() {
-  sweeps_->computeMassRows(massRows_.v);
+  passes_->computeMassRows(massRows_.v);
   for (size_t k = 0; k < dof_; ++k)
     massRows_[pattern_.rowStart[k] + pattern_.position[k]] += rotorInertia_[k];
   massMatrixFormed_ = false;
@@ -33,7 +33,7 @@ void ArticulatedSystem::formMassMatrix() const {
 
 void ArticulatedSystem::formCompositeBodies() const {
   if (compositeBodiesFormed_) return;
-  sweeps_->writeCompositeBodies(inertiaW_, compositeInertiaW_, compositeMassMoment_,
+  passes_->writeCompositeBodies(inertiaW_, compositeInertiaW_, compositeMassMoment_,
                                 compositeComW_);
   if (jointType_[0] == Joint::FIXED) compositeComW_[0] = comOfFixedRootAndTree();
   compositeBodiesFormed_ = true;

@@ -6,7 +6,7 @@
 #include <zelvik/urdf.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "articulated/TreeSweeps.hpp"
+#include "articulated/TreePasses.hpp"
 
 namespace zelvik {
 namespace {

@@ -23,7 +23,7 @@ namespace zelvik {
 namespace urdf {
 class LoadFromURDF2;
 }
-class TreeSweeps;
+class TreePasses;
 
 /// Choices at construction.
 struct ArticulatedSystemOption {
@@ -722,7 +722,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   }
 
   friend class urdf::LoadFromURDF2;
-  friend class TreeSweeps;
+  friend class TreePasses;
   friend class contact::ContactSweep;
 
   void writeUnusualPose(const CollisionDefinition& shape);
@@ -827,7 +827,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   std::vector<size_t> pathDof_, pathGc_;       ///< per body, this joint included
   std::vector<size_t> dofParent_;       ///< per velocity: the next towards the root, or `kNone`
   TreePattern pattern_;                 ///< of the mass matrix, from `dofParent_`
-  std::unique_ptr<TreeSweeps> sweeps_;  ///< the recursions over bodies, with arrays of their own
+  std::unique_ptr<TreePasses> passes_;  ///< the recursions over bodies, with arrays of their own
 
   // ---- names and model ------------------------------------------------------------------------
   std::vector<Child> rootChild_;  ///< the root, between construction and the end of `init`

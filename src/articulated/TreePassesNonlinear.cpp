@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "articulated/TreeSweepTools.hpp"
+#include "articulated/TreePassTools.hpp"
 
 // Recursive Newton-Euler (R. Featherstone, Rigid Body Dynamics Algorithms, section 5.3) with zero
 // joint accelerations, in world axes, wrenches about frame origins. Gravity enters as an
@@ -8,7 +8,7 @@
 
 namespace zelvik {
 
-void TreeSweeps::computeNonlinearities(const Vec3& gravity, VecDyn& h) {
+void TreePasses::computeNonlinearities(const Vec3& gravity, VecDyn& h) {
   startRoot(gravity);
   for (size_t b = 1; b < batches_.size(); ++b) propagateVelocities(batches_[b], bodies_[b]);
   // f_p += f_i, n_p += r_i x f_i + n_i.
@@ -20,7 +20,7 @@ void TreeSweeps::computeNonlinearities(const Vec3& gravity, VecDyn& h) {
   projectWrenches(h);
 }
 
-void TreeSweeps::startRoot(const Vec3& gravity) {
+void TreePasses::startRoot(const Vec3& gravity) {
   Bodies& root = bodies_[0];
   if (s_.jointType_[0] == Joint::FLOATING) {
     s_.linearVelocityW_[0] = {{s_.gv_[0], s_.gv_[1], s_.gv_[2]}};
@@ -34,7 +34,7 @@ void TreeSweeps::startRoot(const Vec3& gravity) {
 }
 
 /// Velocities and bias accelerations, from those of the parents.
-void TreeSweeps::propagateVelocities(const Batch& batch, Bodies& B) {
+void TreePasses::propagateVelocities(const Batch& batch, Bodies& B) {
   const Lanes3 omega =
       gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.omega; });
   const Lanes3 alpha =
@@ -71,7 +71,7 @@ void TreeSweeps::propagateVelocities(const Batch& batch, Bodies& B) {
 /// Force and moment about the frame origin that each body alone takes for its bias acceleration:
 /// f = m (a + alpha x c + omega x (omega x c)), n = J alpha + m c x a + omega x (J omega) with J
 /// about the origin. Of a fixed root they are not used.
-void TreeSweeps::computeWrench(Bodies& B) {
+void TreePasses::computeWrench(Bodies& B) {
   const Lanes3& c = B.comOffset;
   LanesSymmetric J = B.inertia;
   addInertia(B.mass, c, J);
@@ -80,7 +80,7 @@ void TreeSweeps::computeWrench(Bodies& B) {
 }
 
 /// The share of each wrench that its joint has to give.
-void TreeSweeps::projectWrenches(VecDyn& h) const {
+void TreePasses::projectWrenches(VecDyn& h) const {
   if (s_.jointType_[0] == Joint::FLOATING)
     for (size_t k = 0; k < 3; ++k) {
       h[k] = getLane(bodies_[0].force, 0)[k];
@@ -104,7 +104,7 @@ void ArticulatedSystem::computeNonlinearities(const Mat<3, 1>& gravity, VecDyn& 
                                                        << " velocities");
     return;
   }
-  sweeps_->computeNonlinearities(gravity, h);
+  passes_->computeNonlinearities(gravity, h);
 }
 
 }  // namespace zelvik

@@ -10,7 +10,7 @@
 
 namespace zelvik {
 
-/// The sweeps over the bodies of an articulated system, four bodies at a time.
+/// The passes over the bodies of an articulated system, four bodies at a time.
 ///
 /// Bodies of equal depth do not depend on each other. They are taken in batches of up to four, one
 /// body to a lane, so that the four legs of a robot cost as much as one; batches are sorted by
@@ -19,11 +19,11 @@ namespace zelvik {
 ///
 /// A joint is what its velocities do to its body: velocity k turns it about an axis through the
 /// joint, `turn[k]`, or slides it along one, `slide`. So all types of joints share one formula.
-class TreeSweeps {
+class TreePasses {
  public:
   static constexpr size_t kSpareValues = 2 * kLanes;
 
-  explicit TreeSweeps(ArticulatedSystem& system);
+  explicit TreePasses(ArticulatedSystem& system);
 
   /// Copies masses, centres of mass and inertias of the bodies; after every change of them.
   void loadMassProperties();

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "articulated/TreeSweeps.hpp"
+#include "articulated/TreePasses.hpp"
 
 namespace zelvik {
 
 /// A vector of each of four bodies, to which `get` refers in `Bodies`.
 template <typename Get>
-inline Lanes3 TreeSweeps::gather(const Places& places, Get&& get) const {
+inline Lanes3 TreePasses::gather(const Places& places, Get&& get) const {
   if (places.lanesMatch) return get(bodies_[places.batch[0]]);
   const Lanes3* v[kLanes];
   for (size_t l = 0; l < kLanes; ++l) v[l] = &get(bodies_[places.batch[l]]);
@@ -40,7 +40,7 @@ inline void addLane(LanesSymmetric& to, size_t lane, const LanesSymmetric& from,
 
 /// Adds a value of each body of a batch to that of its parent.
 template <typename Value>
-inline void TreeSweeps::addToParents(const Batch& batch, const Value& value, Value Bodies::*field) {
+inline void TreePasses::addToParents(const Batch& batch, const Value& value, Value Bodies::*field) {
   const Places& parents = batch.parents;
   if (parents.batch[0] == 0)
     bodies_[0].*field += broadcastSum(value);

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <zelvik/rotation.hpp>
 
-#include "articulated/TreeSweepTools.hpp"
+#include "articulated/TreePassTools.hpp"
 
 namespace zelvik {
 namespace {
@@ -63,12 +63,12 @@ inline Lanes3 combine(const Lanes3& a, const Lanes& s, const Lanes3& b, const La
 
 }  // namespace
 
-void TreeSweeps::updateKinematics() {
+void TreePasses::updateKinematics() {
   placeRoot();
   for (size_t b = 1; b < batches_.size(); ++b) placeBatch(batches_[b], bodies_[b]);
 }
 
-void TreeSweeps::placeRoot() {
+void TreePasses::placeRoot() {
   if (s_.jointType_[0] == Joint::FLOATING) {
     s_.positionW_[0] = {{s_.gc_[0], s_.gc_[1], s_.gc_[2]}};
     quatToRotMat(s_.gc_.v + 3, s_.rotationW_[0]);
@@ -81,7 +81,7 @@ void TreeSweeps::placeRoot() {
   root.com = broadcast(s_.comW_[0]);
 }
 
-void TreeSweeps::placeBatch(const Batch& batch, Bodies& B) {
+void TreePasses::placeBatch(const Batch& batch, Bodies& B) {
   Lanes33 Rp;
   for (size_t j = 0; j < 3; ++j)
     Rp.c[j] = gather(batch.parents, [j](const Bodies& p) -> const Lanes3& { return p.R.c[j]; });
@@ -130,7 +130,7 @@ void TreeSweeps::placeBatch(const Batch& batch, Bodies& B) {
 }
 
 /// Body to parent of spherical joints, from their quaternions.
-void TreeSweeps::setBallRotations(const Batch& batch, Lanes33& local) const {
+void TreePasses::setBallRotations(const Batch& batch, Lanes33& local) const {
   for (size_t l = 0; l < kLanes; ++l) {
     const size_t i = batch.body[l];
     if (s_.jointType_[i] != Joint::SPHERICAL) continue;
@@ -142,7 +142,7 @@ void TreeSweeps::setBallRotations(const Batch& batch, Lanes33& local) const {
 }
 
 void ArticulatedSystem::updateKinematics() {
-  sweeps_->updateKinematics();
+  passes_->updateKinematics();
 }
 
 }  // namespace zelvik

@@ -1,20 +1,20 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "articulated/TreeSweeps.hpp"
+#include "articulated/TreePasses.hpp"
 
 #include <algorithm>
 #include <cstring>
 
 namespace zelvik {
 
-TreeSweeps::TreeSweeps(ArticulatedSystem& system) : s_(system) {
+TreePasses::TreePasses(ArticulatedSystem& system) : s_(system) {
   sortIntoBatches();
   for (Batch& batch : batches_) buildSteps(batch);
   loadMassProperties();
 }
 
 /// By depth, and by index where that is equal.
-void TreeSweeps::sortIntoBatches() {
+void TreePasses::sortIntoBatches() {
   batchOf_.assign(s_.bodyCount_, 0);
   laneOf_.assign(s_.bodyCount_, 0);
   const size_t root = 0;
@@ -41,7 +41,7 @@ void TreeSweeps::sortIntoBatches() {
   }
 }
 
-TreeSweeps::Batch TreeSweeps::makeBatch(const size_t* bodies, size_t count) {
+TreePasses::Batch TreePasses::makeBatch(const size_t* bodies, size_t count) {
   Batch batch{};
   batch.count = count;
   size_t parents[kLanes];
@@ -67,7 +67,7 @@ TreeSweeps::Batch TreeSweeps::makeBatch(const size_t* bodies, size_t count) {
 }
 
 /// The root stands in all lanes of its batch. What lanes without a body read does not matter.
-TreeSweeps::Places TreeSweeps::placesOf(const size_t* bodies, size_t count) const {
+TreePasses::Places TreePasses::placesOf(const size_t* bodies, size_t count) const {
   Places places{};
   places.lanesMatch = true;
   for (size_t l = 0; l < kLanes; ++l) {
@@ -82,7 +82,7 @@ TreeSweeps::Places TreeSweeps::placesOf(const size_t* bodies, size_t count) cons
 
 /// Constants of one body. With R the joint's rotation about the axis a by the angle q and O the
 /// joint frame, O R = O a a^T + cos q O (1 - a a^T) + sin q O [a].
-void TreeSweeps::setJoint(size_t i, size_t lane, Bodies& bodies) const {
+void TreePasses::setJoint(size_t i, size_t lane, Bodies& bodies) const {
   const Mat33& O = s_.jointOrientationP_[i];
   const Vec3& a = s_.jointAxisB_[i];
   const Joint::Type type = i == 0 ? Joint::FIXED : s_.jointType_[i];
@@ -101,7 +101,7 @@ void TreeSweeps::setJoint(size_t i, size_t lane, Bodies& bodies) const {
   bodies.balls[lane] = type == Joint::SPHERICAL ? 1.0 : 0.0;
 }
 
-void TreeSweeps::loadMassProperties() {
+void TreePasses::loadMassProperties() {
   for (size_t b = 0; b < batches_.size(); ++b)
     for (size_t l = 0; l < kLanes; ++l) {
       const size_t i = batches_[b].body[l];
@@ -117,7 +117,7 @@ void TreeSweeps::loadMassProperties() {
 
 /// Joints from those of the batch up to the one below the root, and for each entry of M between
 /// them its place in the packed rows.
-void TreeSweeps::buildSteps(Batch& batch) {
+void TreePasses::buildSteps(Batch& batch) {
   batch.stepBegin = batch.stepEnd = steps_.size();
   if (batch.body[0] == 0) return;
   size_t joints[kLanes];
@@ -148,12 +148,12 @@ void TreeSweeps::buildSteps(Batch& batch) {
 
 /// Place of the entry of velocity k of joint i and velocity l of joint j; behind the rows if there
 /// is none.
-size_t TreeSweeps::target(size_t i, size_t k, size_t j, size_t l) const {
+size_t TreePasses::target(size_t i, size_t k, size_t j, size_t l) const {
   if (k >= s_.dofOfBody_[i] || l >= s_.dofOfBody_[j]) return s_.pattern_.storage;
   return s_.pattern_.rowStart[s_.dofStart_[i] + k] + s_.pattern_.position[s_.dofStart_[j] + l];
 }
 
-void TreeSweeps::writeCompositeBodies(std::vector<Mat33>& inertia,
+void TreePasses::writeCompositeBodies(std::vector<Mat33>& inertia,
                                       std::vector<Mat33>& compositeInertia,
                                       std::vector<Vec3>& moment, std::vector<Vec3>& com) const {
   for (size_t b = 0; b < batches_.size(); ++b)

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include "articulated/TreeSweepTools.hpp"
+#include "articulated/TreePassTools.hpp"
 
 // Composite bodies (R. Featherstone, Rigid Body Dynamics Algorithms, section 6.2) without spatial
 // vectors: a subtree is its mass m, its centre of mass c and its inertia I about c in world axes.
@@ -21,7 +21,7 @@ inline Lanes3 lanesOf(const Vec3* const (&v)[kLanes]) {
 
 }  // namespace
 
-void TreeSweeps::computeMassRows(double* rows) {
+void TreePasses::computeMassRows(double* rows) {
   gatherMoments();
   const std::uint32_t* targets = targets_.data() + targets_.size();
   for (size_t b = batches_.size(); b-- > 1;) {
@@ -33,7 +33,7 @@ void TreeSweeps::computeMassRows(double* rows) {
 }
 
 /// Inertias in world axes, and the mass moments and centres of mass of the subtrees.
-void TreeSweeps::gatherMoments() {
+void TreePasses::gatherMoments() {
   for (Bodies& B : bodies_) {
     B.inertia = B.compositeInertia = similarity(B.R, B.inertiaB);
     B.moment = B.mass * B.com;
@@ -50,7 +50,7 @@ void TreeSweeps::gatherMoments() {
 
 /// Inertia of the subtrees of a batch about their centres of mass, all of their children being
 /// done, and its share in that of the parents. That of a floating root is about its frame origin.
-void TreeSweeps::gatherInertia(const Batch& batch, Bodies& B) {
+void TreePasses::gatherInertia(const Batch& batch, Bodies& B) {
   addInertia(B.mass, B.com - B.compositeCom, B.compositeInertia);
   const bool isBelowRoot = batch.parents.batch[0] == 0;
   if (isBelowRoot && s_.jointType_[0] != Joint::FLOATING) return;
@@ -65,7 +65,7 @@ void TreeSweeps::gatherInertia(const Batch& batch, Bodies& B) {
 
 /// Rows of the velocities of a batch. `target` stands behind the places of its entries; returns
 /// their begin.
-const std::uint32_t* TreeSweeps::writeRows(const Batch& batch, const Bodies& B,
+const std::uint32_t* TreePasses::writeRows(const Batch& batch, const Bodies& B,
                                            const std::uint32_t* target, double* rows) const {
   const bool floating = s_.jointType_[0] == Joint::FLOATING;
   const Lanes3 r = B.compositeCom - B.position;
@@ -103,7 +103,7 @@ const std::uint32_t* TreeSweeps::writeRows(const Batch& batch, const Bodies& B,
 
 /// The row of a batch of one body, without spherical joints: four joints above it at a time, so
 /// that a chain fills the lanes too.
-void TreeSweeps::writeRowOfOne(const Batch& batch, const Bodies& B, const Lanes3& force,
+void TreePasses::writeRowOfOne(const Batch& batch, const Bodies& B, const Lanes3& force,
                                const Lanes3& moment, const std::uint32_t* target,
                                double* rows) const {
   const Lanes3 c = broadcast(getLane(B.compositeCom, 0)), f = broadcast(getLane(force, 0)),
@@ -131,7 +131,7 @@ void TreeSweeps::writeRowOfOne(const Batch& batch, const Bodies& B, const Lanes3
 
 /// The first six values of rows below a floating root, and two zeros, which are written over where
 /// the rows go on.
-void TreeSweeps::writeBaseColumns(const Batch& batch, size_t k, const Lanes3& f, const Lanes3& n,
+void TreePasses::writeBaseColumns(const Batch& batch, size_t k, const Lanes3& f, const Lanes3& n,
                                   double* rows) const {
   Lanes a[kLanes] = {f.x, f.y, f.z, n.x}, b[kLanes] = {n.y, n.z, Lanes{}, Lanes{}};
   transposeLanes(a[0], a[1], a[2], a[3]);
@@ -143,7 +143,7 @@ void TreeSweeps::writeBaseColumns(const Batch& batch, size_t k, const Lanes3& f,
 }
 
 /// The six velocities of a floating root: m, m [c - p] and the inertia about p.
-void TreeSweeps::writeRootRows(double* rows) {
+void TreePasses::writeRootRows(double* rows) {
   Bodies& root = bodies_[0];
   root.compositeCom = (1.0 / root.divisor) * root.moment;
   addInertia(root.mass, root.com - root.position, root.compositeInertia);
