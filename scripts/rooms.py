@@ -40,7 +40,10 @@ HEADERS = {
     "core": ["object/BodyType.hpp", "object/GeomRecord.hpp"],
     "tree": ["object/ArticulatedSystem/TreeFactor.hpp"],
     "model": ["object/ArticulatedSystem/JointAndBodies.hpp", "urdf.hpp"],
-    "articulated": ["object/ArticulatedSystem/ArticulatedSystem.hpp"],
+    "articulated": [
+        f"object/ArticulatedSystem/{name}.hpp"
+        for name in ("ArticulatedSystem", "JointParameters", "RobotContacts", "TreeDescription")
+    ],
     "solver": ["contact/BisectionContactSolver.hpp"],
     "world": ["World.hpp", "RayHit.hpp"],
 }

@@ -24,23 +24,23 @@ ArticulatedSystem::ArticulatedSystem(const Child& child, const std::string& resD
 ArticulatedSystem::~ArticulatedSystem() = default;
 
 void ArticulatedSystem::getPosition(size_t localIdx, Mat<3, 1>& out) const {
-  if (checkBodyIndex(localIdx, "getPosition")) out = positionW_[localIdx];
+  if (checkBodyIndex(localIdx, "getPosition")) out = kinematics_.positionW[localIdx];
 }
 
 void ArticulatedSystem::getVelocity(size_t localIdx, Mat<3, 1>& out) const {
-  if (checkBodyIndex(localIdx, "getVelocity")) out = linearVelocityW_[localIdx];
+  if (checkBodyIndex(localIdx, "getVelocity")) out = kinematics_.linearVelocityW[localIdx];
 }
 
 void ArticulatedSystem::getOrientation(size_t localIdx, Mat<3, 3>& out) const {
-  if (checkBodyIndex(localIdx, "getOrientation")) out = rotationW_[localIdx];
+  if (checkBodyIndex(localIdx, "getOrientation")) out = kinematics_.rotationW[localIdx];
 }
 
 double ArticulatedSystem::getMass(size_t localIdx) const {
-  return checkBodyIndex(localIdx, "getMass") ? mass_[localIdx] : 0.0;
+  return checkBodyIndex(localIdx, "getMass") ? tree_.mass[localIdx] : 0.0;
 }
 
 BodyType ArticulatedSystem::getBodyType(size_t localIdx) const {
-  if (localIdx == 0 && jointType_[0] == Joint::FIXED) return BodyType::STATIC;
+  if (localIdx == 0 && tree_.jointType[0] == Joint::FIXED) return BodyType::STATIC;
   return BodyType::DYNAMIC;
 }
 
@@ -50,40 +50,43 @@ BodyType ArticulatedSystem::getBodyType() const {
 
 void ArticulatedSystem::setMass(size_t localIdx, double mass) {
   if (!checkBodyIndex(localIdx, "setMass")) return;
-  mass_[localIdx] = mass;
+  tree_.mass[localIdx] = mass;
   computeCompositeMass();
   passes_->loadMassProperties();
 }
 
 void ArticulatedSystem::setBodyCom(size_t localIdx, const Mat<3, 1>& comB) {
   if (!checkBodyIndex(localIdx, "setBodyCom")) return;
-  comB_[localIdx] = comB;
+  tree_.comB[localIdx] = comB;
   passes_->loadMassProperties();
   // The kinematics leave a fixed root as it is.
-  comW_[localIdx] = positionW_[localIdx] + rotationW_[localIdx] * comB_[localIdx];
+  kinematics_.comW[localIdx] =
+      kinematics_.positionW[localIdx] + kinematics_.rotationW[localIdx] * tree_.comB[localIdx];
   updateKinematics();
 }
 
 void ArticulatedSystem::setBodyInertia(size_t localIdx, const Mat<3, 3>& inertiaB) {
   if (!checkBodyIndex(localIdx, "setBodyInertia")) return;
-  inertiaB_[localIdx] = inertiaB;
+  tree_.inertiaB[localIdx] = inertiaB;
   passes_->loadMassProperties();
 }
 
 void ArticulatedSystem::computeCompositeMass() {
-  compositeMass_ = mass_;
-  for (size_t i = bodyCount_; i-- > 0;)
-    for (const size_t child : children_[i]) compositeMass_[i] += compositeMass_[child];
+  tree_.compositeMass = tree_.mass;
+  for (size_t i = tree_.bodyCount; i-- > 0;)
+    for (const size_t child : tree_.children[i])
+      tree_.compositeMass[i] += tree_.compositeMass[child];
 }
 
 void ArticulatedSystem::updateMassInfo() {
   formCompositeBodies();
   computeCompositeMass();
   passes_->loadMassProperties();
-  for (size_t i = bodyCount_; i-- > 0;) {
-    for (const size_t child : children_[i]) compositeMassMoment_[i] += compositeMassMoment_[child];
+  for (size_t i = tree_.bodyCount; i-- > 0;) {
+    for (const size_t child : tree_.children[i])
+      compositeMassMoment_[i] += compositeMassMoment_[child];
     for (size_t k = 0; k < 3; ++k)
-      compositeComW_[i][k] = compositeMassMoment_[i][k] / compositeMass_[i];
+      compositeComW_[i][k] = compositeMassMoment_[i][k] / tree_.compositeMass[i];
   }
 }
 

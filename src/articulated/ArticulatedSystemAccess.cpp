@@ -40,21 +40,21 @@ void ArticulatedSystem::setGeneralizedVelocity(const double* values, size_t coun
 }
 
 void ArticulatedSystem::setGeneralizedForce(const double* values, size_t count) {
-  if (copyFront("setGeneralizedForce", values, count, generalizedForceFeedForward_))
+  if (copyFront("setGeneralizedForce", values, count, joints_.feedForward))
     checkForce("setGeneralizedForce", values, count);
 }
 
 void ArticulatedSystem::setBasePos(const Mat<3, 1>& pos) {
-  if (jointType_[0] == Joint::FIXED)
-    positionW_[0] = pos;
+  if (tree_.jointType[0] == Joint::FIXED)
+    kinematics_.positionW[0] = pos;
   else
     std::copy_n(pos.v, 3, gc_.v);
   updateKinematics();
 }
 
 void ArticulatedSystem::setBaseOrientation(const Mat<3, 3>& rot) {
-  if (jointType_[0] == Joint::FIXED) {
-    rotationW_[0] = rot;
+  if (tree_.jointType[0] == Joint::FIXED) {
+    kinematics_.rotationW[0] = rot;
   } else {
     Mat<4, 1> quat;
     rotMatToQuat(rot, quat);
@@ -64,7 +64,7 @@ void ArticulatedSystem::setBaseOrientation(const Mat<3, 3>& rot) {
 }
 
 void ArticulatedSystem::getBaseOrientation(Mat<4, 1>& quat) const {
-  if (jointType_[0] != Joint::FLOATING) {
+  if (!tree_.isFloating()) {
     MSG_FATAL("This method is only for floating base");
     return;
   }
@@ -72,58 +72,59 @@ void ArticulatedSystem::getBaseOrientation(Mat<4, 1>& quat) const {
 }
 
 void ArticulatedSystem::setControlMode(ControlMode mode) {
-  controlMode_ = mode;
+  joints_.controlMode = mode;
   timeStepUpToDate_ = false;
 }
 
 void ArticulatedSystem::setPGain(const double* values, size_t count) {
-  if (copyFront("setPGain", values, count, pGain_)) timeStepUpToDate_ = false;
+  if (copyFront("setPGain", values, count, joints_.pGain)) timeStepUpToDate_ = false;
 }
 
 void ArticulatedSystem::setDGain(const double* values, size_t count) {
-  if (copyFront("setDGain", values, count, dGain_)) timeStepUpToDate_ = false;
+  if (copyFront("setDGain", values, count, joints_.dGain)) timeStepUpToDate_ = false;
 }
 
 void ArticulatedSystem::setRotorInertia(const double* values, size_t count) {
-  copyFront("setRotorInertia", values, count, rotorInertia_);
+  copyFront("setRotorInertia", values, count, joints_.rotorInertia);
 }
 
 void ArticulatedSystem::setPTarget(const double* values, size_t count) {
-  copyFront("setPTarget", values, count, pTarget_);
+  copyFront("setPTarget", values, count, joints_.pTarget);
 }
 
 void ArticulatedSystem::setDTarget(const double* values, size_t count) {
-  copyFront("setDTarget", values, count, dTarget_);
+  copyFront("setDTarget", values, count, joints_.dTarget);
 }
 
 void ArticulatedSystem::setForceLimits(const VecDyn& lower, const VecDyn& upper) {
-  if (!checkRoom("setForceLimits, lower", lower.n, dof_)) return;
-  if (!checkRoom("setForceLimits, upper", upper.n, dof_)) return;
-  std::copy_n(lower.v, lower.n, forceLowerLimit_.v);
-  std::copy_n(upper.v, upper.n, forceUpperLimit_.v);
+  if (!checkRoom("setForceLimits, lower", lower.n, tree_.dof)) return;
+  if (!checkRoom("setForceLimits, upper", upper.n, tree_.dof)) return;
+  std::copy_n(lower.v, lower.n, joints_.forceLowerLimit.v);
+  std::copy_n(upper.v, upper.n, joints_.forceUpperLimit.v);
 }
 
 void ArticulatedSystem::setJointLimits(const std::vector<JointLimit>& limits) {
-  if (limits.size() > jointLimits_.size()) {
+  if (limits.size() > joints_.limits.size()) {
     MSG_FATAL("setJointLimits: " << limits.size() << " limits are given, but there is room for "
-                                 << jointLimits_.size());
+                                 << joints_.limits.size());
     return;
   }
-  std::copy(limits.begin(), limits.end(), jointLimits_.begin());
+  std::copy(limits.begin(), limits.end(), joints_.limits.begin());
 }
 
 void ArticulatedSystem::setJointDamping(const VecDyn& damping) {
-  if (copyFront("setJointDamping", damping.v, damping.n, jointDamping_)) timeStepUpToDate_ = false;
+  if (copyFront("setJointDamping", damping.v, damping.n, joints_.damping))
+    timeStepUpToDate_ = false;
 }
 
 void ArticulatedSystem::setSprings(const std::vector<JointSpring>& springs) {
   for (const JointSpring& spring : springs)
-    if (spring.bodyIdx >= bodyCount_) {
+    if (spring.bodyIdx >= tree_.bodyCount) {
       MSG_FATAL("setSprings: body index " << spring.bodyIdx << " is out of range, there are "
-                                          << bodyCount_ << " bodies");
+                                          << tree_.bodyCount << " bodies");
       return;
     }
-  springs_ = springs;
+  joints_.springs = springs;
   timeStepUpToDate_ = false;
 }
 

@@ -121,8 +121,8 @@ void ArticulatedSystem::updateCollision() {
   for (const CollisionDefinition& shape : collisionBodies_) {
     if (shape.colObj == nullptr) continue;
     const GeomRecord& record = geomRecord(shape.colObj);
-    const GeomPose pose(loadRotation(rotationW_[shape.localIdx]), positionW_[shape.localIdx],
-                        shape);
+    const GeomPose pose(loadRotation(kinematics_.rotationW[shape.localIdx]),
+                        kinematics_.positionW[shape.localIdx], shape);
     if (record.enabled && record.position != nullptr && pose.isOrdinary()) {
       pose.write(record);
       dGeomMoved(shape.colObj);
@@ -134,10 +134,11 @@ void ArticulatedSystem::updateCollision() {
 }
 
 void ArticulatedSystem::writeUnusualPose(const CollisionDefinition& shape) {
-  const Mat<3, 3>& R = rotationW_[shape.localIdx];
+  const Mat<3, 3>& R = kinematics_.rotationW[shape.localIdx];
   Mat<3, 3> rotation;
   rotmatmul(R, shape.offsetRotation, rotation);
-  writeGeomPose(shape.colObj, R * shape.offsetPosition + positionW_[shape.localIdx], rotation);
+  writeGeomPose(shape.colObj, R * shape.offsetPosition + kinematics_.positionW[shape.localIdx],
+                rotation);
 }
 
 void ArticulatedSystem::setCollisionObjectOrientationOffset(size_t collisionIdx,
@@ -186,9 +187,9 @@ void ArticulatedSystem::ignoreCollisionBetween(size_t bodyA, size_t bodyB) {
 
 void ArticulatedSystem::getPose(const VisObject& vis, Mat<3, 3>& rot, Mat<3, 1>& pos) const {
   if (!checkBodyIndex(vis.localIdx, "getPose")) return;
-  const Mat<3, 3>& R = rotationW_[vis.localIdx];
+  const Mat<3, 3>& R = kinematics_.rotationW[vis.localIdx];
   rot = R * vis.rot;
-  pos = positionW_[vis.localIdx] + R * vis.offset;
+  pos = kinematics_.positionW[vis.localIdx] + R * vis.offset;
 }
 
 void ArticulatedSystem::destroyCollisionBodies(dSpaceID) {

@@ -69,7 +69,8 @@ inline void addResponse(const double* response, size_t stride, const Vec3& p, do
 
 void ArticulatedSystem::preContactSolverUpdate1(const Mat<3, 1>& gravity, double /*dt*/) {
   if (!initialOverlaps_.empty()) warnOfInitialOverlaps();
-  const bool mayUseDefault = contactJacobians_.empty() || controlMode_ != PD_PLUS_FEED_FORWARD;
+  const bool mayUseDefault =
+      contactJacobians_.empty() || joints_.controlMode != PD_PLUS_FEED_FORWARD;
   integrationScheme_ = mayUseDefault ? defaultIntegrationScheme_ : TRAPEZOID;
   if (integrationScheme_ == RUNGE_KUTTA_4) warnOfRungeKuttaDamping();
   computeMassRows();
@@ -95,7 +96,7 @@ void ArticulatedSystem::computeContactJacobians() {
   numContacts_ = contacts.size();
   if (contactJacobians_.size() < numContacts_) {
     contactJacobians_.resize(numContacts_);
-    for (SparseJacobian& jac : contactJacobians_) jac.reserve(dof_);
+    for (SparseJacobian& jac : contactJacobians_) jac.reserve(tree_.dof);
   }
   for (size_t i = 0; i < numContacts_; ++i) {
     contacts[i].selfCollision_ = false;  // until `mergeSelfCollisions`
@@ -111,7 +112,7 @@ void ArticulatedSystem::growContactStorage(size_t count) {
   contactFrameJacobians_.resize(count);
   contactResponses_.resize(count);
   for (size_t i = old; i < count; ++i) {
-    contactFrameJacobians_[i].reserve(dof_ + 1);
+    contactFrameJacobians_[i].reserve(tree_.dof + 1);
     contactResponses_[i].setZero(3 * factor_.stride());
   }
 }
@@ -138,7 +139,7 @@ void ArticulatedSystem::rotateJacobian(size_t contactIdx) {
   const contact::Contact& contact = perObjectContact_.contacts_[contactIdx];
   const SparseJacobian& J = contactJacobians_[contactIdx];
   SparseJacobian& Jc = contactFrameJacobians_[contactIdx];
-  const bool hasBaseColumns = jointType_[0] == Joint::FLOATING && !contact.selfCollision_;
+  const bool hasBaseColumns = tree_.isFloating() && !contact.selfCollision_;
   const FrameColumns R(contact.frame_);
   if (hasBaseColumns) R.rotateBaseColumns(J.v.v + 9, Jc.v.v);
   R.rotateColumns(J.v.v, hasBaseColumns ? 6 : 0, J.size, Jc.v.v);
@@ -161,10 +162,20 @@ void ArticulatedSystem::computeResponses() {
   factor_.respond(requests, count);
 }
 
+RobotContacts ArticulatedSystem::viewContacts() {
+  return {numContacts_,
+          contactFrameJacobians_,
+          contactResponses_,
+          factor_.stride(),
+          tree_,
+          massInverse_,
+          gvTemp_};
+}
+
 void ArticulatedSystem::getContactResponse(size_t contactIdx, MatDyn& response) const {
-  response.resize(3, dof_);
+  response.resize(3, tree_.dof);
   const double* rows = contactResponses_[contactIdx].v;
-  for (size_t k = 0; k < dof_; ++k)
+  for (size_t k = 0; k < tree_.dof; ++k)
     for (size_t a = 0; a < 3; ++a) response(a, k) = rows[a * factor_.stride() + k];
 }
 

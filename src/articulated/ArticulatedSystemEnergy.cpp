@@ -7,7 +7,8 @@ namespace zelvik {
 double ArticulatedSystem::getPotentialEnergy(const Mat<3, 1>& gravity) const {
   // V = -sum m_i c_i . g, zero at the origin of the world.
   double energy = 0.0;
-  for (size_t i = 0; i < bodyCount_; ++i) energy -= mass_[i] * dot(comW_[i], gravity);
+  for (size_t i = 0; i < tree_.bodyCount; ++i)
+    energy -= tree_.mass[i] * dot(kinematics_.comW[i], gravity);
   return energy;
 }
 
@@ -16,8 +17,8 @@ double ArticulatedSystem::getKineticEnergy() const {
   formMassMatrix();
   const MatDyn& M = massMatrix_;
   double energy = 0.0;
-  for (size_t j = 0; j < dof_; ++j)
-    for (size_t i = 0; i < dof_; ++i) energy += gv_[i] * M(i, j) * gv_[j];
+  for (size_t j = 0; j < tree_.dof; ++j)
+    for (size_t i = 0; i < tree_.dof; ++i) energy += gv_[i] * M(i, j) * gv_[j];
   return 0.5 * energy;
 }
 
@@ -30,11 +31,11 @@ void ArticulatedSystem::getAngularMomentum(const Mat<3, 1>& referencePoint,
   // L = sum I_i omega_i + m_i (c_i - p) x v_i, with v_i the velocity of the centre of mass
   formCompositeBodies();
   Vec3 sum{};
-  for (size_t i = 0; i < bodyCount_; ++i) {
+  for (size_t i = 0; i < tree_.bodyCount; ++i) {
     Vec3 comVelocity;
-    getVelocity(i, comB_[i], comVelocity);
-    sum += inertiaW_[i] * angularVelocityW_[i];
-    sum += mass_[i] * cross(comW_[i] - referencePoint, comVelocity);
+    getVelocity(i, tree_.comB[i], comVelocity);
+    sum += inertiaW_[i] * kinematics_.angularVelocityW[i];
+    sum += tree_.mass[i] * cross(kinematics_.comW[i] - referencePoint, comVelocity);
   }
   angularMomentum = sum;
 }

@@ -8,17 +8,17 @@ namespace zelvik {
 /// D = (dt/2) (damping + (dt/2) (stiffness + pGain) + dGain); the gains count in PD mode only.
 void ArticulatedSystem::computeDampedMass(double dt) {
   const double half = 0.5 * dt;
-  dampedDiagonal_ = jointDamping_;
-  for (const JointSpring& spring : springs_) {
-    const Joint::Type type = jointType_[spring.bodyIdx];
+  dampedDiagonal_ = joints_.damping;
+  for (const JointSpring& spring : joints_.springs) {
+    const Joint::Type type = tree_.jointType[spring.bodyIdx];
     const size_t width = type == Joint::FLOATING ? 0 : velocityCount(type);
     for (size_t k = 0; k < width; ++k)
-      dampedDiagonal_[dofStart_[spring.bodyIdx] + k] += half * spring.stiffness;
+      dampedDiagonal_[tree_.dofStart[spring.bodyIdx] + k] += half * spring.stiffness;
   }
-  for (size_t k = 0; k < dof_; ++k) {
-    if (controlMode_ == PD_PLUS_FEED_FORWARD) {
-      dampedDiagonal_[k] += half * pGain_[k];
-      dampedDiagonal_[k] += dGain_[k];
+  for (size_t k = 0; k < tree_.dof; ++k) {
+    if (joints_.controlMode == PD_PLUS_FEED_FORWARD) {
+      dampedDiagonal_[k] += half * joints_.pGain[k];
+      dampedDiagonal_[k] += joints_.dGain[k];
     }
     dampedDiagonal_[k] *= half;
     dampedDiagonalRate_[k] = dampedDiagonal_[k] * (1.0 / dt);
@@ -28,21 +28,21 @@ void ArticulatedSystem::computeDampedMass(double dt) {
 
 /// Returns false after a fatal message.
 bool ArticulatedSystem::checkSquare(const MatDyn& matrix, const char* where) const {
-  if (matrix.n == dof_ && matrix.m == dof_) return true;
+  if (matrix.n == tree_.dof && matrix.m == tree_.dof) return true;
   MSG_FATAL(where << ": the matrix is " << matrix.n << " by " << matrix.m << ", the system has "
-                  << dof_ << " velocities");
+                  << tree_.dof << " velocities");
   return false;
 }
 
 /// Diagonal that the scheme of the step adds to M.
 const VecDyn& ArticulatedSystem::implicitDiagonal() const {
-  return integrationScheme_ < RUNGE_KUTTA_4 ? dampedDiagonal_ : jointDamping_;
+  return integrationScheme_ < RUNGE_KUTTA_4 ? dampedDiagonal_ : joints_.damping;
 }
 
 void ArticulatedSystem::computeSparseInverse(const MatDyn& M, MatDyn& Minv) {
   const char* where = "computeSparseInverse";
-  if (dof_ == 0 || !checkSquare(M, where) || !checkSquare(Minv, where)) return;
-  pattern_.pack(M.v, callerFactor_.rows());
+  if (tree_.dof == 0 || !checkSquare(M, where) || !checkSquare(Minv, where)) return;
+  tree_.pattern.pack(M.v, callerFactor_.rows());
   callerFactor_.addDiagonal(implicitDiagonal().v);
   callerFactor_.factorise();
   callerFactor_.invert(Minv.v);
@@ -50,8 +50,8 @@ void ArticulatedSystem::computeSparseInverse(const MatDyn& M, MatDyn& Minv) {
 
 /// Of the matrix of the step. The full inverse waits until somebody asks for it.
 void ArticulatedSystem::factoriseMassMatrix() {
-  if (dof_ == 0) return;
-  std::memcpy(factor_.rows(), massRows_.v, pattern_.storage * sizeof(double));
+  if (tree_.dof == 0) return;
+  std::memcpy(factor_.rows(), massRows_.v, tree_.pattern.storage * sizeof(double));
   factor_.addDiagonal(implicitDiagonal().v);
   factor_.factorise();
   massInverseFormed_ = false;

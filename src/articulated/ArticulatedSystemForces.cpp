@@ -6,9 +6,9 @@ namespace zelvik {
 
 void ArticulatedSystem::setExternalForce(size_t localIdx, const Mat<3, 1>& force) {
   if (!checkBodyIndex(localIdx, "setExternalForce")) return;
-  appendExternal(true, force, comW_[localIdx]);
+  appendExternal(true, force, kinematics_.comW[localIdx]);
   externalForceJacobians_.emplace_back();
-  getSparseJacobian(localIdx, comW_[localIdx], externalForceJacobians_.back());
+  getSparseJacobian(localIdx, kinematics_.comW[localIdx], externalForceJacobians_.back());
 }
 
 void ArticulatedSystem::setExternalForce(size_t localIdx, const Mat<3, 1>& pointB,
@@ -19,7 +19,7 @@ void ArticulatedSystem::setExternalForce(size_t localIdx, const Mat<3, 1>& point
 void ArticulatedSystem::setExternalForce(size_t localIdx, Frame forceFrame, const Mat<3, 1>& force,
                                          Frame pointFrame, const Mat<3, 1>& point) {
   if (!checkBodyIndex(localIdx, "setExternalForce")) return;
-  const size_t parent = parent_[localIdx];
+  const size_t parent = tree_.parent[localIdx];
   // The body whose axes a frame value means; none for world axes, and for the parent of the root.
   const auto reference = [&](Frame frame) {
     if (frame == BODY_FRAME) return localIdx;
@@ -30,11 +30,11 @@ void ArticulatedSystem::setExternalForce(size_t localIdx, Frame forceFrame, cons
   Vec3 forceW{}, pointW{};
   if (isKnown(forceFrame)) {
     const size_t b = reference(forceFrame);
-    forceW = b == kNone ? force : rotationW_[b] * force;
+    forceW = b == kNone ? force : kinematics_.rotationW[b] * force;
   }
   if (isKnown(pointFrame)) {
     const size_t b = reference(pointFrame);
-    pointW = b == kNone ? point : rotationW_[b] * point + positionW_[b];
+    pointW = b == kNone ? point : kinematics_.rotationW[b] * point + kinematics_.positionW[b];
   }
   appendExternal(true, forceW, pointW);
   externalForceJacobians_.emplace_back();
@@ -43,7 +43,7 @@ void ArticulatedSystem::setExternalForce(size_t localIdx, Frame forceFrame, cons
 
 void ArticulatedSystem::setExternalTorque(size_t localIdx, const Mat<3, 1>& torque) {
   if (!checkBodyIndex(localIdx, "setExternalTorque")) return;
-  appendExternal(false, torque, comW_[localIdx]);
+  appendExternal(false, torque, kinematics_.comW[localIdx]);
   externalForceJacobians_.emplace_back();
   getSparseRotationalJacobian(localIdx, externalForceJacobians_.back());
 }
@@ -53,7 +53,8 @@ void ArticulatedSystem::setConstraintForce(size_t localIdx, const Mat<3, 1>& poi
   if (!checkBodyIndex(localIdx, "setConstraintForce")) return;
   constraintForces_.push_back(force);
   constraintJacobians_.emplace_back();
-  getSparseJacobian(localIdx, rotationW_[localIdx] * pointB + positionW_[localIdx],
+  getSparseJacobian(localIdx,
+                    kinematics_.rotationW[localIdx] * pointB + kinematics_.positionW[localIdx],
                     constraintJacobians_.back());
 }
 

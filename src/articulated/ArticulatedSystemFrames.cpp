@@ -13,18 +13,18 @@ namespace zelvik {
 void ArticulatedSystem::getPosition(size_t localIdx, const Mat<3, 1>& pointB,
                                     Mat<3, 1>& out) const {
   if (!checkBodyIndex(localIdx, "getPosition")) return;
-  out = rotationW_[localIdx] * pointB + positionW_[localIdx];
+  out = kinematics_.rotationW[localIdx] * pointB + kinematics_.positionW[localIdx];
 }
 
 void ArticulatedSystem::getVelocity(size_t localIdx, const Mat<3, 1>& pointB,
                                     Mat<3, 1>& out) const {
   if (!checkBodyIndex(localIdx, "getVelocity")) return;
-  out = linearVelocityW_[localIdx] +
-        cross(angularVelocityW_[localIdx], rotationW_[localIdx] * pointB);
+  out = kinematics_.linearVelocityW[localIdx] +
+        cross(kinematics_.angularVelocityW[localIdx], kinematics_.rotationW[localIdx] * pointB);
 }
 
 void ArticulatedSystem::getAngularVelocity(size_t localIdx, Mat<3, 1>& out) const {
-  if (checkBodyIndex(localIdx, "getAngularVelocity")) out = angularVelocityW_[localIdx];
+  if (checkBodyIndex(localIdx, "getAngularVelocity")) out = kinematics_.angularVelocityW[localIdx];
 }
 
 void ArticulatedSystem::getVelocity(const SparseJacobian& jac, Mat<3, 1>& out) const {
@@ -106,7 +106,7 @@ void ArticulatedSystem::getFrameOrientation(size_t frameIdx, Mat<3, 3>& out) con
 void ArticulatedSystem::getFrameOrientation(const CoordinateFrame& frame, Mat<3, 3>& out) const {
   if (!checkBodyIndex(frame.parentId, "getFrameOrientation")) return;
   Mat33 rotation;
-  rotmatmul(rotationW_[frame.parentId], frame.orientation, rotation);
+  rotmatmul(kinematics_.rotationW[frame.parentId], frame.orientation, rotation);
   out = rotation;
 }
 
@@ -119,7 +119,7 @@ void ArticulatedSystem::getFrameVelocity(size_t frameIdx, Mat<3, 1>& out) const 
 void ArticulatedSystem::getFrameVelocity(const CoordinateFrame& frame, Mat<3, 1>& out) const {
   if (!checkBodyIndex(frame.parentId, "getFrameVelocity")) return;
   if (frame.isChild)
-    out = linearVelocityW_[frame.parentId];
+    out = kinematics_.linearVelocityW[frame.parentId];
   else
     getVelocity(frame.parentId, frame.position, out);
 }
@@ -132,7 +132,7 @@ void ArticulatedSystem::getFrameAngularVelocity(size_t frameIdx, Mat<3, 1>& out)
 void ArticulatedSystem::getFrameAngularVelocity(const CoordinateFrame& frame,
                                                 Mat<3, 1>& out) const {
   if (checkBodyIndex(frame.parentId, "getFrameAngularVelocity"))
-    out = angularVelocityW_[frame.parentId];
+    out = kinematics_.angularVelocityW[frame.parentId];
 }
 
 }  // namespace zelvik

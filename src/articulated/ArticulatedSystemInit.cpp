@@ -36,9 +36,9 @@ void ArticulatedSystem::init() {
 
   frames_.push_back(makeRootFrame(root));
   root.consumeFixedBodies(frames_);
-  bodyCount_ = root.numberOfBodiesFromHere();
-  dof_ = root.numberOfDOFFromHere();
-  gcDim_ = root.numberOfGCFromHere();
+  tree_.bodyCount = root.numberOfBodiesFromHere();
+  tree_.dof = root.numberOfDOFFromHere();
+  tree_.gcDim = root.numberOfGCFromHere();
 
   sizeArrays();
   flattenTree();
@@ -59,9 +59,9 @@ void ArticulatedSystem::init() {
   excludeCollisionsWithinBodies();
   if (doNotCollideWithParent) excludeParentCollisions();
 
-  for (size_t i = 0; i < bodyCount_; ++i)
-    if (jointType_[i] == Joint::SPHERICAL) gc_[gcStart_[i]] = 1.0;
-  if (jointType_[0] == Joint::FLOATING) gc_[3] = 1.0;
+  for (size_t i = 0; i < tree_.bodyCount; ++i)
+    if (tree_.jointType[i] == Joint::SPHERICAL) gc_[tree_.gcStart[i]] = 1.0;
+  if (tree_.isFloating()) gc_[3] = 1.0;
 
   rootChild_.clear();
   updateKinematics();
@@ -72,53 +72,55 @@ void ArticulatedSystem::init() {
 void ArticulatedSystem::sizeArrays() {
   sizeBodyArrays();
   sizeStateVectors();
-  jointLimits_.assign(dof_, JointLimit{});
-  dofParent_.assign(dof_, kNone);
+  joints_.limits.assign(tree_.dof, JointLimit{});
+  tree_.dofParent.assign(tree_.dof, kNone);
 
-  massMatrix_.setZero(dof_, dof_);
-  massInverse_.setZero(dof_, dof_);
-  jacobianScratch_.reserve(dof_);
+  massMatrix_.setZero(tree_.dof, tree_.dof);
+  massInverse_.setZero(tree_.dof, tree_.dof);
+  jacobianScratch_.reserve(tree_.dof);
   jointLimitProblems_.reserve(kPreallocatedContacts);
 }
 
 void ArticulatedSystem::sizeBodyArrays() {
-  for (std::vector<Mat<3, 3>>* array :
-       {&rotationW_, &jointOrientationP_, &inertiaB_, &inertiaW_, &compositeInertiaW_})
-    array->assign(bodyCount_, Mat<3, 3>{});
+  for (std::vector<Mat<3, 3>>* array : {&kinematics_.rotationW, &tree_.jointOrientationP,
+                                        &tree_.inertiaB, &inertiaW_, &compositeInertiaW_})
+    array->assign(tree_.bodyCount, Mat<3, 3>{});
   for (std::vector<Mat<3, 1>>* array :
-       {&jointAxisW_, &positionW_, &comW_, &compositeMassMoment_, &compositeComW_,
-        &linearVelocityW_, &angularVelocityW_, &jointOffsetP_, &jointAxisB_, &comB_})
-    array->assign(bodyCount_, Mat<3, 1>{});
+       {&kinematics_.jointAxisW, &kinematics_.positionW, &kinematics_.comW, &compositeMassMoment_,
+        &compositeComW_, &kinematics_.linearVelocityW, &kinematics_.angularVelocityW,
+        &tree_.jointOffsetP, &tree_.jointAxisB, &tree_.comB})
+    array->assign(tree_.bodyCount, Mat<3, 1>{});
   for (std::vector<size_t>* array :
-       {&gcDimOfBody_, &dofOfBody_, &dofStart_, &gcStart_, &parent_, &depth_, &pathDof_, &pathGc_})
-    array->assign(bodyCount_, 0);
-  jointType_.assign(bodyCount_, Joint::FIXED);
-  mass_.assign(bodyCount_, 0.0);
-  children_.assign(bodyCount_, {});
-  bodyNames_.reserve(bodyCount_);
-  jointNames_.reserve(bodyCount_);
+       {&tree_.gcDimOfBody, &tree_.dofOfBody, &tree_.dofStart, &tree_.gcStart, &tree_.parent,
+        &tree_.depth, &tree_.pathDof, &tree_.pathGc})
+    array->assign(tree_.bodyCount, 0);
+  tree_.jointType.assign(tree_.bodyCount, Joint::FIXED);
+  tree_.mass.assign(tree_.bodyCount, 0.0);
+  tree_.children.assign(tree_.bodyCount, {});
+  bodyNames_.reserve(tree_.bodyCount);
+  jointNames_.reserve(tree_.bodyCount);
 }
 
 void ArticulatedSystem::sizeStateVectors() {
-  for (VecDyn* vector : {&gc_, &pTarget_, &rkGc0_, &rkGc2_, &rkGc3_, &rkGc4_})
-    vector->setZero(gcDim_);
+  for (VecDyn* vector : {&gc_, &joints_.pTarget, &rkGc0_, &rkGc2_, &rkGc3_, &rkGc4_})
+    vector->setZero(tree_.gcDim);
   for (VecDyn* vector : {&gv_,
                          &gvTemp_,
                          &gvFree_,
                          &nonlinearities_,
                          &rhs_,
                          &generalizedForce_,
-                         &generalizedForceFeedForward_,
+                         &joints_.feedForward,
                          &generalizedMomentum_,
                          &gcRate_,
                          &positionError_,
                          &externalForceGeneralized_,
-                         &jointDamping_,
-                         &jointFriction_,
-                         &rotorInertia_,
-                         &pGain_,
-                         &dGain_,
-                         &dTarget_,
+                         &joints_.damping,
+                         &joints_.friction,
+                         &joints_.rotorInertia,
+                         &joints_.pGain,
+                         &joints_.dGain,
+                         &joints_.dTarget,
                          &dampedDiagonal_,
                          &dampedDiagonalRate_,
                          &rkVel1_,
@@ -129,11 +131,11 @@ void ArticulatedSystem::sizeStateVectors() {
                          &rkDelta2_,
                          &rkDelta3_,
                          &rkDelta4_,
-                         &forceUpperLimit_,
-                         &forceLowerLimit_})
-    vector->setZero(dof_);
-  std::fill_n(forceUpperLimit_.v, dof_, kUnlimitedForce);
-  std::fill_n(forceLowerLimit_.v, dof_, -kUnlimitedForce);
+                         &joints_.forceUpperLimit,
+                         &joints_.forceLowerLimit})
+    vector->setZero(tree_.dof);
+  std::fill_n(joints_.forceUpperLimit.v, tree_.dof, kUnlimitedForce);
+  std::fill_n(joints_.forceLowerLimit.v, tree_.dof, -kUnlimitedForce);
 }
 
 /// Numbers the bodies in depth-first pre-order with an explicit stack of the nodes that have
@@ -154,7 +156,7 @@ void ArticulatedSystem::flattenTree() {
     Child* above = node;
     size_t child = 0;
     if (node->childrenMovable.empty()) {
-      leaves_.push_back(i);
+      tree_.leaves.push_back(i);
       if (branches.empty()) return;
       Branch& branch = branches.back();
       above = branch.node;
@@ -170,66 +172,66 @@ void ArticulatedSystem::flattenTree() {
 
 void ArticulatedSystem::flattenRoot(const Child& root) {
   const bool floating = root.jointType == Joint::FLOATING;
-  parent_[0] = kNone;
-  depth_[0] = 1;
-  mass_[0] = root.mass;
+  tree_.parent[0] = kNone;
+  tree_.depth[0] = 1;
+  tree_.mass[0] = root.mass;
   bodyNames_.push_back(root.bodyName);
-  inertiaB_[0] = root.inertia;
-  comB_[0] = root.com;
-  jointOffsetP_[0] = root.jointPosition;
-  jointAxisB_[0] = root.jointAxis;
-  jointType_[0] = root.jointType;
-  rotationW_[0] = root.jointRotation;
+  tree_.inertiaB[0] = root.inertia;
+  tree_.comB[0] = root.com;
+  tree_.jointOffsetP[0] = root.jointPosition;
+  tree_.jointAxisB[0] = root.jointAxis;
+  tree_.jointType[0] = root.jointType;
+  kinematics_.rotationW[0] = root.jointRotation;
   if (floating) jointNames_.push_back("ROOT");
-  dofStart_[0] = gcStart_[0] = floating ? 0 : kNone;
-  gcDimOfBody_[0] = pathGc_[0] = coordinateCount(root.jointType);
-  dofOfBody_[0] = pathDof_[0] = velocityCount(root.jointType);
-  lastBaseDof_ = dofOfBody_[0] - 1;
+  tree_.dofStart[0] = tree_.gcStart[0] = floating ? 0 : kNone;
+  tree_.gcDimOfBody[0] = tree_.pathGc[0] = coordinateCount(root.jointType);
+  tree_.dofOfBody[0] = tree_.pathDof[0] = velocityCount(root.jointType);
+  lastBaseDof_ = tree_.dofOfBody[0] - 1;
 }
 
 void ArticulatedSystem::flattenBody(const Child& node) {
   const size_t i = node.bodyIdx, p = node.parentIdx;
-  parent_[i] = p;
-  children_[p].push_back(i);
-  depth_[i] = depth_[p] + 1;
-  mass_[i] = node.mass;
+  tree_.parent[i] = p;
+  tree_.children[p].push_back(i);
+  tree_.depth[i] = tree_.depth[p] + 1;
+  tree_.mass[i] = node.mass;
   bodyNames_.push_back(node.bodyName);
   jointNames_.push_back(node.jointName);
-  inertiaB_[i] = node.inertia;
-  comB_[i] = node.com;
-  jointOrientationP_[i] = node.jointRotation;
-  jointOffsetP_[i] = node.jointPosition;
-  jointAxisB_[i] = node.jointAxis;
+  tree_.inertiaB[i] = node.inertia;
+  tree_.comB[i] = node.com;
+  tree_.jointOrientationP[i] = node.jointRotation;
+  tree_.jointOffsetP[i] = node.jointPosition;
+  tree_.jointAxisB[i] = node.jointAxis;
 
-  jointType_[i] = node.jointType;
-  gcDimOfBody_[i] = coordinateCount(node.jointType);
-  dofOfBody_[i] = velocityCount(node.jointType);
-  pathGc_[i] = pathGc_[p] + gcDimOfBody_[i];
-  pathDof_[i] = pathDof_[p] + dofOfBody_[i];
+  tree_.jointType[i] = node.jointType;
+  tree_.gcDimOfBody[i] = coordinateCount(node.jointType);
+  tree_.dofOfBody[i] = velocityCount(node.jointType);
+  tree_.pathGc[i] = tree_.pathGc[p] + tree_.gcDimOfBody[i];
+  tree_.pathDof[i] = tree_.pathDof[p] + tree_.dofOfBody[i];
   // A fixed root owns nothing, and its starts are no numbers to count on from.
-  const bool afterFixedRoot = i == 1 && dofOfBody_[0] == 0;
-  gcStart_[i] = afterFixedRoot ? 0 : gcStart_[i - 1] + gcDimOfBody_[i - 1];
-  dofStart_[i] = afterFixedRoot ? 0 : dofStart_[i - 1] + dofOfBody_[i - 1];
-  if (dofOfBody_[i] > 0) flattenJoint(node);
+  const bool afterFixedRoot = i == 1 && tree_.dofOfBody[0] == 0;
+  tree_.gcStart[i] = afterFixedRoot ? 0 : tree_.gcStart[i - 1] + tree_.gcDimOfBody[i - 1];
+  tree_.dofStart[i] = afterFixedRoot ? 0 : tree_.dofStart[i - 1] + tree_.dofOfBody[i - 1];
+  if (tree_.dofOfBody[i] > 0) flattenJoint(node);
 }
 
 /// Damping, friction and limits of a spherical joint stand at its first velocity only.
 void ArticulatedSystem::flattenJoint(const Child& node) {
-  const size_t i = node.bodyIdx, d = dofStart_[i];
-  jointDamping_[d] = node.damping;
-  jointFriction_[d] = node.friction;
-  for (size_t k = 0; k < dofOfBody_[i]; ++k) rotorInertia_[d + k] = node.rotorInertia;
-  jointLimits_[d] = {{node.jointLimit[0], node.jointLimit[1]}};
+  const size_t i = node.bodyIdx, d = tree_.dofStart[i];
+  joints_.damping[d] = node.damping;
+  joints_.friction[d] = node.friction;
+  for (size_t k = 0; k < tree_.dofOfBody[i]; ++k) joints_.rotorInertia[d + k] = node.rotorInertia;
+  joints_.limits[d] = {{node.jointLimit[0], node.jointLimit[1]}};
   if (node.effort > 0.0) {
-    forceUpperLimit_[d] = node.effort;
-    forceLowerLimit_[d] = -node.effort;
+    joints_.forceUpperLimit[d] = node.effort;
+    joints_.forceLowerLimit[d] = -node.effort;
   }
   if (node.stiffness > 0.0) {
     JointSpring spring;
     spring.bodyIdx = i;
     spring.stiffness = node.stiffness;
     std::copy_n(node.springMount, 4, spring.mount);
-    springs_.push_back(spring);
+    joints_.springs.push_back(spring);
   }
   if (node.jointType == Joint::SPHERICAL) hasSphericalJoint_ = true;
 }
@@ -237,29 +239,31 @@ void ArticulatedSystem::flattenJoint(const Child& node) {
 /// Chains the velocities of each joint one after another, and the first of them to the last one of
 /// the nearest joint above that has any.
 void ArticulatedSystem::buildDofParent() {
-  for (size_t k = 0; k < dofOfBody_[0]; ++k) dofParent_[k] = k == 0 ? kNone : k - 1;
-  for (size_t i = 1; i < bodyCount_; ++i) {
-    if (dofOfBody_[i] == 0) continue;
-    size_t p = parent_[i];
-    while (p != 0 && dofOfBody_[p] == 0) p = parent_[p];
-    dofParent_[dofStart_[i]] = dofOfBody_[p] == 0 ? kNone : dofStart_[p] + dofOfBody_[p] - 1;
-    for (size_t k = dofStart_[i] + 1; k < dofStart_[i] + dofOfBody_[i]; ++k) dofParent_[k] = k - 1;
+  for (size_t k = 0; k < tree_.dofOfBody[0]; ++k) tree_.dofParent[k] = k == 0 ? kNone : k - 1;
+  for (size_t i = 1; i < tree_.bodyCount; ++i) {
+    if (tree_.dofOfBody[i] == 0) continue;
+    size_t p = tree_.parent[i];
+    while (p != 0 && tree_.dofOfBody[p] == 0) p = tree_.parent[p];
+    tree_.dofParent[tree_.dofStart[i]] =
+        tree_.dofOfBody[p] == 0 ? kNone : tree_.dofStart[p] + tree_.dofOfBody[p] - 1;
+    for (size_t k = tree_.dofStart[i] + 1; k < tree_.dofStart[i] + tree_.dofOfBody[i]; ++k)
+      tree_.dofParent[k] = k - 1;
   }
 }
 
 void ArticulatedSystem::sizeTreeMatrices() {
-  pattern_.build(dofParent_);
-  massRows_.setZero(pattern_.storage + TreePasses::kSpareValues);
-  factor_.setPattern(pattern_);
-  callerFactor_.setPattern(pattern_);
-  passes_ = std::make_unique<TreePasses>(*this);
+  tree_.pattern.build(tree_.dofParent);
+  massRows_.setZero(tree_.pattern.storage + TreePasses::kSpareValues);
+  factor_.setPattern(tree_.pattern);
+  callerFactor_.setPattern(tree_.pattern);
+  passes_ = std::make_unique<TreePasses>(tree_, kinematics_);
   growContactStorage(kPreallocatedContacts);
 }
 
 /// Frames name their body; of bodies of one name the last one stands.
 void ArticulatedSystem::resolveFrames() {
   std::unordered_map<std::string, size_t> bodyOfName;
-  for (size_t i = 0; i < bodyCount_; ++i) bodyOfName[bodyNames_[i]] = i;
+  for (size_t i = 0; i < tree_.bodyCount; ++i) bodyOfName[bodyNames_[i]] = i;
   for (CoordinateFrame& frame : frames_) {
     const auto found = bodyOfName.find(frame.parentName);
     if (found != bodyOfName.end()) frame.parentId = found->second;
@@ -267,9 +271,9 @@ void ArticulatedSystem::resolveFrames() {
 }
 
 void ArticulatedSystem::placeFixedRoot() {
-  if (jointType_[0] != Joint::FIXED) return;
-  positionW_[0] = fixedBasePosition_;
-  comW_[0] = positionW_[0] + rotationW_[0] * comB_[0];
+  if (tree_.jointType[0] != Joint::FIXED) return;
+  kinematics_.positionW[0] = fixedBasePosition_;
+  kinematics_.comW[0] = kinematics_.positionW[0] + kinematics_.rotationW[0] * tree_.comB[0];
 }
 
 /// Shapes of one body cannot move against each other, however they overlap: a foot that was merged
@@ -287,9 +291,9 @@ void ArticulatedSystem::excludeCollisionsWithinBodies() {
 
 /// Bodies without mass are passed over: they are links between joints that share a place.
 void ArticulatedSystem::excludeParentCollisions() {
-  for (size_t b = 1; b < bodyCount_; ++b) {
-    size_t ancestor = parent_[b];
-    while (ancestor != kNone && mass_[ancestor] == 0.0) ancestor = parent_[ancestor];
+  for (size_t b = 1; b < tree_.bodyCount; ++b) {
+    size_t ancestor = tree_.parent[b];
+    while (ancestor != kNone && tree_.mass[ancestor] == 0.0) ancestor = tree_.parent[ancestor];
     if (ancestor != kNone) ignoreCollisionBetween(b, ancestor);
   }
 }

@@ -71,14 +71,14 @@ bool ArticulatedSystem::refuseTree() {
 /// the whole state. It is the commonest fault of a robot's first file, and no number names its
 /// place. Looked at in the zero pose.
 void ArticulatedSystem::warnOfMotionsWithoutMass() {
-  if (dof_ == 0) return;
+  if (tree_.dof == 0) return;
   bool isFaulty = false;
-  for (size_t i = 0; i < bodyCount_; ++i) {
-    if (dofOfBody_[i] == 0 || compositeMass_[i] > 0.0) continue;
+  for (size_t i = 0; i < tree_.bodyCount; ++i) {
+    if (tree_.dofOfBody[i] == 0 || tree_.compositeMass[i] > 0.0) continue;
     isFaulty = true;
     warnOfMotion(i, "and what it carries have no mass");
-    const size_t depth = depth_[i];
-    while (i + 1 < bodyCount_ && depth_[i + 1] > depth) ++i;  // what it carries
+    const size_t depth = tree_.depth[i];
+    while (i + 1 < tree_.bodyCount && tree_.depth[i + 1] > depth) ++i;  // what it carries
   }
   if (isFaulty) return;  // divisions by these masses spoil the matrix
 
@@ -89,33 +89,33 @@ void ArticulatedSystem::warnOfMotionsWithoutMass() {
   for (;;) {
     const size_t k = findMotionWithoutInertia();
     if (k == kNone) return;
-    size_t body = bodyCount_ - 1;
-    while (dofOfBody_[body] == 0 || dofStart_[body] > k) --body;
+    size_t body = tree_.bodyCount - 1;
+    while (tree_.dofOfBody[body] == 0 || tree_.dofStart[body] > k) --body;
     if (body == last) return;  // not a number
     last = body;
-    const bool hasNone = !(massRows_[pattern_.rowStart[k] + pattern_.position[k]] > 0.0);
+    const bool hasNone = !(massRows_[tree_.pattern.rowStart[k] + tree_.pattern.position[k]] > 0.0);
     warnOfMotion(body, hasNone ? "and what it carries have no inertia about their joint"
                                : "has a motion in the zero pose that moves no mass (it needs mass "
                                  "and inertia of its own)");
-    for (size_t d = dofStart_[body]; d < dofStart_[body] + dofOfBody_[body]; ++d)
-      massRows_[pattern_.rowStart[d] + pattern_.position[d]] += compositeMass_[0];
+    for (size_t d = tree_.dofStart[body]; d < tree_.dofStart[body] + tree_.dofOfBody[body]; ++d)
+      massRows_[tree_.pattern.rowStart[d] + tree_.pattern.position[d]] += tree_.compositeMass[0];
   }
 }
 
 /// `kNone`, or the velocity nearest to a leaf that meets no inertia while those below it are free:
 /// where the pivot of the factorisation is nothing beside the entry that it started from.
 size_t ArticulatedSystem::findMotionWithoutInertia() {
-  std::memcpy(factor_.rows(), massRows_.v, pattern_.storage * sizeof(double));
+  std::memcpy(factor_.rows(), massRows_.v, tree_.pattern.storage * sizeof(double));
   factor_.factorise();
-  for (size_t k = dof_; k-- > 0;) {
-    const double own = massRows_[pattern_.rowStart[k] + pattern_.position[k]];
+  for (size_t k = tree_.dof; k-- > 0;) {
+    const double own = massRows_[tree_.pattern.rowStart[k] + tree_.pattern.position[k]];
     if (!(factor_.pivot(k) > 1e-13 * own)) return k;
   }
   return kNone;
 }
 
 void ArticulatedSystem::warnOfMotion(size_t bodyIdx, const char* what) const {
-  const bool isFloating = jointType_[bodyIdx] == Joint::FLOATING;
+  const bool isFloating = tree_.jointType[bodyIdx] == Joint::FLOATING;
   MSG_WARN("the " << (isFloating ? "floating base '" : "body '") << bodyNames_[bodyIdx] << "' "
                   << what << ": the state of the robot becomes NaN");
 }

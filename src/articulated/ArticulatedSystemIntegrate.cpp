@@ -68,48 +68,50 @@ void ArticulatedSystem::updateTimeStepIfNecessary(double dt) {
 
 void ArticulatedSystem::integrateWithoutContact(const Mat<3, 1>& /*gravity*/, double dt) {
   // (M + D) u+ = M u + dt (tau - h)
-  for (size_t k = 0; k < dof_; ++k) {
+  for (size_t k = 0; k < tree_.dof; ++k) {
     rhs_[k] = -nonlinearities_[k];
-    generalizedForce_[k] = generalizedForceFeedForward_[k];
+    generalizedForce_[k] = joints_.feedForward[k];
   }
-  if (controlMode_ == PD_PLUS_FEED_FORWARD) addControllerForces();
+  if (joints_.controlMode == PD_PLUS_FEED_FORWARD) addControllerForces();
   addDampingForces();
-  for (size_t k = 0; k < dof_; ++k)
-    generalizedForce_[k] =
-        std::max(std::min(generalizedForce_[k], forceUpperLimit_[k]), forceLowerLimit_[k]);
+  for (size_t k = 0; k < tree_.dof; ++k)
+    generalizedForce_[k] = std::max(std::min(generalizedForce_[k], joints_.forceUpperLimit[k]),
+                                    joints_.forceLowerLimit[k]);
   addSpringForces();
-  for (size_t k = 0; k < dof_; ++k) rhs_[k] += generalizedForce_[k];
+  for (size_t k = 0; k < tree_.dof; ++k) rhs_[k] += generalizedForce_[k];
   addOutsideForces();
-  for (size_t k = 0; k < dof_; ++k) rhs_[k] = rhs_[k] * dt + generalizedMomentum_[k];
+  for (size_t k = 0; k < tree_.dof; ++k) rhs_[k] = rhs_[k] * dt + generalizedMomentum_[k];
   solveForVelocity();
 }
 
 void ArticulatedSystem::addControllerForces() {
-  for (size_t i = 1; i < bodyCount_; ++i) {
-    const size_t g = gcStart_[i], d = dofStart_[i];
-    if (jointType_[i] == Joint::REVOLUTE || jointType_[i] == Joint::PRISMATIC) {
-      positionError_[d] = pTarget_[g] - gc_[g];
-    } else if (jointType_[i] == Joint::SPHERICAL) {
-      const Vec3 error = rotationError(gc_.v + g, pTarget_.v + g);
+  for (size_t i = 1; i < tree_.bodyCount; ++i) {
+    const size_t g = tree_.gcStart[i], d = tree_.dofStart[i];
+    if (tree_.jointType[i] == Joint::REVOLUTE || tree_.jointType[i] == Joint::PRISMATIC) {
+      positionError_[d] = joints_.pTarget[g] - gc_[g];
+    } else if (tree_.jointType[i] == Joint::SPHERICAL) {
+      const Vec3 error = rotationError(gc_.v + g, joints_.pTarget.v + g);
       for (size_t t = 0; t < 3; ++t) positionError_[d + t] = error[t];
     }
   }
-  for (size_t k = 0; k < dof_; ++k) generalizedForce_[k] += pGain_[k] * positionError_[k];
+  for (size_t k = 0; k < tree_.dof; ++k)
+    generalizedForce_[k] += joints_.pGain[k] * positionError_[k];
   if (integrationScheme_ > EXPLICIT)
-    for (size_t k = 0; k < dof_; ++k) generalizedForce_[k] -= dGain_[k] * gv_[k];
-  for (size_t k = 0; k < dof_; ++k) generalizedForce_[k] += dGain_[k] * dTarget_[k];
+    for (size_t k = 0; k < tree_.dof; ++k) generalizedForce_[k] -= joints_.dGain[k] * gv_[k];
+  for (size_t k = 0; k < tree_.dof; ++k)
+    generalizedForce_[k] += joints_.dGain[k] * joints_.dTarget[k];
 }
 
 void ArticulatedSystem::addDampingForces() {
   // The implicit schemes have damping, derivative gain and the stiff terms in one factor.
-  const VecDyn& rate = integrationScheme_ > EXPLICIT ? jointDamping_ : dampedDiagonalRate_;
-  for (size_t k = 0; k < dof_; ++k) generalizedForce_[k] -= rate[k] * gv_[k];
+  const VecDyn& rate = integrationScheme_ > EXPLICIT ? joints_.damping : dampedDiagonalRate_;
+  for (size_t k = 0; k < tree_.dof; ++k) generalizedForce_[k] -= rate[k] * gv_[k];
 }
 
 void ArticulatedSystem::addSpringForces() {
-  for (const JointSpring& spring : springs_) {
-    const size_t g = gcStart_[spring.bodyIdx], d = dofStart_[spring.bodyIdx];
-    const Joint::Type type = jointType_[spring.bodyIdx];
+  for (const JointSpring& spring : joints_.springs) {
+    const size_t g = tree_.gcStart[spring.bodyIdx], d = tree_.dofStart[spring.bodyIdx];
+    const Joint::Type type = tree_.jointType[spring.bodyIdx];
     if (type == Joint::REVOLUTE || type == Joint::PRISMATIC) {
       // Coordinate minus mount: the sign is the other way round than for a spherical joint.
       rhs_[d] += spring.stiffness * (gc_[g] - spring.mount[0]);
@@ -124,19 +126,19 @@ void ArticulatedSystem::addOutsideForces() {
   if (!externalForceVectors_.empty()) {
     externalForceGeneralized_.setZero();
     addGeneralizedForces(externalForceJacobians_, externalForceVectors_, externalForceGeneralized_);
-    for (size_t k = 0; k < dof_; ++k) rhs_[k] += externalForceGeneralized_[k];
+    for (size_t k = 0; k < tree_.dof; ++k) rhs_[k] += externalForceGeneralized_[k];
   }
   if (!constraintJacobians_.empty()) {
     externalForceGeneralized_.setZero();
     addGeneralizedForces(constraintJacobians_, constraintForces_, externalForceGeneralized_);
-    for (size_t k = 0; k < dof_; ++k) rhs_[k] += externalForceGeneralized_[k];
+    for (size_t k = 0; k < tree_.dof; ++k) rhs_[k] += externalForceGeneralized_[k];
   }
 }
 
 void ArticulatedSystem::solveForVelocity() {
   // u+ = (M + D)^-1 rhs, by the factor
   gvTemp_ = rhs_;
-  if (dof_ > 0) factor_.solve(gvTemp_.v);
+  if (tree_.dof > 0) factor_.solve(gvTemp_.v);
 }
 
 // ---- new state ----
@@ -154,7 +156,7 @@ void ArticulatedSystem::integrate(double dt, const Mat<3, 1>& gravity) {
 void ArticulatedSystem::integrateVelocity(double dt, const Mat<3, 1>& gravity) {
   switch (integrationScheme_) {
     case TRAPEZOID:
-      for (size_t k = 0; k < dof_; ++k) gcRate_[k] = 0.5 * (gvTemp_[k] + gv_[k]);
+      for (size_t k = 0; k < tree_.dof; ++k) gcRate_[k] = 0.5 * (gvTemp_[k] + gv_[k]);
       gv_ = gvTemp_;
       break;
     case SEMI_IMPLICIT:
@@ -175,13 +177,13 @@ void ArticulatedSystem::integrateVelocity(double dt, const Mat<3, 1>& gravity) {
 }
 
 void ArticulatedSystem::integratePosition(VecDyn& gc, const VecDyn& rate, double dt) const {
-  if (gc.n != gcDim_ || rate.n != dof_) {
+  if (gc.n != tree_.gcDim || rate.n != tree_.dof) {
     MSG_FATAL("integratePosition: " << gc.n << " coordinates and " << rate.n
-                                    << " velocities were given, the system has " << gcDim_
-                                    << " and " << dof_);
+                                    << " velocities were given, the system has " << tree_.gcDim
+                                    << " and " << tree_.dof);
     return;
   }
-  if (jointType_[0] == Joint::FLOATING) {
+  if (tree_.isFloating()) {
     for (size_t i = 0; i < 3; ++i) gc[i] += dt * rate[i];
     // The base turns at a rate in world axes, the increment is in body axes: a = dt R^T w.
     Mat33 R;
@@ -189,11 +191,11 @@ void ArticulatedSystem::integratePosition(VecDyn& gc, const VecDyn& rate, double
     const Vec3 w{{rate[3], rate[4], rate[5]}};
     rotateQuaternion(dt * transposeMul(R, w), gc.v + 3);
   }
-  for (size_t i = 1; i < bodyCount_; ++i) {
-    const size_t g = gcStart_[i], d = dofStart_[i];
-    if (jointType_[i] == Joint::REVOLUTE || jointType_[i] == Joint::PRISMATIC)
+  for (size_t i = 1; i < tree_.bodyCount; ++i) {
+    const size_t g = tree_.gcStart[i], d = tree_.dofStart[i];
+    if (tree_.jointType[i] == Joint::REVOLUTE || tree_.jointType[i] == Joint::PRISMATIC)
       gc[g] += dt * rate[d];
-    else if (jointType_[i] == Joint::SPHERICAL)
+    else if (tree_.jointType[i] == Joint::SPHERICAL)
       rotateQuaternion(dt * Vec3{{rate[d], rate[d + 1], rate[d + 2]}}, gc.v + g);
   }
 }

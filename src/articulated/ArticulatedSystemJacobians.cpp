@@ -25,32 +25,32 @@ void scatter(const SparseJacobian& jac, size_t dof, MatDyn& dense) {
 }  // namespace
 
 bool ArticulatedSystem::checkBodyIndex(size_t bodyIdx, const char* where) const {
-  if (bodyIdx < bodyCount_) return true;
-  MSG_FATAL(where << ": body index " << bodyIdx << " is out of range, the system has " << bodyCount_
-                  << " bodies");
+  if (bodyIdx < tree_.bodyCount) return true;
+  MSG_FATAL(where << ": body index " << bodyIdx << " is out of range, the system has "
+                  << tree_.bodyCount << " bodies");
   return false;
 }
 
 void ArticulatedSystem::fillJointColumns(size_t bodyIdx, const Mat<3, 1>& pointW,
                                          SparseJacobian& jac) const {
   size_t c = jac.size;  // one behind the next column to write
-  for (size_t b = bodyIdx; b != 0; b = parent_[b]) {
-    const Vec3 d = pointW - positionW_[b];
-    const size_t k = dofStart_[b];
-    switch (jointType_[b]) {
+  for (size_t b = bodyIdx; b != 0; b = tree_.parent[b]) {
+    const Vec3 d = pointW - kinematics_.positionW[b];
+    const size_t k = tree_.dofStart[b];
+    switch (tree_.jointType[b]) {
       case Joint::PRISMATIC:
         jac.idx[--c] = k;
-        setColumn(jac.v, c, jointAxisW_[b]);
+        setColumn(jac.v, c, kinematics_.jointAxisW[b]);
         break;
       case Joint::REVOLUTE:
         jac.idx[--c] = k;
-        setColumn(jac.v, c, cross(jointAxisW_[b], d));
+        setColumn(jac.v, c, cross(kinematics_.jointAxisW[b], d));
         break;
       case Joint::SPHERICAL:
         // The velocities of a spherical joint are in body axes.
         for (size_t t = 3; t-- > 0;) {
           jac.idx[--c] = k + t;
-          setColumn(jac.v, c, cross(column(rotationW_[b], t), d));
+          setColumn(jac.v, c, cross(column(kinematics_.rotationW[b], t), d));
         }
         break;
       default:
@@ -62,10 +62,10 @@ void ArticulatedSystem::fillJointColumns(size_t bodyIdx, const Mat<3, 1>& pointW
 void ArticulatedSystem::getSparseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW,
                                           SparseJacobian& jac) const {
   if (!checkBodyIndex(bodyIdx, "getSparseJacobian")) return;
-  jac.reserve(pathDof_[bodyIdx]);
-  jac.size = pathDof_[bodyIdx];
-  if (jointType_[0] == Joint::FLOATING) {
-    const Vec3 r = pointW - positionW_[0];
+  jac.reserve(tree_.pathDof[bodyIdx]);
+  jac.size = tree_.pathDof[bodyIdx];
+  if (tree_.isFloating()) {
+    const Vec3 r = pointW - kinematics_.positionW[0];
     const Mat33 minusSkew = -skew(r);  // column t is e_t x r
     const Mat33 identity = Mat33::identity();
     for (size_t t = 0; t < 3; ++t) {
@@ -82,16 +82,16 @@ void ArticulatedSystem::getSparseJacobian_internal(size_t bodyIdx, const Mat<3, 
                                                    SparseJacobian& jac) {
   const char* where = "getSparseJacobian_internal";
   if (!checkBodyIndex(bodyIdx, where)) return;
-  if (jac.capacity < pathDof_[bodyIdx]) {
+  if (jac.capacity < tree_.pathDof[bodyIdx]) {
     MSG_FATAL(where << ": the Jacobian has room for " << jac.capacity << " columns, body "
-                    << bodyIdx << " needs " << pathDof_[bodyIdx]);
+                    << bodyIdx << " needs " << tree_.pathDof[bodyIdx]);
     return;
   }
-  jac.size = pathDof_[bodyIdx];
-  if (jointType_[0] == Joint::FLOATING) {
+  jac.size = tree_.pathDof[bodyIdx];
+  if (tree_.isFloating()) {
     // The base columns are implicit: identity, and the rotation by the lever arm r kept in 3.
     for (size_t t = 0; t < 6; ++t) jac.idx[t] = t;
-    setColumn(jac.v, 3, pointW - positionW_[0]);
+    setColumn(jac.v, 3, pointW - kinematics_.positionW[0]);
   }
   fillJointColumns(bodyIdx, pointW, jac);
 }
@@ -103,25 +103,26 @@ void ArticulatedSystem::getSparseRotationalJacobian(size_t bodyIdx, SparseJacobi
   }
   if (!checkBodyIndex(bodyIdx, "getSparseRotationalJacobian")) return;
   size_t columns = 0;
-  for (size_t b = bodyIdx; b != kNone; b = parent_[b]) {
-    if (jointType_[b] == Joint::REVOLUTE) columns += 1;
-    if (jointType_[b] == Joint::SPHERICAL || jointType_[b] == Joint::FLOATING) columns += 3;
+  for (size_t b = bodyIdx; b != kNone; b = tree_.parent[b]) {
+    if (tree_.jointType[b] == Joint::REVOLUTE) columns += 1;
+    if (tree_.jointType[b] == Joint::SPHERICAL || tree_.jointType[b] == Joint::FLOATING)
+      columns += 3;
   }
   jac.reserve(columns);
   jac.size = columns;
 
   size_t c = columns;
   const Mat33 identity = Mat33::identity();
-  for (size_t b = bodyIdx; b != kNone; b = parent_[b]) {
-    if (jointType_[b] == Joint::REVOLUTE) {
-      jac.idx[--c] = dofStart_[b];
-      setColumn(jac.v, c, jointAxisW_[b]);
-    } else if (jointType_[b] == Joint::SPHERICAL || jointType_[b] == Joint::FLOATING) {
+  for (size_t b = bodyIdx; b != kNone; b = tree_.parent[b]) {
+    if (tree_.jointType[b] == Joint::REVOLUTE) {
+      jac.idx[--c] = tree_.dofStart[b];
+      setColumn(jac.v, c, kinematics_.jointAxisW[b]);
+    } else if (tree_.jointType[b] == Joint::SPHERICAL || tree_.jointType[b] == Joint::FLOATING) {
       // Below the root the velocities are in body axes; the base turns in world axes, behind its
       // three translations.
-      const bool isBase = jointType_[b] == Joint::FLOATING;
-      const Mat33& axes = isBase ? identity : rotationW_[b];
-      const size_t k = isBase ? 3 : dofStart_[b];
+      const bool isBase = tree_.jointType[b] == Joint::FLOATING;
+      const Mat33& axes = isBase ? identity : kinematics_.rotationW[b];
+      const size_t k = isBase ? 3 : tree_.dofStart[b];
       for (size_t t = 3; t-- > 0;) {
         jac.idx[--c] = k + t;
         setColumn(jac.v, c, column(axes, t));
@@ -135,14 +136,14 @@ void ArticulatedSystem::getDenseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW
   if (!checkBodyIndex(bodyIdx, "getDenseJacobian")) return;
   SparseJacobian sparse;
   getSparseJacobian(bodyIdx, pointW, sparse);
-  scatter(sparse, dof_, jac);
+  scatter(sparse, tree_.dof, jac);
 }
 
 void ArticulatedSystem::getDenseRotationalJacobian(size_t bodyIdx, MatDyn& jac) const {
   if (bodyIdx != kNone && !checkBodyIndex(bodyIdx, "getDenseRotationalJacobian")) return;
   SparseJacobian sparse;
   getSparseRotationalJacobian(bodyIdx, sparse);
-  scatter(sparse, dof_, jac);
+  scatter(sparse, tree_.dof, jac);
 }
 
 }  // namespace zelvik

@@ -9,10 +9,10 @@ namespace zelvik {
 using contact::Single3DContactProblem;
 
 void ArticulatedSystem::appendJointLimits(contact::ContactProblemList& problems) {
-  for (size_t i = 1; i < bodyCount_; ++i) {
-    if (jointType_[i] == Joint::REVOLUTE || jointType_[i] == Joint::PRISMATIC)
+  for (size_t i = 1; i < tree_.bodyCount; ++i) {
+    if (tree_.jointType[i] == Joint::REVOLUTE || tree_.jointType[i] == Joint::PRISMATIC)
       appendAxisLimit(i, problems);
-    else if (jointType_[i] == Joint::SPHERICAL)
+    else if (tree_.jointType[i] == Joint::SPHERICAL)
       appendConeLimit(i, problems);
   }
 }
@@ -25,18 +25,18 @@ Single3DContactProblem& ArticulatedSystem::appendLimitProblem(
   problem.rank_ = Single3DContactProblem::JOINT_LIMIT;
   problem.objA_ = this;
   problem.contactIdxA_ = bodyIdx;
-  problem.position_ = positionW_[bodyIdx];
+  problem.position_ = kinematics_.positionW[bodyIdx];
   problem.depth_ = depth;
-  const size_t d = dofStart_[bodyIdx];
+  const size_t d = tree_.dofStart[bodyIdx];
   problem.reducedDzz_ = massInverse_(d, d);
   jointLimitProblems_.push_back(&problem);
   return problem;
 }
 
 void ArticulatedSystem::appendAxisLimit(size_t bodyIdx, contact::ContactProblemList& problems) {
-  const size_t d = dofStart_[bodyIdx];
-  const double lower = jointLimits_[d][0], upper = jointLimits_[d][1];
-  const double q = gc_[gcStart_[bodyIdx]];
+  const size_t d = tree_.dofStart[bodyIdx];
+  const double lower = joints_.limits[d][0], upper = joints_.limits[d][1];
+  const double q = gc_[tree_.gcStart[bodyIdx]];
   if (lower == upper) return;  // no limit
   const bool isBelow = q < lower;
   if (!isBelow && !(q > upper)) return;
@@ -47,10 +47,10 @@ void ArticulatedSystem::appendAxisLimit(size_t bodyIdx, contact::ContactProblemL
 }
 
 void ArticulatedSystem::appendConeLimit(size_t bodyIdx, contact::ContactProblemList& problems) {
-  const size_t d = dofStart_[bodyIdx];
-  const double limit = jointLimits_[d][0];
+  const size_t d = tree_.dofStart[bodyIdx];
+  const double limit = joints_.limits[d][0];
   if (limit < 0.0) return;  // no limit
-  const double* q = gc_.v + gcStart_[bodyIdx];
+  const double* q = gc_.v + tree_.gcStart[bodyIdx];
   // The quaternion and its negative are one pose; the limit is on the shorter turn to it.
   const double angle = 2.0 * std::acos(std::fabs(q[0]));
   const Vec3 vector{{q[1], q[2], q[3]}};
@@ -67,7 +67,7 @@ void ArticulatedSystem::appendConeLimit(size_t bodyIdx, contact::ContactProblemL
 }
 
 double ArticulatedSystem::enforceJointLimits(Single3DContactProblem& problem) {
-  switch (jointType_[problem.contactIdxA_]) {
+  switch (tree_.jointType[problem.contactIdxA_]) {
     case Joint::REVOLUTE:
     case Joint::PRISMATIC:
       return enforceAxisLimit(problem);
@@ -79,23 +79,23 @@ double ArticulatedSystem::enforceJointLimits(Single3DContactProblem& problem) {
 }
 
 double ArticulatedSystem::enforceAxisLimit(Single3DContactProblem& problem) {
-  const size_t d = dofStart_[problem.contactIdxA_];
+  const size_t d = tree_.dofStart[problem.contactIdxA_];
   double impulse;
   const double residual = contact::enforceAxisLimit(problem, gvTemp_[d], impulse);
-  const double* column = massInverse_.v + d * dof_;
-  for (size_t k = 0; k < dof_; ++k) gvTemp_[k] += impulse * column[k];
+  const double* column = massInverse_.v + d * tree_.dof;
+  for (size_t k = 0; k < tree_.dof; ++k) gvTemp_[k] += impulse * column[k];
   return residual;
 }
 
 double ArticulatedSystem::enforceConeLimit(Single3DContactProblem& problem) {
-  const size_t d = dofStart_[problem.contactIdxA_];
+  const size_t d = tree_.dofStart[problem.contactIdxA_];
   Vec3 p;
   const double residual =
       contact::enforceConeLimit(problem, {{gvTemp_[d], gvTemp_[d + 1], gvTemp_[d + 2]}}, p);
-  const double* c0 = massInverse_.v + d * dof_;
-  const double* c1 = c0 + dof_;
-  const double* c2 = c1 + dof_;
-  for (size_t k = 0; k < dof_; ++k) gvTemp_[k] += c0[k] * p[0] + c1[k] * p[1] + c2[k] * p[2];
+  const double* c0 = massInverse_.v + d * tree_.dof;
+  const double* c1 = c0 + tree_.dof;
+  const double* c2 = c1 + tree_.dof;
+  for (size_t k = 0; k < tree_.dof; ++k) gvTemp_[k] += c0[k] * p[0] + c1[k] * p[1] + c2[k] * p[2];
   return residual;
 }
 

@@ -22,7 +22,7 @@ void scale(double factor, const VecDyn& a, VecDyn& out) {
 /// Once, at the first step with damping.
 void ArticulatedSystem::warnOfRungeKuttaDamping() {
   if (toldOfDamping_) return;
-  for (size_t k = 0; k < dof_; ++k) toldOfDamping_ |= jointDamping_[k] != 0.0;
+  for (size_t k = 0; k < tree_.dof; ++k) toldOfDamping_ |= joints_.damping[k] != 0.0;
   if (!toldOfDamping_) return;
   MSG_WARN("the robot '"
            << name_ << "': RUNGE_KUTTA_4 does not converge with joint damping, which enters as a "
@@ -34,7 +34,7 @@ void ArticulatedSystem::integrateRungeKutta(const Mat<3, 1>& gravity, double dt)
   // The classical scheme of order four (J. C. Butcher, Numerical Methods for Ordinary Differential
   // Equations, section 23), with velocity changes over dt in place of derivatives. Contacts act
   // once, as a jump before the first stage: gvTemp_ - gvFree_ is what their impulses changed.
-  for (size_t k = 0; k < dof_; ++k) rkVel1_[k] = gvTemp_[k] - gvFree_[k] + gv_[k];
+  for (size_t k = 0; k < tree_.dof; ++k) rkVel1_[k] = gvTemp_[k] - gvFree_[k] + gv_[k];
   rkGc0_ = gc_;
   gv_ = rkVel1_;
   rkIntegrate(gravity, dt);
@@ -56,7 +56,7 @@ void ArticulatedSystem::integrateRungeKutta(const Mat<3, 1>& gravity, double dt)
   rkDelta4_ = gvTemp_;
 
   constexpr double sixth = 0.16666666666666666, third = 0.3333333333333333;
-  for (size_t k = 0; k < dof_; ++k) {
+  for (size_t k = 0; k < tree_.dof; ++k) {
     gv_[k] = rkVel1_[k] + sixth * rkDelta1_[k] + third * rkDelta2_[k] + third * rkDelta3_[k] +
              sixth * rkDelta4_[k];
     gcRate_[k] = sixth * rkVel1_[k] + third * rkVel2_[k] + third * rkVel3_[k] + sixth * rkVel4_[k];

@@ -56,8 +56,8 @@ void ArticulatedSystem::mergeSelfCollisions() {
   // Two points of one system: what matters is the difference of their velocities, J_i - J_j. Under
   // a floating base the six base columns are equal and cancel; they are implicit (column 3 is a
   // lever arm), so the merge starts behind them.
-  const size_t first = jointType_[0] == Joint::FLOATING ? 6 : 0;
-  jacobianScratch_.reserve(dof_);
+  const size_t first = tree_.isFloating() ? 6 : 0;
+  jacobianScratch_.reserve(tree_.dof);
   std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   for (size_t i = 0; i < numContacts_; ++i) {
     contact::Contact& c = contacts[i];

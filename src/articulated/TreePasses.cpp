@@ -7,7 +7,8 @@
 
 namespace zelvik {
 
-TreePasses::TreePasses(ArticulatedSystem& system) : s_(system) {
+TreePasses::TreePasses(const TreeDescription& tree, BodyKinematics& kinematics)
+    : tree_(tree), kinematics_(kinematics) {
   sortIntoBatches();
   for (Batch& batch : batches_) buildSteps(batch);
   loadMassProperties();
@@ -15,16 +16,16 @@ TreePasses::TreePasses(ArticulatedSystem& system) : s_(system) {
 
 /// By depth, and by index where that is equal.
 void TreePasses::sortIntoBatches() {
-  batchOf_.assign(s_.bodyCount_, 0);
-  laneOf_.assign(s_.bodyCount_, 0);
+  batchOf_.assign(tree_.bodyCount, 0);
+  laneOf_.assign(tree_.bodyCount, 0);
   const size_t root = 0;
   batches_.push_back(makeBatch(&root, 1));
-  const size_t deepest = *std::max_element(s_.depth_.begin(), s_.depth_.end());
+  const size_t deepest = *std::max_element(tree_.depth.begin(), tree_.depth.end());
   std::vector<size_t> level;
   for (size_t depth = 2; depth <= deepest; ++depth) {
     level.clear();
-    for (size_t i = 1; i < s_.bodyCount_; ++i)
-      if (s_.depth_[i] == depth) level.push_back(i);
+    for (size_t i = 1; i < tree_.bodyCount; ++i)
+      if (tree_.depth[i] == depth) level.push_back(i);
     for (size_t first = 0; first < level.size(); first += kLanes) {
       const size_t count = std::min(kLanes, level.size() - first);
       for (size_t l = 0; l < count; ++l) {
@@ -46,20 +47,20 @@ TreePasses::Batch TreePasses::makeBatch(const size_t* bodies, size_t count) {
   batch.count = count;
   size_t parents[kLanes];
   for (size_t l = 0; l < kLanes; ++l) {
-    const size_t i = bodies[l < count ? l : 0], width = s_.dofOfBody_[i];
+    const size_t i = bodies[l < count ? l : 0], width = tree_.dofOfBody[i];
     batch.body[l] = i;
-    batch.hasSlides |= s_.jointType_[i] == Joint::PRISMATIC;
-    hasSlides_ |= s_.jointType_[i] == Joint::PRISMATIC;
-    batch.hasBalls |= s_.jointType_[i] == Joint::SPHERICAL;
-    parents[l] = i == 0 ? 0 : s_.parent_[i];
+    batch.hasSlides |= tree_.jointType[i] == Joint::PRISMATIC;
+    hasSlides_ |= tree_.jointType[i] == Joint::PRISMATIC;
+    batch.hasBalls |= tree_.jointType[i] == Joint::SPHERICAL;
+    parents[l] = i == 0 ? 0 : tree_.parent[i];
     if (i == 0) continue;
     batch.width = std::max(batch.width, width);
-    batch.gc[l] = s_.gcStart_[i];
+    batch.gc[l] = tree_.gcStart[i];
     for (size_t k = 0; k < 3; ++k) {
       const bool exists = k < width;
-      batch.gv[k][l] = exists ? s_.dofStart_[i] + k : width > 0 ? s_.dofStart_[i] : 0;
-      batch.row[k][l] =
-          l < count && exists ? s_.pattern_.rowStart[s_.dofStart_[i] + k] : s_.pattern_.storage;
+      batch.gv[k][l] = exists ? tree_.dofStart[i] + k : width > 0 ? tree_.dofStart[i] : 0;
+      batch.row[k][l] = l < count && exists ? tree_.pattern.rowStart[tree_.dofStart[i] + k]
+                                            : tree_.pattern.storage;
     }
   }
   batch.parents = placesOf(parents, count);
@@ -83,9 +84,9 @@ TreePasses::Places TreePasses::placesOf(const size_t* bodies, size_t count) cons
 /// Constants of one body. With R the joint's rotation about the axis a by the angle q and O the
 /// joint frame, O R = O a a^T + cos q O (1 - a a^T) + sin q O [a].
 void TreePasses::setJoint(size_t i, size_t lane, Bodies& bodies) const {
-  const Mat33& O = s_.jointOrientationP_[i];
-  const Vec3& a = s_.jointAxisB_[i];
-  const Joint::Type type = i == 0 ? Joint::FIXED : s_.jointType_[i];
+  const Mat33& O = tree_.jointOrientationP[i];
+  const Vec3& a = tree_.jointAxisB[i];
+  const Joint::Type type = i == 0 ? Joint::FIXED : tree_.jointType[i];
   Mat33 along;
   for (size_t c = 0; c < 3; ++c)
     for (size_t r = 0; r < 3; ++r) along(r, c) = a[r] * a[c];
@@ -94,7 +95,7 @@ void TreePasses::setJoint(size_t i, size_t lane, Bodies& bodies) const {
   setLane(bodies.fixedPart, lane, revolute ? O * along : O);
   setLane(bodies.cosinePart, lane, revolute ? O * (Mat33::identity() - along) : none);
   setLane(bodies.sinePart, lane, revolute ? O * skew(a) : none);
-  setLane(bodies.offsetP, lane, s_.jointOffsetP_[i]);
+  setLane(bodies.offsetP, lane, tree_.jointOffsetP[i]);
   setLane(bodies.axisP, lane, O * a);
   bodies.turns[lane] = revolute ? 1.0 : 0.0;
   bodies.slides[lane] = type == Joint::PRISMATIC ? 1.0 : 0.0;
@@ -107,11 +108,11 @@ void TreePasses::loadMassProperties() {
       const size_t i = batches_[b].body[l];
       const bool exists = b == 0 || l < batches_[b].count;
       Bodies& bodies = bodies_[b];
-      bodies.mass[l] = exists ? s_.mass_[i] : 0.0;
-      bodies.compositeMass[l] = exists ? s_.compositeMass_[i] : 0.0;
-      bodies.divisor[l] = exists ? s_.compositeMass_[i] : 1.0;
-      setLane(bodies.comB, l, s_.comB_[i]);
-      setLane(bodies.inertiaB, l, exists ? s_.inertiaB_[i] : Mat33{});
+      bodies.mass[l] = exists ? tree_.mass[i] : 0.0;
+      bodies.compositeMass[l] = exists ? tree_.compositeMass[i] : 0.0;
+      bodies.divisor[l] = exists ? tree_.compositeMass[i] : 1.0;
+      setLane(bodies.comB, l, tree_.comB[i]);
+      setLane(bodies.inertiaB, l, exists ? tree_.inertiaB[i] : Mat33{});
     }
 }
 
@@ -124,9 +125,9 @@ void TreePasses::buildSteps(Batch& batch) {
   std::copy_n(batch.body, kLanes, joints);
   while (joints[0] != 0) {
     Step step{placesOf(joints, batch.count), 0};
-    for (const size_t j : joints) step.width = std::max(step.width, s_.dofOfBody_[j]);
+    for (const size_t j : joints) step.width = std::max(step.width, tree_.dofOfBody[j]);
     steps_.push_back(step);
-    for (size_t& j : joints) j = s_.parent_[j];
+    for (size_t& j : joints) j = tree_.parent[j];
   }
   batch.stepEnd = steps_.size();
 
@@ -139,8 +140,8 @@ void TreePasses::buildSteps(Batch& batch) {
         for (size_t lane = 0; lane < kLanes; ++lane)
           targets_.push_back(static_cast<std::uint32_t>(
               lane < batch.count ? target(batch.body[lane], k, joints[lane], l)
-                                 : s_.pattern_.storage));
-      for (size_t& j : joints) j = s_.parent_[j];
+                                 : tree_.pattern.storage));
+      for (size_t& j : joints) j = tree_.parent[j];
     }
   }
   batch.targetCount = targets_.size() - before;
@@ -149,8 +150,9 @@ void TreePasses::buildSteps(Batch& batch) {
 /// Place of the entry of velocity k of joint i and velocity l of joint j; behind the rows if there
 /// is none.
 size_t TreePasses::target(size_t i, size_t k, size_t j, size_t l) const {
-  if (k >= s_.dofOfBody_[i] || l >= s_.dofOfBody_[j]) return s_.pattern_.storage;
-  return s_.pattern_.rowStart[s_.dofStart_[i] + k] + s_.pattern_.position[s_.dofStart_[j] + l];
+  if (k >= tree_.dofOfBody[i] || l >= tree_.dofOfBody[j]) return tree_.pattern.storage;
+  return tree_.pattern.rowStart[tree_.dofStart[i] + k] +
+         tree_.pattern.position[tree_.dofStart[j] + l];
 }
 
 void TreePasses::writeCompositeBodies(std::vector<Mat33>& inertia,

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <vector>
-#include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
+#include <zelvik/object/ArticulatedSystem/TreeDescription.hpp>
 
 #include "core/LaneAlgebra.hpp"
 
@@ -23,15 +23,18 @@ class TreePasses {
  public:
   static constexpr size_t kSpareValues = 2 * kLanes;
 
-  explicit TreePasses(ArticulatedSystem& system);
+  /// Reads the first, writes the second; both outlive the passes.
+  TreePasses(const TreeDescription& tree, BodyKinematics& kinematics);
 
   /// Copies masses, centres of mass and inertias of the bodies; after every change of them.
   void loadMassProperties();
-  void updateKinematics();
+  /// Poses of all bodies. @param gc coordinates; a fixed root stays as it is
+  void updateKinematics(const double* gc);
   /// Packed rows of the mass matrix, without rotor inertia, and `kSpareValues` behind them that
   /// take what belongs to no body.
   void computeMassRows(double* rows);
-  void computeNonlinearities(const Vec3& gravity, VecDyn& h);
+  /// Velocities of all bodies, and h. @param gv velocities
+  void computeNonlinearities(const Vec3& gravity, const double* gv, VecDyn& h);
   /// Inertias and composite bodies of the last `computeMassRows` to the arrays of the system.
   void writeCompositeBodies(std::vector<Mat33>& inertia, std::vector<Mat33>& compositeInertia,
                             std::vector<Vec3>& moment, std::vector<Vec3>& com) const;
@@ -97,9 +100,9 @@ class TreePasses {
   template <typename Value>
   void addToParents(const Batch& batch, const Value& value, Value Bodies::*field);
 
-  void placeRoot();
-  void placeBatch(const Batch& batch, Bodies& bodies);
-  void setBallRotations(const Batch& batch, Lanes33& local) const;
+  void placeRoot(const double* gc);
+  void placeBatch(const Batch& batch, const double* gc, Bodies& bodies);
+  void setBallRotations(const Batch& batch, const double* gc, Lanes33& local) const;
   void gatherMoments();
   void gatherInertia(const Batch& batch, Bodies& bodies);
   const std::uint32_t* writeRows(const Batch& batch, const Bodies& bodies,
@@ -109,12 +112,13 @@ class TreePasses {
   void writeBaseColumns(const Batch& batch, size_t k, const Lanes3& force, const Lanes3& moment,
                         double* rows) const;
   void writeRootRows(double* rows);
-  void startRoot(const Vec3& gravity);
-  void propagateVelocities(const Batch& batch, Bodies& bodies);
+  void startRoot(const Vec3& gravity, const double* gv);
+  void propagateVelocities(const Batch& batch, const double* gv, Bodies& bodies);
   static void computeWrench(Bodies& bodies);
   void projectWrenches(VecDyn& h) const;
 
-  ArticulatedSystem& s_;
+  const TreeDescription& tree_;
+  BodyKinematics& kinematics_;
   AlignedVector<Bodies> bodies_;
   std::vector<Batch> batches_;
   std::vector<Step> steps_;

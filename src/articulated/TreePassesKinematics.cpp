@@ -63,36 +63,36 @@ inline Lanes3 combine(const Lanes3& a, const Lanes& s, const Lanes3& b, const La
 
 }  // namespace
 
-void TreePasses::updateKinematics() {
-  placeRoot();
-  for (size_t b = 1; b < batches_.size(); ++b) placeBatch(batches_[b], bodies_[b]);
+void TreePasses::updateKinematics(const double* gc) {
+  placeRoot(gc);
+  for (size_t b = 1; b < batches_.size(); ++b) placeBatch(batches_[b], gc, bodies_[b]);
 }
 
-void TreePasses::placeRoot() {
-  if (s_.jointType_[0] == Joint::FLOATING) {
-    s_.positionW_[0] = {{s_.gc_[0], s_.gc_[1], s_.gc_[2]}};
-    quatToRotMat(s_.gc_.v + 3, s_.rotationW_[0]);
-    s_.comW_[0] = s_.positionW_[0] + s_.rotationW_[0] * s_.comB_[0];
+void TreePasses::placeRoot(const double* gc) {
+  if (tree_.isFloating()) {
+    kinematics_.positionW[0] = {{gc[0], gc[1], gc[2]}};
+    quatToRotMat(gc + 3, kinematics_.rotationW[0]);
+    kinematics_.comW[0] = kinematics_.positionW[0] + kinematics_.rotationW[0] * tree_.comB[0];
   }
   Bodies& root = bodies_[0];
-  root.R = broadcast(s_.rotationW_[0]);
-  root.position = broadcast(s_.positionW_[0]);
+  root.R = broadcast(kinematics_.rotationW[0]);
+  root.position = broadcast(kinematics_.positionW[0]);
   root.comOffset = root.R * root.comB;
-  root.com = broadcast(s_.comW_[0]);
+  root.com = broadcast(kinematics_.comW[0]);
 }
 
-void TreePasses::placeBatch(const Batch& batch, Bodies& B) {
+void TreePasses::placeBatch(const Batch& batch, const double* gc, Bodies& B) {
   Lanes33 Rp;
   for (size_t j = 0; j < 3; ++j)
     Rp.c[j] = gather(batch.parents, [j](const Bodies& p) -> const Lanes3& { return p.R.c[j]; });
 
   Lanes q, cosine, sine;
-  for (size_t l = 0; l < kLanes; ++l) q[l] = s_.gc_[batch.gc[l]];
+  for (size_t l = 0; l < kLanes; ++l) q[l] = gc[batch.gc[l]];
   cosineAndSine(q, cosine, sine);
   Lanes33 local;
   for (size_t j = 0; j < 2; ++j)  // the third column is not read
     local.c[j] = combine(B.fixedPart.c[j], cosine, B.cosinePart.c[j], sine, B.sinePart.c[j]);
-  if (batch.hasBalls) setBallRotations(batch, local);
+  if (batch.hasBalls) setBallRotations(batch, gc, local);
   B.R = multiplyRotations(Rp, local);
 
   const Lanes3 axis = Rp * B.axisP;
@@ -115,10 +115,10 @@ void TreePasses::placeBatch(const Batch& batch, Bodies& B) {
   Vec3 *axes[kLanes], *positions[kLanes], *coms[kLanes];
   for (size_t l = 0; l < kLanes; ++l) {
     const size_t i = batch.body[l];
-    rotations[l] = &s_.rotationW_[i];
-    axes[l] = &s_.jointAxisW_[i];
-    positions[l] = &s_.positionW_[i];
-    coms[l] = &s_.comW_[i];
+    rotations[l] = &kinematics_.rotationW[i];
+    axes[l] = &kinematics_.jointAxisW[i];
+    positions[l] = &kinematics_.positionW[i];
+    coms[l] = &kinematics_.comW[i];
   }
   scatter(B.R, batch.count, rotations);
   scatter(axis, batch.count, axes);
@@ -126,23 +126,20 @@ void TreePasses::placeBatch(const Batch& batch, Bodies& B) {
   scatter(B.com, batch.count, coms);
   if (!batch.hasBalls) return;
   for (size_t l = 0; l < batch.count; ++l)
-    s_.jointAxisW_[batch.body[l]] = s_.rotationW_[batch.body[l]] * s_.jointAxisB_[batch.body[l]];
+    kinematics_.jointAxisW[batch.body[l]] =
+        kinematics_.rotationW[batch.body[l]] * tree_.jointAxisB[batch.body[l]];
 }
 
 /// Body to parent of spherical joints, from their quaternions.
-void TreePasses::setBallRotations(const Batch& batch, Lanes33& local) const {
+void TreePasses::setBallRotations(const Batch& batch, const double* gc, Lanes33& local) const {
   for (size_t l = 0; l < kLanes; ++l) {
     const size_t i = batch.body[l];
-    if (s_.jointType_[i] != Joint::SPHERICAL) continue;
+    if (tree_.jointType[i] != Joint::SPHERICAL) continue;
     Mat33 joint, toParent;
-    quatToRotMat(s_.gc_.v + batch.gc[l], joint);
-    rotmatmul(s_.jointOrientationP_[i], joint, toParent);
+    quatToRotMat(gc + batch.gc[l], joint);
+    rotmatmul(tree_.jointOrientationP[i], joint, toParent);
     setLane(local, l, toParent);
   }
-}
-
-void ArticulatedSystem::updateKinematics() {
-  passes_->updateKinematics();
 }
 
 }  // namespace zelvik

@@ -29,7 +29,7 @@ void TreePasses::computeMassRows(double* rows) {
     gatherInertia(batch, bodies_[b]);
     targets = writeRows(batch, bodies_[b], targets, rows);
   }
-  if (s_.jointType_[0] == Joint::FLOATING) writeRootRows(rows);
+  if (tree_.isFloating()) writeRootRows(rows);
 }
 
 /// Inertias in world axes, and the mass moments and centres of mass of the subtrees.
@@ -42,8 +42,7 @@ void TreePasses::gatherMoments() {
     Bodies& B = bodies_[b];
     const Lanes inverse = 1.0 / B.divisor;
     B.compositeCom = inverse * B.moment;
-    const bool aboveIsFixed =
-        batches_[b].parents.batch[0] == 0 && s_.jointType_[0] != Joint::FLOATING;
+    const bool aboveIsFixed = batches_[b].parents.batch[0] == 0 && !tree_.isFloating();
     if (!aboveIsFixed) addToParents(batches_[b], B.moment, &Bodies::moment);
   }
 }
@@ -53,7 +52,7 @@ void TreePasses::gatherMoments() {
 void TreePasses::gatherInertia(const Batch& batch, Bodies& B) {
   addInertia(B.mass, B.com - B.compositeCom, B.compositeInertia);
   const bool isBelowRoot = batch.parents.batch[0] == 0;
-  if (isBelowRoot && s_.jointType_[0] != Joint::FLOATING) return;
+  if (isBelowRoot && !tree_.isFloating()) return;
   const Lanes3 origin =
       isBelowRoot
           ? bodies_[0].position
@@ -67,7 +66,7 @@ void TreePasses::gatherInertia(const Batch& batch, Bodies& B) {
 /// their begin.
 const std::uint32_t* TreePasses::writeRows(const Batch& batch, const Bodies& B,
                                            const std::uint32_t* target, double* rows) const {
-  const bool floating = s_.jointType_[0] == Joint::FLOATING;
+  const bool floating = tree_.isFloating();
   const Lanes3 r = B.compositeCom - B.position;
   target -= batch.targetCount;
   const std::uint32_t* const begin = target;
@@ -113,10 +112,10 @@ void TreePasses::writeRowOfOne(const Batch& batch, const Bodies& B, const Lanes3
     const Vec3 *P[kLanes], *A[kLanes];
     Lanes slides{};
     size_t count = 0;
-    for (; count < kLanes && j != 0; ++count, j = s_.parent_[j]) {
-      P[count] = &s_.positionW_[j];
-      A[count] = &s_.jointAxisW_[j];
-      if (hasSlides_ && s_.jointType_[j] == Joint::PRISMATIC) slides[count] = 1.0;
+    for (; count < kLanes && j != 0; ++count, j = tree_.parent[j]) {
+      P[count] = &kinematics_.positionW[j];
+      A[count] = &kinematics_.jointAxisW[j];
+      if (hasSlides_ && tree_.jointType[j] == Joint::PRISMATIC) slides[count] = 1.0;
     }
     for (size_t l = count; l < kLanes; ++l) {
       P[l] = P[0];
@@ -151,8 +150,8 @@ void TreePasses::writeRootRows(double* rows) {
   const Mat33 coupling = m * skew(getLane(root.compositeCom - root.position, 0));
   const Mat33 I = getLane(root.compositeInertia, 0);
   for (size_t i = 0; i < 3; ++i) {
-    double* linear = rows + s_.pattern_.rowStart[i];
-    double* angular = rows + s_.pattern_.rowStart[3 + i];
+    double* linear = rows + tree_.pattern.rowStart[i];
+    double* angular = rows + tree_.pattern.rowStart[3 + i];
     linear[i] = m;
     for (size_t j = 0; j < 3; ++j) angular[j] = coupling(i, j);
     for (size_t j = 0; j <= i; ++j) angular[3 + j] = I(i, j);

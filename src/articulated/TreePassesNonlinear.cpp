@@ -8,9 +8,9 @@
 
 namespace zelvik {
 
-void TreePasses::computeNonlinearities(const Vec3& gravity, VecDyn& h) {
-  startRoot(gravity);
-  for (size_t b = 1; b < batches_.size(); ++b) propagateVelocities(batches_[b], bodies_[b]);
+void TreePasses::computeNonlinearities(const Vec3& gravity, const double* gv, VecDyn& h) {
+  startRoot(gravity, gv);
+  for (size_t b = 1; b < batches_.size(); ++b) propagateVelocities(batches_[b], gv, bodies_[b]);
   // f_p += f_i, n_p += r_i x f_i + n_i.
   for (size_t b = batches_.size(); b-- > 1;) {
     const Bodies& B = bodies_[b];
@@ -20,21 +20,21 @@ void TreePasses::computeNonlinearities(const Vec3& gravity, VecDyn& h) {
   projectWrenches(h);
 }
 
-void TreePasses::startRoot(const Vec3& gravity) {
+void TreePasses::startRoot(const Vec3& gravity, const double* gv) {
   Bodies& root = bodies_[0];
-  if (s_.jointType_[0] == Joint::FLOATING) {
-    s_.linearVelocityW_[0] = {{s_.gv_[0], s_.gv_[1], s_.gv_[2]}};
-    s_.angularVelocityW_[0] = {{s_.gv_[3], s_.gv_[4], s_.gv_[5]}};
+  if (tree_.isFloating()) {
+    kinematics_.linearVelocityW[0] = {{gv[0], gv[1], gv[2]}};
+    kinematics_.angularVelocityW[0] = {{gv[3], gv[4], gv[5]}};
   }
-  root.v = broadcast(s_.linearVelocityW_[0]);
-  root.omega = broadcast(s_.angularVelocityW_[0]);
+  root.v = broadcast(kinematics_.linearVelocityW[0]);
+  root.omega = broadcast(kinematics_.angularVelocityW[0]);
   root.a = broadcast(-gravity);
   root.alpha = Lanes3{};
   computeWrench(root);
 }
 
 /// Velocities and bias accelerations, from those of the parents.
-void TreePasses::propagateVelocities(const Batch& batch, Bodies& B) {
+void TreePasses::propagateVelocities(const Batch& batch, const double* gv, Bodies& B) {
   const Lanes3 omega =
       gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.omega; });
   const Lanes3 alpha =
@@ -47,7 +47,7 @@ void TreePasses::propagateVelocities(const Batch& batch, Bodies& B) {
   Lanes3 w{};
   for (size_t k = 0; k < batch.width; ++k) {
     Lanes rate;
-    for (size_t l = 0; l < kLanes; ++l) rate[l] = s_.gv_[batch.gv[k][l]];
+    for (size_t l = 0; l < kLanes; ++l) rate[l] = gv[batch.gv[k][l]];
     w += rate * B.turn[k];
     if (k > 0 || !batch.hasSlides) continue;
     // The Coriolis term of the sliding origin.
@@ -61,8 +61,8 @@ void TreePasses::propagateVelocities(const Batch& batch, Bodies& B) {
 
   Vec3 *velocities[kLanes], *rates[kLanes];
   for (size_t l = 0; l < kLanes; ++l) {
-    velocities[l] = &s_.linearVelocityW_[batch.body[l]];
-    rates[l] = &s_.angularVelocityW_[batch.body[l]];
+    velocities[l] = &kinematics_.linearVelocityW[batch.body[l]];
+    rates[l] = &kinematics_.angularVelocityW[batch.body[l]];
   }
   scatter(B.v, batch.count, velocities);
   scatter(B.omega, batch.count, rates);
@@ -81,7 +81,7 @@ void TreePasses::computeWrench(Bodies& B) {
 
 /// The share of each wrench that its joint has to give.
 void TreePasses::projectWrenches(VecDyn& h) const {
-  if (s_.jointType_[0] == Joint::FLOATING)
+  if (tree_.isFloating())
     for (size_t k = 0; k < 3; ++k) {
       h[k] = getLane(bodies_[0].force, 0)[k];
       h[3 + k] = getLane(bodies_[0].torque, 0)[k];
@@ -93,18 +93,9 @@ void TreePasses::projectWrenches(VecDyn& h) const {
       Lanes share = dot(B.turn[k], B.torque);
       if (batch.hasSlides && k == 0) share += dot(B.slide, B.force);
       for (size_t l = 0; l < batch.count; ++l)
-        if (k < s_.dofOfBody_[batch.body[l]]) h[batch.gv[k][l]] = share[l];
+        if (k < tree_.dofOfBody[batch.body[l]]) h[batch.gv[k][l]] = share[l];
     }
   }
-}
-
-void ArticulatedSystem::computeNonlinearities(const Mat<3, 1>& gravity, VecDyn& h) {
-  if (h.n != dof_) {
-    MSG_FATAL("computeNonlinearities: the vector has " << h.n << " entries, the system has " << dof_
-                                                       << " velocities");
-    return;
-  }
-  passes_->computeNonlinearities(gravity, h);
 }
 
 }  // namespace zelvik

@@ -39,6 +39,7 @@ namespace zelvik {
 
 class ArticulatedSystem;
 class Object;
+struct RobotContacts;
 class SingleBodyObject;
 
 namespace contact {
@@ -138,12 +139,15 @@ class ContactSweep {
     size_t side;  ///< 0 for A, 1 for B
   };
   struct Robot {
-    ArticulatedSystem* system;
+    double* velocity;  ///< during the solve
+    size_t dof;
     size_t first, count;  ///< in the list of points
     size_t firstBlock;    ///< in `blocks_`
   };
   struct Body {
-    SingleBodyObject* body = nullptr;  ///< null for what is no rigid body
+    SingleBodyObject* body = nullptr;      ///< null for what is no rigid body
+    const Mat<3, 6>* jacobians = nullptr;  ///< per contact, see `BodyContacts`
+    Mat<6, 1>* velocity = nullptr;
     BodyMass mass;
   };
   /// How an object takes part in batches; two of them add up.
@@ -181,8 +185,8 @@ class ContactSweep {
   void noteImmovable(const Single3DContactProblem& problem, const Sides& sides);
   void attachBody(const Sides& who, size_t side, ContactRow& row);
   void attachRobot(ArticulatedSystem& system, const ContactProblemList& problems, size_t& limit);
-  void appendContactPoint(ArticulatedSystem& system, size_t contactIdx);
-  void appendLimitPoint(ArticulatedSystem& system, const Single3DContactProblem& p, size_t row);
+  void appendContactPoint(const RobotContacts& robot, const Contact& contact, size_t contactIdx);
+  void appendLimitPoint(const RobotContacts& robot, const Single3DContactProblem& p, size_t row);
   void attachQuery(Object& object, size_t contactIdx);
   void connectPoints();
   void computePoints(const Robot& robot);

@@ -113,8 +113,8 @@ double ContactSweep::normalVelocity(const Single3DContactProblem& p, const Sides
     const std::uint32_t object = who.object[s];
     const SingleBodyObject* body = object != SweepOrder::kNobody ? bodies_[object].body : nullptr;
     if (body != nullptr) {
-      const double* g = body->contactJacobian_[who.contact[s]].v + 2;
-      const double* u = body->genVel_.v;
+      const double* g = bodies_[object].jacobians[who.contact[s]].v + 2;
+      const double* u = bodies_[object].velocity->v;
       const double v =
           (g[0] * u[0] + g[3] * u[1] + g[6] * u[2]) + (g[9] * u[3] + g[12] * u[4] + g[15] * u[5]);
       z += s == 0 ? v : -v;
@@ -130,14 +130,17 @@ double ContactSweep::normalVelocity(const Single3DContactProblem& p, const Sides
 void ContactSweep::startBody(SingleBodyObject& body) {
   Body& entry = bodies_[body.getIndexInWorld()];
   entry.body = &body;
-  entry.mass = {AngularScale(body.mapInertiaInv_), body.mapMassInv_};
+  const BodyContacts contacts = body.viewContacts();
+  entry.jacobians = contacts.jacobians.data();
+  entry.velocity = &contacts.velocity;
+  entry.mass = {AngularScale(contacts.inverseInertia), contacts.inverseMass};
   if (entry.mass.scale.isFactor) parts_[body.getIndexInWorld()] = BODY_PART;
   BodyVelocity& velocity = bodyVelocities_[body.getIndexInWorld() + kFirstBodySlot];
   velocity = {};
   if (body.usesFullDelassus()) return;
-  velocity.linear = lanesAt(body.genVel_.v);
-  velocity.angular =
-      toLanes(entry.mass.scale.solve({{body.genVel_[3], body.genVel_[4], body.genVel_[5]}}));
+  const Mat<6, 1>& u = contacts.velocity;
+  velocity.linear = lanesAt(u.v);
+  velocity.angular = toLanes(entry.mass.scale.solve({{u[3], u[4], u[5]}}));
 }
 
 SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sides& who) const {
@@ -199,7 +202,7 @@ inline void ContactSweep::Batches<sides>::append(const SweepOrder::Stop& stop,
   for (size_t side = 0; side < sides; ++side) {
     const std::uint32_t object = who.object[first + side];
     const Body& owner = owners[object];
-    m.jacobians[side][lane] = owner.body->contactJacobian_[who.contact[first + side]].v;
+    m.jacobians[side][lane] = owner.jacobians[who.contact[first + side]].v;
     m.masses[side][lane] = &owner.mass;
     bodies[stop.index].slots[side][lane] = object + kFirstBodySlot;
   }
@@ -266,9 +269,8 @@ void ContactSweep::attachBody(const Sides& who, size_t s, ContactRow& row) {
   row.sideKinds[s] = SideKind::BODY;
   BodySide& side = row.bodies[s];
   side.velocity = &bodyVelocities_[who.object[s] + kFirstBodySlot];
-  entry.body->makeImpulseMaps();
-  const Mat<3, 6>& G = entry.body->contactJacobian_[who.contact[s]];
-  const Mat<6, 3>& B = entry.body->contactImpulseMap_[who.contact[s]];
+  const Mat<3, 6>& G = entry.jacobians[who.contact[s]];
+  const Mat<6, 3>& B = entry.body->getImpulseMaps()[who.contact[s]];
   Mat33 leverT;
   for (int c = 0; c < 3; ++c) {
     const Vec3 lever = entry.mass.scale.timesC({{G(c, 3), G(c, 4), G(c, 5)}});
@@ -287,15 +289,17 @@ void ContactSweep::attachRobot(ArticulatedSystem& system, const ContactProblemLi
                                size_t& limit) {
   const size_t first = points_.size();
   const std::vector<Contact>& contacts = system.getContacts();
-  const size_t known = std::min(contacts.size(), system.numContacts_);
+  const RobotContacts view = system.viewContacts();
+  const size_t known = std::min(contacts.size(), view.count);
   size_t limits = 0;
   while (limit + limits < problems.size() && problems[limit + limits].objA_ == &system) ++limits;
   if (known + limits <= kMaxPoints) {
     for (size_t i = 0; i < known; ++i)
-      if (!contacts[i].skip_) appendContactPoint(system, i);
+      if (!contacts[i].skip_) appendContactPoint(view, contacts[i], i);
     for (size_t k = 0; k < limits; ++k)
-      appendLimitPoint(system, problems[limit + k], rowOf_[limit + k]);
-    if (points_.size() > first) robots_.push_back({&system, first, points_.size() - first, 0});
+      appendLimitPoint(view, problems[limit + k], rowOf_[limit + k]);
+    if (points_.size() > first)
+      robots_.push_back({view.velocity.v, view.tree.dof, first, points_.size() - first, 0});
   } else {
     for (size_t i = 0; i < contacts.size(); ++i)
       if (!contacts[i].skip_) attachQuery(system, i);
@@ -303,11 +307,11 @@ void ContactSweep::attachRobot(ArticulatedSystem& system, const ContactProblemLi
   limit += limits;
 }
 
-void ContactSweep::appendContactPoint(ArticulatedSystem& system, size_t contactIdx) {
-  const Contact& c = system.getContacts()[contactIdx];
-  const SparseJacobian& J = system.contactFrameJacobians_[contactIdx];
-  const double* responses = system.contactResponses_[contactIdx].v;
-  const size_t stride = system.factor_.stride();
+void ContactSweep::appendContactPoint(const RobotContacts& robot, const Contact& c,
+                                      size_t contactIdx) {
+  const SparseJacobian& J = robot.jacobians[contactIdx];
+  const double* responses = robot.responses[contactIdx].v;
+  const size_t stride = robot.responseStride;
   points_.push_back({J.v.v,
                      J.idx.data(),
                      J.size,
@@ -318,11 +322,11 @@ void ContactSweep::appendContactPoint(ArticulatedSystem& system, size_t contactI
 }
 
 /// A limit of an axis moves one velocity, a limit of a cone three.
-void ContactSweep::appendLimitPoint(ArticulatedSystem& system, const Single3DContactProblem& p,
+void ContactSweep::appendLimitPoint(const RobotContacts& robot, const Single3DContactProblem& p,
                                     size_t row) {
-  const size_t n = system.dof_, d = system.dofStart_[p.contactIdxA_];
-  const double* inverse = system.massInverse_.v;
-  const bool isAxis = system.jointType_[p.contactIdxA_] != Joint::SPHERICAL;
+  const size_t n = robot.tree.dof, d = robot.tree.dofStart[p.contactIdxA_];
+  const double* inverse = robot.massInverse.v;
+  const bool isAxis = robot.tree.jointType[p.contactIdxA_] != Joint::SPHERICAL;
   if (zeros_.size() < n) zeros_.resize(n, 0.0);
   rows_[row].isOrdinary = isAxis;
   points_.push_back({kIdentity,
@@ -379,7 +383,7 @@ void ContactSweep::computePoints(const Robot& robot) {
   const Point* points = &points_[robot.first];
   const size_t n = robot.count;
   Lanes* blocks = &blocks_[robot.firstBlock];
-  const double* u = robot.system->gvTemp_.v;
+  const double* u = robot.velocity;
   for (size_t j = 0; j < n; ++j) {
     const Point& point = points[j];
     Lanes v{};
@@ -428,9 +432,10 @@ void ContactSweep::finish() {
     if (body == nullptr || body->usesFullDelassus()) continue;
     const BodyVelocity& velocity = bodyVelocities_[o + kFirstBodySlot];
     const Vec3 angular = bodies_[o].mass.scale.times(toVec3(velocity.angular));
+    Mat<6, 1>& u = *bodies_[o].velocity;
     for (int k = 0; k < 3; ++k) {
-      body->genVel_[k] = velocity.linear[k];
-      body->genVel_[3 + k] = angular[k];
+      u[k] = velocity.linear[k];
+      u[3 + k] = angular[k];
     }
   }
   for (const Robot& robot : robots_) finishRobot(robot);
@@ -438,12 +443,12 @@ void ContactSweep::finish() {
 
 /// u += M^-1 J^T p, summed over the points.
 void ContactSweep::finishRobot(const Robot& robot) {
-  double* u = robot.system->gvTemp_.v;
+  double* u = robot.velocity;
   for (size_t i = robot.first; i < robot.first + robot.count; ++i) {
     const Point& point = points_[i];
     if (point.size == 0) continue;
     const Lanes p = pointImpulses_[i];
-    for (size_t k = 0; k < robot.system->dof_; ++k)
+    for (size_t k = 0; k < robot.dof; ++k)
       u[k] += point.responses[0][k] * p[0] + point.responses[1][k] * p[1] +
               point.responses[2][k] * p[2];
   }

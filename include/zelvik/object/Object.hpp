@@ -13,10 +13,6 @@
 #include <zelvik/math.hpp>
 #include <zelvik/object/BodyType.hpp>
 
-namespace zelvik::contact {
-class ContactSweep;
-}
-
 namespace zelvik {
 
 enum ObjectType {

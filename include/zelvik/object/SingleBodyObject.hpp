@@ -25,6 +25,15 @@ enum GyroscopicMode {
   NO_GYROSCOPIC = 3         ///< left out
 };
 
+/// What the solver reads of a rigid body, and the velocity that it changes: a view, good until the
+/// body's next step or setter.
+struct BodyContacts {
+  const std::vector<Mat<3, 6>>& jacobians;  ///< per contact: contact-frame velocity from `velocity`
+  const Mat<3, 3>& inverseInertia;          ///< (world axes)
+  double inverseMass;                       ///< (1/kg)
+  Mat<6, 1>& velocity;                      ///< linear, angular (world axes)
+};
+
 /// Base of all objects of one body: state, forces, contact response and integration.
 ///
 /// A step is semi-implicit Euler round the contact solve: free velocities before it, contact
@@ -236,6 +245,15 @@ class ZELVIK_API SingleBodyObject : public Object {
   }
   ///@}
 
+  /// For the solver: see `BodyContacts`.
+  BodyContacts viewContacts() { return {contactJacobian_, mapInertiaInv_, mapMassInv_, genVel_}; }
+  /// For the solver: six velocities per unit impulse along each axis of each contact; made when
+  /// first asked for in a step.
+  const std::vector<Mat<6, 3>>& getImpulseMaps() {
+    makeImpulseMaps();
+    return contactImpulseMap_;
+  }
+
   Mat<3, 1> getLinearMomentum() const { return mass_ * linVel_; }  ///< (N s, world axes)
   double getKineticEnergy() const;                                 ///< (J)
   /// -m g . x of the centre of mass (J); `gravity` (m/s^2, world axes).
@@ -309,8 +327,6 @@ class ZELVIK_API SingleBodyObject : public Object {
   std::string appearance_;               ///< see `setAppearance`
 
  private:
-  friend class contact::ContactSweep;
-
   void computeFreeVelocities(const Mat<3, 1>& gravity, double dt);
   void computeFreeAngularVelocity(double dt);
   void applyDamping(double dt);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -14,6 +13,9 @@
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
 #include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
+#include <zelvik/object/ArticulatedSystem/JointParameters.hpp>
+#include <zelvik/object/ArticulatedSystem/RobotContacts.hpp>
+#include <zelvik/object/ArticulatedSystem/TreeDescription.hpp>
 #include <zelvik/object/ArticulatedSystem/TreeFactor.hpp>
 #include <zelvik/object/Object.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -35,17 +37,6 @@ struct ArticulatedSystemOption {
   /// Without it a system with such pairs is warned of at its first step.
   bool ignoreInitialOverlaps = false;
 };
-
-/// A spring in a joint.
-struct JointSpring {
-  size_t bodyIdx = 0;                      ///< body below the joint
-  double stiffness = 0.0;                  ///< (N/m or N m/rad)
-  double mount[4] = {0.0, 0.0, 0.0, 0.0};  ///< rest coordinate: the first, or a quaternion
-};
-
-/// Limits of a joint coordinate: lower, upper (m or rad). Equal values: no limit. A spherical
-/// joint reads the lower value as its largest angle; a negative one means none.
-using JointLimit = Mat<2, 1>;
 
 /// A tree of rigid bodies joined by joints, on a fixed or a floating base.
 ///
@@ -170,13 +161,13 @@ class ZELVIK_API ArticulatedSystem : public Object {
   // ---- state ----------------------------------------------------------------------------------
 
   /// Bodies of the tree, the root included; bodies on fixed joints count with their parent.
-  size_t getBodyCount() const { return bodyCount_; }
+  size_t getBodyCount() const { return tree_.bodyCount; }
   /// Number of coordinates.
-  size_t getGeneralizedCoordinateDim() const { return gcDim_; }
+  size_t getGeneralizedCoordinateDim() const { return tree_.gcDim; }
   /// Number of velocities.
-  size_t getGeneralizedVelocityDim() const { return dof_; }
+  size_t getGeneralizedVelocityDim() const { return tree_.dof; }
   /// Number of velocities.
-  size_t getDOF() const { return dof_; }
+  size_t getDOF() const { return tree_.dof; }
 
   /// Coordinates, laid out as the class says (m, rad, unit quaternions).
   const VecDyn& getGeneralizedCoordinate() const { return gc_; }
@@ -185,7 +176,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// Joint force of the last step: control, damping, after limits (N or N m).
   const VecDyn& getGeneralizedForce() const { return generalizedForce_; }
   /// What `setGeneralizedForce` wrote (N or N m).
-  const VecDyn& getFeedForwardForce() const { return generalizedForceFeedForward_; }
+  const VecDyn& getFeedForwardForce() const { return joints_.feedForward; }
 
   // Setters of lists copy to the front and leave the rest. More values than there is room for is
   // fatal, naming both numbers, and nothing is copied.
@@ -252,7 +243,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// `FEED_FORWARD` at the start.
   void setControlMode(ControlMode mode);
   /// The mode in force.
-  ControlMode getControlMode() const { return static_cast<ControlMode>(controlMode_); }
+  ControlMode getControlMode() const { return static_cast<ControlMode>(joints_.controlMode); }
   ///@{
   /// Stiffness of the PD law (N/m or N m/rad), per velocity.
   void setPGain(const double* values, size_t count);
@@ -294,13 +285,13 @@ class ZELVIK_API ArticulatedSystem : public Object {
   }
   ///@}
   /// (N/m or N m/rad), per velocity.
-  const VecDyn& getPGain() const { return pGain_; }
+  const VecDyn& getPGain() const { return joints_.pGain; }
   /// (N s/m or N m s/rad), per velocity.
-  const VecDyn& getDGain() const { return dGain_; }
+  const VecDyn& getDGain() const { return joints_.dGain; }
   /// Laid out as the coordinates.
-  const VecDyn& getPTarget() const { return pTarget_; }
+  const VecDyn& getPTarget() const { return joints_.pTarget; }
   /// Laid out as the velocities.
-  const VecDyn& getDTarget() const { return dTarget_; }
+  const VecDyn& getDTarget() const { return joints_.dTarget; }
 
   ///@{
   /// Bounds on the sum of feed-forward, PD and damping forces (N or N m), per velocity.
@@ -308,16 +299,16 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setForceLimits(const Eigen::VectorXd& lower, const Eigen::VectorXd& upper);
   ///@}
   /// (N or N m), per velocity.
-  const VecDyn& getForceLowerLimit() const { return forceLowerLimit_; }
+  const VecDyn& getForceLowerLimit() const { return joints_.forceLowerLimit; }
   /// (N or N m), per velocity.
-  const VecDyn& getForceUpperLimit() const { return forceUpperLimit_; }
+  const VecDyn& getForceUpperLimit() const { return joints_.forceUpperLimit; }
   /// One entry per velocity; only the first of a joint is read. A joint beyond its limit is
   /// stopped, not pushed back. What a limit has given within a solve is not taken back: a joint
   /// that a contact turns round later in the sweeps may leave faster than the contact alone would
   /// make it.
   void setJointLimits(const std::vector<JointLimit>& limits);
   /// One entry per velocity; only the first of a joint is read.
-  const std::vector<JointLimit>& getJointLimits() const { return jointLimits_; }
+  const std::vector<JointLimit>& getJointLimits() const { return joints_.limits; }
   ///@{
   /// Viscous damping (N s/m or N m s/rad), per velocity.
   void setJointDamping(const VecDyn& damping);
@@ -333,9 +324,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
   }
   ///@}
   /// (N s/m or N m s/rad), per velocity.
-  const VecDyn& getJointDamping() const { return jointDamping_; }
+  const VecDyn& getJointDamping() const { return joints_.damping; }
   /// As read from the model, per velocity; stored only.
-  const VecDyn& getJointFriction() const { return jointFriction_; }
+  const VecDyn& getJointFriction() const { return joints_.friction; }
   ///@{
   /// What is added to the diagonal of M from the next step on (kg or kg m^2), per velocity.
   void setRotorInertia(const double* values, size_t count);
@@ -348,11 +339,11 @@ class ZELVIK_API ArticulatedSystem : public Object {
   }
   ///@}
   /// What is added to the diagonal of M (kg or kg m^2), per velocity.
-  const VecDyn& getRotorInertia() const { return rotorInertia_; }
+  const VecDyn& getRotorInertia() const { return joints_.rotorInertia; }
   /// Replaces all springs. Fatal for a body index out of range.
   void setSprings(const std::vector<JointSpring>& springs);
   /// All springs in the order in which they were set.
-  const std::vector<JointSpring>& getSprings() const { return springs_; }
+  const std::vector<JointSpring>& getSprings() const { return joints_.springs; }
 
   /// Scheme of the following steps. In PD mode `TRAPEZOID` takes its place from the step after the
   /// first contact on, until `setGeneralizedCoordinate`.
@@ -381,8 +372,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
     setBodyInertia(localIdx, toMat33(inertiaB));
   }
   ///@}
-  /// Recomputes `compositeMass_`, and adds the subtrees to mass moments and centres of mass. For
-  /// use after `mass_` has changed, on mass moments freshly filled by `computeMassMatrix`.
+  /// Recomputes the masses of subtrees, and adds the subtrees to mass moments and centres of mass.
+  /// For use after masses have changed, on mass moments freshly filled by `computeMassMatrix`.
   void updateMassInfo();
 
   // ---- kinematics and dynamics ----------------------------------------------------------------
@@ -449,7 +440,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   ///@{
   /// The same for Eigen types; `jac` is given its size.
   void getDenseJacobian(size_t bodyIdx, const Mat<3, 1>& pointW, Eigen::MatrixXd& jac) const {
-    MatDyn J(3, dof_);
+    MatDyn J(3, tree_.dof);
     J.setZero();
     getDenseJacobian(bodyIdx, pointW, J);
     copyMatrix(J, jac);
@@ -460,7 +451,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
     getDenseJacobian(bodyIdx, toVec3(pointW), jac);
   }
   void getDenseRotationalJacobian(size_t bodyIdx, Eigen::MatrixXd& jac) const {
-    MatDyn J(3, dof_);
+    MatDyn J(3, tree_.dof);
     J.setZero();
     getDenseRotationalJacobian(bodyIdx, J);
     copyMatrix(J, jac);
@@ -595,18 +586,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// "This articulated system was created with an existing urdf file" (or from a tree: there is no
   /// text), "Articulated System is only saved to a URDF format" for a name without ".urdf".
   /// @return false after a fatal message
-  bool exportModelText(const std::string& fileName) const {
-    if (modelText_.empty()) {
-      MSG_FATAL("This articulated system was created with an existing urdf file");
-      return false;
-    }
-    if (fileName.size() < 5 || fileName.compare(fileName.size() - 5, 5, ".urdf") != 0) {
-      MSG_FATAL("Articulated System is only saved to a URDF format");
-      return false;
-    }
-    std::ofstream(fileName, std::ios::trunc) << modelText_;
-    return true;
-  }
+  bool exportModelText(const std::string& fileName) const;
   /// Name of the directory that holds the URDF file, without those above it: "b" for
   /// "/a/b/c.urdf". The file name itself if it was given without a directory; empty for text and
   /// for a tree. The whole directory is that of `getModelPath`.
@@ -615,31 +595,31 @@ class ZELVIK_API ArticulatedSystem : public Object {
   const std::string& getResourceDirectory() const { return resourceDir_; }
   /// Type of the joint above the body; `FIXED` after a fatal index.
   Joint::Type getJointType(size_t localIdx) const {
-    return checkBodyIndex(localIdx, "getJointType") ? jointType_[localIdx] : Joint::FIXED;
+    return checkBodyIndex(localIdx, "getJointType") ? tree_.jointType[localIdx] : Joint::FIXED;
   }
   /// Per body; `kNone` for the root.
-  const std::vector<size_t>& getParents() const { return parent_; }
+  const std::vector<size_t>& getParents() const { return tree_.parent; }
   /// Per body: the bodies that hang on it, ascending.
-  const std::vector<std::vector<size_t>>& getChildren() const { return children_; }
+  const std::vector<std::vector<size_t>>& getChildren() const { return tree_.children; }
   /// Bodies without children, ascending.
-  const std::vector<size_t>& getLeaves() const { return leaves_; }
+  const std::vector<size_t>& getLeaves() const { return tree_.leaves; }
   /// Per body: 1 at the root.
-  const std::vector<size_t>& getDepths() const { return depth_; }
+  const std::vector<size_t>& getDepths() const { return tree_.depth; }
   /// Per body: first velocity of its joint; `kNone` for a fixed root.
-  const std::vector<size_t>& getDofStart() const { return dofStart_; }
+  const std::vector<size_t>& getDofStart() const { return tree_.dofStart; }
   /// Per body: first coordinate of its joint; `kNone` for a fixed root.
-  const std::vector<size_t>& getGcStart() const { return gcStart_; }
+  const std::vector<size_t>& getGcStart() const { return tree_.gcStart; }
   /// Per body: velocities on the path from the root, this joint included.
-  const std::vector<size_t>& getPathDof() const { return pathDof_; }
+  const std::vector<size_t>& getPathDof() const { return tree_.pathDof; }
   /// Per body: coordinates on the same path.
-  const std::vector<size_t>& getPathGc() const { return pathGc_; }
+  const std::vector<size_t>& getPathGc() const { return tree_.pathGc; }
   /// Per velocity: the next one towards the root; `kNone` at its end.
-  const std::vector<size_t>& getDofParent() const { return dofParent_; }
+  const std::vector<size_t>& getDofParent() const { return tree_.dofParent; }
 
   // ---- body description and intermediate results ----------------------------------------------
 
   /// Per body: mass of its subtree (kg).
-  const std::vector<double>& getCompositeMass() const { return compositeMass_; }
+  const std::vector<double>& getCompositeMass() const { return tree_.compositeMass; }
   /// Per body: centre of mass of its subtree (m, world axes), as of the last `computeMassMatrix` or
   /// `World::integrate1`. That of body 0 is the centre of mass of the robot, a fixed root included.
   const std::vector<Mat<3, 1>>& getCompositeCom() const {
@@ -661,13 +641,13 @@ class ZELVIK_API ArticulatedSystem : public Object {
     return inertiaW_;
   }
   /// Per body: inertia about the centre of mass (kg m^2, body axes).
-  const std::vector<Mat<3, 3>>& getBodyInertia() const { return inertiaB_; }
+  const std::vector<Mat<3, 3>>& getBodyInertia() const { return tree_.inertiaB; }
   /// Per body: centre of mass (m, body axes).
-  const std::vector<Mat<3, 1>>& getBodyCom() const { return comB_; }
+  const std::vector<Mat<3, 1>>& getBodyCom() const { return tree_.comB; }
   /// Per body: centre of mass (m, world axes).
-  const std::vector<Mat<3, 1>>& getComPositions() const { return comW_; }
+  const std::vector<Mat<3, 1>>& getComPositions() const { return kinematics_.comW; }
   /// Per body: joint axis (unit, world axes).
-  const std::vector<Mat<3, 1>>& getJointAxes() const { return jointAxisW_; }
+  const std::vector<Mat<3, 1>>& getJointAxes() const { return kinematics_.jointAxisW; }
   /// Diagonal that the last `computeDampedMass` prepared.
   const VecDyn& getDampedDiagonal() const { return dampedDiagonal_; }
   /// Per contact of the step; the first `getContacts().size()` entries count.
@@ -677,6 +657,9 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// Fills `response`, 3 x `getDOF()`: change of each velocity per unit impulse at a contact of the
   /// step (contact frame).
   void getContactResponse(size_t contactIdx, MatDyn& response) const;
+
+  /// For the solver: see `RobotContacts`.
+  RobotContacts viewContacts();
 
   // ---- shapes ---------------------------------------------------------------------------------
 
@@ -722,8 +705,6 @@ class ZELVIK_API ArticulatedSystem : public Object {
   }
 
   friend class urdf::LoadFromURDF2;
-  friend class TreePasses;
-  friend class contact::ContactSweep;
 
   void writeUnusualPose(const CollisionDefinition& shape);
   bool prepareModelFile(const std::string& argument, const std::string& resDir);
@@ -789,22 +770,11 @@ class ZELVIK_API ArticulatedSystem : public Object {
   double enforceAxisLimit(contact::Single3DContactProblem& problem);
   double enforceConeLimit(contact::Single3DContactProblem& problem);
 
-  // ---- description of bodies and joints: written by `init`, constant unless said otherwise ------
-  std::vector<Mat<3, 3>> jointOrientationP_;  ///< joint frame to parent at coordinate zero
-  std::vector<Mat<3, 1>> jointOffsetP_;       ///< joint position (m, parent frame)
-  std::vector<Mat<3, 1>> jointAxisB_;         ///< joint axis (unit, body axes)
-  std::vector<Mat<3, 3>> inertiaB_;           ///< about the centre of mass (kg m^2, body axes)
-  std::vector<Mat<3, 1>> comB_;               ///< centre of mass (m, body frame)
-  std::vector<double> mass_;                  ///< (kg); `setMass`
-  std::vector<double> compositeMass_;  ///< of the subtree (kg); `init`, `updateMassInfo`, `setMass`
-  std::vector<JointLimit> jointLimits_;       ///< per velocity, first of a joint; `setJointLimits`
-  Mat<3, 1> fixedBasePosition_{};             ///< of a fixed root (m, world axes); the constructors
-  VecDyn jointDamping_;                       ///< (N s/m or N m s/rad), first velocity of a joint
-  VecDyn jointFriction_;                      ///< stored only, first velocity of a joint
-  VecDyn rotorInertia_;                       ///< added to the diagonal of M (kg or kg m^2)
-  VecDyn forceUpperLimit_, forceLowerLimit_;  ///< (N or N m); `setForceLimits`
-  std::vector<JointSpring> springs_;          ///< `setSprings`
-  bool hasSphericalJoint_ = false;            ///< below the root
+  // ---- what the system is made of, and what its joints do ---------------------------------------
+  TreeDescription tree_;    ///< written by `init`; masses, centres, inertias by their setters
+  JointParameters joints_;  ///< of the model, and of the setters
+  std::unique_ptr<TreePasses> passes_;  ///< over `tree_`, with arrays of their own
+  Mat<3, 1> fixedBasePosition_{};       ///< of a fixed root (m, world axes); the constructors
   bool doNotCollideWithParent = true;
   bool ignoreInitialOverlaps_ = false;
   /// Two shapes, by their places in `collisionBodies_`.
@@ -814,20 +784,10 @@ class ZELVIK_API ArticulatedSystem : public Object {
   };
   std::vector<InitialOverlap> initialOverlaps_;  ///< to be told of at the first step
 
-  // ---- topology: written by `init` ------------------------------------------------------------
-  size_t bodyCount_ = 0, dof_ = 0, gcDim_ = 0;
-  size_t lastBaseDof_ = kNone;          ///< 5 for a floating base
-  std::vector<Joint::Type> jointType_;  ///< per body
-  std::vector<size_t> gcDimOfBody_, dofOfBody_;
-  std::vector<size_t> dofStart_, gcStart_;     ///< per body; `kNone` for a fixed root
-  std::vector<size_t> parent_;                 ///< per body; `kNone` for the root
-  std::vector<std::vector<size_t>> children_;  ///< per body, ascending
-  std::vector<size_t> leaves_;                 ///< ascending
-  std::vector<size_t> depth_;                  ///< per body, 1 at the root
-  std::vector<size_t> pathDof_, pathGc_;       ///< per body, this joint included
-  std::vector<size_t> dofParent_;       ///< per velocity: the next towards the root, or `kNone`
-  TreePattern pattern_;                 ///< of the mass matrix, from `dofParent_`
-  std::unique_ptr<TreePasses> passes_;  ///< the recursions over bodies, with arrays of their own
+  // ---- kept up to date, read by nothing -------------------------------------------------------
+  bool hasSphericalJoint_ = false;                                    ///< below the root
+  size_t lastBaseDof_ = kNone;                                        ///< 5 for a floating base
+  std::vector<contact::Single3DContactProblem*> jointLimitProblems_;  ///< of this step
 
   // ---- names and model ------------------------------------------------------------------------
   std::vector<Child> rootChild_;  ///< the root, between construction and the end of `init`
@@ -848,14 +808,11 @@ class ZELVIK_API ArticulatedSystem : public Object {
   VecDyn gc_;  ///< coordinates; setters and `integrate`
   VecDyn gv_;  ///< velocities; setters and `integrate`
 
-  // ---- kinematics, per body: rewritten by `updateKinematics` -----------------------------------
-  std::vector<Mat<3, 3>> rotationW_;   ///< body to world
-  std::vector<Mat<3, 1>> jointAxisW_;  ///< (unit)
-  std::vector<Mat<3, 1>> positionW_;   ///< origin of the body frame, which is the joint (m)
-  std::vector<Mat<3, 1>> comW_;        ///< centre of mass (m)
+  /// Poses by `updateKinematics`, velocities by `computeNonlinearities`.
+  BodyKinematics kinematics_;
 
   // ---- mass matrix: rewritten by `computeMassMatrix` -------------------------------------------
-  VecDyn massRows_;  ///< M in packed rows of `pattern_`, without damping, and spare values
+  VecDyn massRows_;  ///< M in packed rows of the tree's pattern, without damping, and spare values
   mutable MatDyn massMatrix_;                ///< dof x dof; `formMassMatrix`
   mutable bool massMatrixFormed_ = true;     ///< whether `massMatrix_` shows `massRows_`
   mutable std::vector<Mat<3, 3>> inertiaW_;  ///< about the centre of mass (kg m^2)
@@ -868,10 +825,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   // Whether the getters of a quantity were used, so that every step brings it up to date.
   mutable bool keepMassMatrix_ = false, keepMassInverse_ = false, keepCompositeBodies_ = false;
 
-  // ---- nonlinear terms, per body: rewritten by `computeNonlinearities` --------------------------
-  std::vector<Mat<3, 1>> linearVelocityW_;   ///< of the frame origin (m/s)
-  std::vector<Mat<3, 1>> angularVelocityW_;  ///< (rad/s)
-  VecDyn nonlinearities_;                    ///< h (N or N m)
+  VecDyn nonlinearities_;  ///< h (N or N m); `computeNonlinearities`
 
   // ---- factorisation: rewritten by `factoriseMassMatrix` and `computeDampedMass` ----------------
   TreeFactor factor_;           ///< of M + D
@@ -884,12 +838,6 @@ class ZELVIK_API ArticulatedSystem : public Object {
   double dampedTimeStep_ = 0.0;            ///< step for which `dampedDiagonal_` was computed (s)
   bool timeStepUpToDate_ = false;  ///< cleared by the setters of what `computeDampedMass` reads
 
-  // ---- control: written by setters ------------------------------------------------------------
-  std::uint32_t controlMode_ = 0;
-  VecDyn pGain_, dGain_, dTarget_;      ///< per velocity
-  VecDyn pTarget_;                      ///< per coordinate
-  VecDyn generalizedForceFeedForward_;  ///< (N or N m); `setGeneralizedForce`
-
   // ---- contact: rewritten by `preContactSolverUpdate1` and `2`; lists only grow -----------------
   std::vector<SparseJacobian> contactJacobians_;       ///< world axes, base columns implicit
   std::vector<SparseJacobian> contactFrameJacobians_;  ///< contact frame
@@ -897,8 +845,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   VecDyn generalizedMomentum_;            ///< M u
   VecDyn gvTemp_;                         ///< velocity during the solve
   VecDyn gvFree_;                         ///< `gvTemp_` before the solve
-  std::vector<contact::Single3DContactProblem*> jointLimitProblems_;  ///< of this step
-  SparseJacobian jacobianScratch_;  ///< of the merge of self-collisions
+  SparseJacobian jacobianScratch_;        ///< of the merge of self-collisions
 
   // ---- integration: rewritten by `integrateWithoutContact` and `integrate` ----------------------
   std::int32_t defaultIntegrationScheme_ = 0;  ///< `setIntegrationScheme`
