@@ -4,6 +4,7 @@
 
 #include <span>
 #include <zelvik/contact/BisectionContactSolver.hpp>
+#include <zelvik/contact/Contact.hpp>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
 #include "core/ColumnLanes.hpp"
