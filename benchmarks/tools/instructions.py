@@ -11,14 +11,14 @@ SHOWN = 25  # functions
 
 # Functions that a step calls, by the stage that they belong to.
 STAGES = [
-    ("clear, poses of geoms", r"::(clearContactProblems|clearPerObjectContact|updateCollision|"
-                              r"updateTimeStepIfNecessary)\("),
-    ("collision detection", r"World::detectCollisions\("),
-    ("contact records, wires", r"World::(buildContacts|updateWires|appendWireProblems)\("),
+    ("clear, poses of geoms", r"StepContacts::clear\(|::(clearPerObjectContact|"
+                              r"updateCollision|updateTimeStepIfNecessary)\("),
+    ("collision detection", r"CollisionSpace::detect\("),
+    ("contact records, wires", r"StepContacts::(build|appendWires)\(|World::updateWires\("),
     ("first update", r"::preContactSolverUpdate1\("),
     ("joint limits", r"::appendJointLimits\("),
     ("second update", r"::preContactSolverUpdate2\("),
-    ("assembly of problems", r"World::contactProblemUpdate\("),
+    ("assembly of problems", r"StepContacts::assemble\("),
     ("solve", r"ContactSolver::solve\("),
     ("integration, kinematics", r"(ArticulatedSystem|SingleBodyObject)::integrate\("),
 ]

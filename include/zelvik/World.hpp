@@ -4,7 +4,6 @@
 
 #include <ode/ode.h>
 
-#include <exception>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -30,10 +29,9 @@
 
 namespace zelvik {
 
+class CollisionSpace;
 class ImpulseMemory;
-struct ContactGroup;
-class PairOrder;
-class PairSearch;
+class StepContacts;
 
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
 /// material table.
@@ -143,7 +141,7 @@ class ZELVIK_API World {
   /// value outside of the enumeration means `HASH`.
   void setBroadPhase(BroadPhase kind);
   /// See `setBroadPhase`.
-  BroadPhase getBroadPhase() const { return broadPhase_; }
+  BroadPhase getBroadPhase() const;
 
   // ---- objects ----
   // `material` is the name that the material table knows. Two geoms collide if the group of one
@@ -339,8 +337,10 @@ class ZELVIK_API World {
   size_t getStepCount() const { return stepCount_; }
   /// Grows with every add and remove, so that an observer sees that the content changed.
   size_t getObjectChangeCount() const { return objectChangeCount_; }
-  /// Problems of the last step, with impulses, until the next `integrate1`.
-  const contact::ContactProblemList& getContactProblems() const { return contactProblems_; }
+  /// Problems of the last step, with impulses, until the next `integrate1`. Their coupling
+  /// (`otherBlocks_`, `otherProblems_`, `appliedDelassus_`) is formed here, by the first call after
+  /// a step: who comes to a problem by `Contact::contactProblem_` calls this before it reads them.
+  const contact::ContactProblemList& getContactProblems() const;
   /// The material table in force.
   MaterialManager& getMaterialManager() { return materialManager_; }
   /// The solver, with the sweeps and residuals of the last step.
@@ -362,20 +362,6 @@ class ZELVIK_API World {
   void contactProblemUpdate(Object* object);
 
  private:
-  friend void nearCallback(void* data, dGeomID o1, dGeomID o2);
-  friend void rayCallback(void* data, dGeomID o1, dGeomID o2);
-
-  /// One object class of a world file. Reserved: the first class of a file ends its loading.
-  struct XmlObjectClass {
-    ObjectType objectType = UNRECOGNIZED;
-    std::string name, material, fileName, resDir;
-    double mass = 0.0;               ///< (kg)
-    Mat<3, 3> inertia{};             ///< (kg m^2, body axes)
-    std::vector<double> dimensions;  ///< (m)
-    Mat<3, 1> com{};                 ///< (m, body frame)
-    std::vector<Compound::CompoundObjectChild> children;
-  };
-
   void init();
   template <typename T, typename... Args>
   T* add(Args&&... args);
@@ -387,80 +373,46 @@ class ZELVIK_API World {
                           unsigned long group, unsigned long mask);
   void describeGeom(dGeomID geom, unsigned long localIdx, const std::string& material,
                     unsigned long group, unsigned long mask);
-  void releaseContactsOf(Object* object);
   void moveLastObjectTo(size_t index);
 
-  void renewSpace();
-  void settleGeoms();
-  bool searchesPairs() const;
-  void detectCollisions();
-  void collideSpace();
-  void collideFoundPairs();
-  void listGeoms();
-  void testPair(dGeomID o1, dGeomID o2);
-  void buildContacts();
-  void listTouchingPairs();
-  void buildContactsOfPair(size_t first, size_t end);
+  ImpulseMemory* activeMemory() const;
   void updateWires();
   void warnOfImmovable();
   void storeImpulses();
-  void appendWireProblems();
-  /// The two sides of a contact before it has records.
-  struct ContactSides;
-  ContactGroup startGroup(const ContactSides& sides, bool isWire) const;
-  void appendContact(const ContactSides& sides, const Mat<3, 3>& frame, const Mat<3, 1>& position,
-                     const Mat<3, 1>& normal, double depth, const MaterialPairProperties& material);
-  void testRay(dGeomID geom);
-  int collideRayWithMesh(dGeomID mesh, int capacity, dContactGeom* points);
 
-  void clearContactProblems();
-  void reserveCoupling(contact::Single3DContactProblem& p, size_t count);
-  void assembleSingleSided(Object& object, size_t i, contact::Single3DContactProblem& p);
-  void assembleTwoSided(Object& object, size_t i, contact::Single3DContactProblem& p);
-  void assembleQueried(Object& object, size_t i, Object& q, contact::Single3DContactProblem& p);
-  void assembleSideA(Object& object, size_t i, Object& q, contact::Single3DContactProblem& p);
-  void assembleSideB(Object& q, size_t k, Object& object, contact::Single3DContactProblem& p);
-
-  BroadPhase broadPhase_ = BroadPhase::AUTO;
-  dSpaceID worldSpace_ = nullptr;
-  bool spaceHasMoved_ = false;  ///< whether geoms may have moved in it before its first step
-  std::vector<dContactGeom> contactGeoms_;  ///< buffer of raw points: its size is a capacity
-  int numContactGeoms_ = 0;                 ///< used entries of it
-  std::unique_ptr<PairSearch> pairSearch_;  ///< see `searchesPairs`
-  std::unique_ptr<PairOrder> pairOrder_;    ///< of what touches
-  Mat<3, 1> gravity_{};
-  contact::BisectionContactSolver solver_;
-  bool warmStart_ = false;
-  bool hasWarnedOfImmovable_ = false;
-  bool toldOfTimeStep_ = false, toldOfForce_ = false;  ///< whether bad values were warned of
-  size_t wireProblems_[2]{};  ///< first and end of those of wires, in `contactProblems_`
-  std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
-  double solvedTimeStep_ = 0.0;      ///< of the last solve, 0 once its impulses are stored (s)
   std::vector<Object*> objectList_;  ///< owned; `Object::getIndexInWorld` is the place here
-  contact::ContactProblemList contactProblems_;
-  /// The memory of the coupling lists of past problems, which new ones take over.
-  struct CouplingLists {
-    std::vector<Mat<3, 3>> blocks;
-    std::vector<contact::Single3DContactProblem*> problems;
-  };
-  std::vector<CouplingLists> spareCouplingLists_;
-  std::vector<size_t> objectPairFirst_;
-  std::vector<size_t> objectPairSecond_;
   std::vector<std::unique_ptr<StiffLengthConstraint>> stiffWire_;
   std::vector<std::unique_ptr<CompliantLengthConstraint>> compliantWire_;
   MaterialManager materialManager_;
-  MaterialPairProperties wireMaterial_;
+  std::unique_ptr<CollisionSpace> collision_;  ///< geoms, raw points, rays
+  std::unique_ptr<StepContacts> contacts_;     ///< records and problems of the step
+  contact::BisectionContactSolver solver_;
+  std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
+  bool warmStart_ = false;
+  double solvedTimeStep_ = 0.0;  ///< of the last solve, 0 once its impulses are stored (s)
+
+  Mat<3, 1> gravity_{};
   double timeStep_ = 0.005;
   double worldTime_ = 0.0;
-  std::string configFile_;
   size_t stepCount_ = 0;
   size_t objectChangeCount_ = 0;
+  std::string configFile_;
+  bool hasWarnedOfImmovable_ = false;
+  bool toldOfTimeStep_ = false, toldOfForce_ = false;  ///< whether bad values were warned of
+
+  // ---- kept up to date, read by nothing ----
+  /// One object class of a world file. Reserved: the first class of a file ends its loading.
+  struct XmlObjectClass {
+    ObjectType objectType = UNRECOGNIZED;
+    std::string name, material, fileName, resDir;
+    double mass = 0.0;               ///< (kg)
+    Mat<3, 3> inertia{};             ///< (kg m^2, body axes)
+    std::vector<double> dimensions;  ///< (m)
+    Mat<3, 1> com{};                 ///< (m, body frame)
+    std::vector<Compound::CompoundObjectChild> children;
+  };
   std::unordered_map<std::string, XmlObjectClass> xmlObjectClassMap_;  ///< by element name; empty
-  dGeomID rayGeom_ = nullptr;
-  RayHitList rayHits_;
-  Mat<3, 1> rayStart_{}, rayDirection_{};  ///< of the running query; unit direction
-  double rayLength_ = 0.0;
-  std::exception_ptr collisionError_;  ///< raised inside ODE's callback, rethrown behind it
+  std::vector<size_t> objectPairFirst_, objectPairSecond_;
 };
 
 }  // namespace zelvik

@@ -2,41 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <cmath>
 #include <zelvik/World.hpp>
-#include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "collision/OdeGuard.hpp"
-#include "collision/PairOrder.hpp"
-#include "collision/PairSearch.hpp"
 #include "solver/ImpulseMemory.hpp"
-#include "world/ObjectGeoms.hpp"
+#include "world/CollisionSpace.hpp"
+#include "world/StepContacts.hpp"
 
 namespace zelvik {
-
-namespace {
-
-constexpr size_t kInitialContactGeoms = 1000;
-constexpr size_t kMaxRayHits = 200;
-
-dSpaceID createSpace(World::BroadPhase kind) {
-  switch (kind) {
-    case World::BroadPhase::AUTO:  // keeps the geoms for rays only
-    case World::BroadPhase::SIMPLE:
-      return dSimpleSpaceCreate(nullptr);
-    case World::BroadPhase::SWEEP_AND_PRUNE:
-      return dSweepAndPruneSpaceCreate(nullptr, dSAP_AXES_XYZ);
-    case World::BroadPhase::QUADTREE: {
-      // Cells of 4 m over 128 m x 128 m about the origin; what is larger or further away stands at
-      // the root, where all meet all.
-      const dVector3 center = {0.0, 0.0, 0.0}, halfExtents = {64.0, 64.0, 64.0};
-      return dQuadTreeSpaceCreate(nullptr, center, halfExtents, 5);
-    }
-    default:
-      return dHashSpaceCreate(nullptr);
-  }
-}
-
-}  // namespace
 
 World::World() {
   init();
@@ -45,27 +17,15 @@ World::World() {
 void World::init() {
   gravity_ = {{0.0, 0.0, -9.81}};
   solver_.setTimeStep(timeStep_);
-  acquireOde();
-  worldSpace_ = createSpace(broadPhase_);
-  rayGeom_ = dCreateRay(nullptr, 1.0);  // in no space: it never takes part in `dSpaceCollide`
-  attachGeomRecord(rayGeom_);
-  contactGeoms_.resize(kInitialContactGeoms);
-  pairSearch_ = std::make_unique<PairSearch>();
-  pairOrder_ = std::make_unique<PairOrder>();
-  rayHits_.hits.resize(kMaxRayHits);
-  wireMaterial_.friction = 0.8;
-  wireMaterial_.restitution = 0.0;
-  wireMaterial_.restitutionThreshold = 0.0;
+  collision_ = std::make_unique<CollisionSpace>(objectList_);
+  contacts_ = std::make_unique<StepContacts>(objectList_);
 }
 
 World::~World() {
   for (Object* object : objectList_) {
-    object->destroyCollisionBodies(worldSpace_);
+    object->destroyCollisionBodies(collision_->space());
     delete object;
   }
-  destroyGeom(rayGeom_);
-  dSpaceDestroy(worldSpace_);
-  releaseOde();
 }
 
 void World::setTimeStep(double dt) {
@@ -110,28 +70,34 @@ void World::setContactSurfaceLayer(double depth) {
 }
 
 void World::setBroadPhase(BroadPhase kind) {
-  broadPhase_ = kind;
-  renewSpace();
-  spaceHasMoved_ = true;
+  collision_->setBroadPhase(kind);
 }
 
-/// Puts all geoms, in object order, into a new space, which has no past.
-void World::renewSpace() {
-  const dSpaceID old = worldSpace_;
-  // A space looks for geoms that have moved at its front only, but takes them in as they come.
-  dSpaceClean(old);
-  worldSpace_ = createSpace(broadPhase_);
-  for (const Object* object : objectList_)
-    forEachGeom(*object, [&](dGeomID geom) {
-      dSpaceRemove(old, geom);
-      dSpaceAdd(worldSpace_, geom);
-    });
-  dSpaceDestroy(old);
+World::BroadPhase World::getBroadPhase() const {
+  return collision_->broadPhase();
+}
+
+const RayHitList& World::rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direction, double length,
+                                 bool, unsigned long mask) {
+  return collision_->castRay(start, direction, length, mask);
+}
+
+const contact::ContactProblemList& World::getContactProblems() const {
+  return contacts_->problems();
+}
+
+void World::contactProblemUpdate(Object* object) {
+  if (object == nullptr) {
+    MSG_FATAL("World::contactProblemUpdate: Got a nullptr for the object");
+    return;
+  }
+  contacts_->assemble(*object);
+  contacts_->couple(*object);
 }
 
 void World::resetHistory() {
-  setBroadPhase(broadPhase_);
-  clearContactProblems();
+  setBroadPhase(getBroadPhase());
+  contacts_->clear();
   for (Object* object : objectList_) object->forgetContacts();
   solver_.resetHistory();
   if (impulseMemory_ != nullptr) impulseMemory_->clear();

@@ -5,7 +5,9 @@
 #include <zelvik/zlv_message_logger.hpp>
 
 #include "solver/ImpulseMemory.hpp"
+#include "world/CollisionSpace.hpp"
 #include "world/ObjectGeoms.hpp"
+#include "world/StepContacts.hpp"
 
 // Adding and removing objects: the list stays dense, and every geom knows its owner's place in it.
 
@@ -48,7 +50,7 @@ void World::addCollisionObject(dGeomID geom, unsigned long localIdx, const std::
                                unsigned long group, unsigned long mask) {
   if (geom == nullptr) return;
   describeGeom(geom, localIdx, material, group, mask);
-  dSpaceAdd(worldSpace_, geom);
+  dSpaceAdd(collision_->space(), geom);
 }
 
 Sphere* World::addSphere(double radius, double mass, const std::string& material,
@@ -89,7 +91,7 @@ Mesh* World::addMesh(const std::string& fileName, double mass, const Mat<3, 3>& 
                      const Mat<3, 1>& com, double scale, const std::string& material,
                      unsigned long group, unsigned long mask) {
   // The mesh has put its geom into the space by itself.
-  Mesh* mesh = add<Mesh>(fileName, worldSpace_, mass, inertia, com, scale);
+  Mesh* mesh = add<Mesh>(fileName, collision_->space(), mass, inertia, com, scale);
   mesh->setMaterial(material);
   describeGeom(mesh->getCollisionObject(), 0, material, group, mask);
   return mesh;
@@ -200,31 +202,6 @@ void setOwnerOfGeoms(const Object& object, size_t index) {
 
 }  // namespace
 
-/// The lists of the last `integrate1` stay readable, and a second half may still run on them:
-/// nothing in them may lead to the object, nor to the place that the last object leaves.
-void World::releaseContactsOf(Object* object) {
-  constexpr unsigned int dead = contact::Single3DContactProblem::NOTHING_MOVES;
-  const size_t index = object->getIndexInWorld(), last = objectList_.size() - 1;
-  if (impulseMemory_ != nullptr) impulseMemory_->removeObject(index, last);
-  for (const contact::Contact& c : object->getContacts())
-    contactProblems_[c.contactProblemIndex_].rank_ = dead;
-  for (Object* other : objectList_)
-    for (contact::Contact& c : other->getContacts()) {
-      if (c.pairObjectIndex_ == index) {
-        c.pairObjectIndex_ = kNone;
-        c.skip_ = true;
-        contactProblems_[c.contactProblemIndex_].rank_ = dead;
-      } else if (c.pairObjectIndex_ == last) {
-        c.pairObjectIndex_ = index;
-      }
-    }
-  for (contact::Single3DContactProblem& p : contactProblems_)
-    if (p.rank_ == dead || p.objA_ == object) {
-      p.rank_ = dead;  // a joint limit of the object belongs to no contact
-      p.objA_ = p.objB_ = nullptr;
-    }
-}
-
 void World::moveLastObjectTo(size_t index) {
   Object* last = objectList_.back();
   for (size_t& first : objectPairFirst_)
@@ -254,8 +231,10 @@ void World::removeObject(Object* object) {
     objectPairFirst_.pop_back();
     objectPairSecond_.pop_back();
   }
-  releaseContactsOf(object);
-  object->destroyCollisionBodies(worldSpace_);
+  // The lists of the last `integrate1` stay readable, and a second half may still run on them.
+  if (impulseMemory_ != nullptr) impulseMemory_->removeObject(index, objectList_.size() - 1);
+  contacts_->release(*object);
+  object->destroyCollisionBodies(collision_->space());
   delete object;
   if (index + 1 != objectList_.size()) moveLastObjectTo(index);
   objectList_.pop_back();

@@ -5,22 +5,12 @@
 
 #include "core/StageTimer.hpp"
 #include "solver/ImpulseMemory.hpp"
+#include "world/CollisionSpace.hpp"
+#include "world/StepContacts.hpp"
 
-// One step, as a sequence of sweeps over the objects in list order.
+// One step, as a sequence of loops over the objects in list order.
 
 namespace zelvik {
-
-namespace {
-
-/// A wire that can move nothing, since both ends are on one body or an end has lost its contacts
-/// between the halves, would take an infinite impulse.
-void takeOutIfNothingMoves(contact::Single3DContactProblem& p) {
-  using contact::Single3DContactProblem;
-  if (p.rank_ == Single3DContactProblem::NORMAL_ONLY && p.delassus_(2, 2) == 0.0)
-    p.rank_ = Single3DContactProblem::NOTHING_MOVES;
-}
-
-}  // namespace
 
 void World::integrate() {
   integrate1();
@@ -30,8 +20,8 @@ void World::integrate() {
 void World::integrate1() {
   ZELVIK_STAGES_BEGIN();
   if (warmStart_) storeImpulses();
-  clearContactProblems();
-  settleGeoms();
+  contacts_->clear();
+  collision_->settleGeoms();
   for (Object* object : objectList_) object->clearPerObjectContact();
   for (Object* object : objectList_)
     if (object->getBodyType() == BodyType::DYNAMIC) object->updateTimeStepIfNecessary(timeStep_);
@@ -39,25 +29,28 @@ void World::integrate1() {
     if (object->getBodyType() != BodyType::STATIC) object->updateCollision();
   ZELVIK_STAGE_DONE("clear, poses of geoms");
 
-  detectCollisions();
+  collision_->detect();
   ZELVIK_STAGE_DONE("collision detection");
-  contactProblems_.reserve(static_cast<size_t>(numContactGeoms_) + stiffWire_.size());
-  buildContacts();
+  contacts_->reserve(collision_->points().size() + stiffWire_.size());
+  contacts_->build(collision_->points(), collision_->isSorted(), materialManager_, activeMemory());
   updateWires();
-  wireProblems_[0] = contactProblems_.size();
-  appendWireProblems();
-  wireProblems_[1] = contactProblems_.size();
+  contacts_->appendWires(stiffWire_, activeMemory());
   ZELVIK_STAGE_DONE("contact records, wires");
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC)
       object->preContactSolverUpdate1(gravity_, timeStep_);
   ZELVIK_STAGE_DONE("first update: mass matrix, nonlinear terms, factorisation, Jacobians");
-  for (Object* object : objectList_) object->appendJointLimits(contactProblems_);
+  for (Object* object : objectList_) object->appendJointLimits(contacts_->list());
   ZELVIK_STAGE_DONE("joint limits");
 }
 
-/// Of the last solve, once.
+/// Null without a warm start.
+ImpulseMemory* World::activeMemory() const {
+  return warmStart_ ? impulseMemory_.get() : nullptr;
+}
+
+/// Stores the impulses of the last solve; a second call does nothing.
 void World::storeImpulses() {
   if (solvedTimeStep_ > 0.0)
     impulseMemory_->store(objectList_, solvedTimeStep_, objectChangeCount_);
@@ -76,15 +69,15 @@ void World::integrate2() {
       object->preContactSolverUpdate2(gravity_, timeStep_);
   ZELVIK_STAGE_DONE("second update: free velocity, responses, own blocks");
   for (Object* object : objectList_)
-    if (object->getBodyType() == BodyType::DYNAMIC) contactProblemUpdate(object);
+    if (object->getBodyType() == BodyType::DYNAMIC) contacts_->assemble(*object);
   ZELVIK_STAGE_DONE("assembly of problems");
 
-  if (!contactProblems_.empty()) {
-    for (contact::Single3DContactProblem& problem : contactProblems_) problem.imp_.setZero();
-    for (size_t i = wireProblems_[0]; i < wireProblems_[1]; ++i)
-      takeOutIfNothingMoves(contactProblems_[i]);
+  contacts_->finishAssembly();
+  contact::ContactProblemList& problems = contacts_->list();
+  if (!problems.empty()) {
+    for (contact::Single3DContactProblem& problem : problems) problem.imp_.setZero();
     if (warmStart_) impulseMemory_->recall(objectList_, timeStep_, objectChangeCount_);
-    solver_.solve(contactProblems_, objectList_);
+    solver_.solve(problems, objectList_);
     if (solver_.getImmovable().body != nullptr) warnOfImmovable();
   }
   ZELVIK_STAGE_DONE("solve");
@@ -94,7 +87,7 @@ void World::integrate2() {
   ZELVIK_STAGE_DONE("integration, kinematics");
 }
 
-/// Once.
+/// A second call does nothing.
 void World::warnOfImmovable() {
   if (hasWarnedOfImmovable_) return;
   hasWarnedOfImmovable_ = true;

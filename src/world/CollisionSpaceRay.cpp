@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
 #include <cmath>
-#include <utility>
-#include <zelvik/World.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 
 #include "collision/OdeGuard.hpp"
+#include "world/CollisionSpace.hpp"
+
+// Rays: by ODE, and by our own walk over the grid of a height field.
 
 namespace zelvik {
 
@@ -50,7 +51,8 @@ class ShorterRay {
   ~ShorterRay() {
     dGeomRaySetLength(ray_, usual_);
     dReal box[6];
-    dGeomGetAABB(ray_, box);  // computes it anew: the pass under way goes on with it
+    dGeomGetAABB(ray_,
+                 box);  // computes it anew: the pass under way goes on with it
   }
   ShorterRay(const ShorterRay&) = delete;
   ShorterRay& operator=(const ShorterRay&) = delete;
@@ -62,28 +64,27 @@ class ShorterRay {
 
 }  // namespace
 
-/// ODE's callback for a geom whose box meets the ray's. As in `nearCallback` nothing may fly
-/// through ODE.
-void rayCallback(void* data, dGeomID o1, dGeomID o2) {
-  World& world = *static_cast<World*>(data);
-  const dGeomID geom = o1 == world.rayGeom_ ? o2 : o1;
-  if (geom == world.rayGeom_ || world.collisionError_) return;
+/// ODE's callback for a geom whose box meets the ray's, see `nearCallback`.
+void CollisionSpace::rayCallback(void* space, dGeomID o1, dGeomID o2) {
+  CollisionSpace& self = *static_cast<CollisionSpace*>(space);
+  const dGeomID geom = o1 == self.rayGeom_ ? o2 : o1;
+  if (geom == self.rayGeom_ || self.error_) return;
   try {
-    world.testRay(geom);
+    self.testRay(geom);
   } catch (...) {
-    world.collisionError_ = std::current_exception();
+    self.error_ = std::current_exception();
   }
 }
 
-void World::testRay(dGeomID geom) {
+void CollisionSpace::testRay(dGeomID geom) {
   const size_t room = rayHits_.hits.size() - rayHits_.count;
   if (room == 0) return;
-  Object* object = objectList_[geomRecord(geom).objectIdx];
+  Object* object = objects_[geomRecord(geom).objectIdx];
   if (dGeomGetClass(geom) == dHeightfieldClass) {
     // ODE's own rays cost the square of the cells that they cross.
     HeightMapRayHit hits[kMaxHitsPerField];
     const size_t found = static_cast<HeightMap*>(object)->rayHits(
-        rayStart_, rayDirection_, rayLength_, hits, std::min(room, kMaxHitsPerField));
+        ray_.start, ray_.direction, ray_.length, hits, std::min(room, kMaxHitsPerField));
     for (size_t i = 0; i < found; ++i)
       rayHits_.hits[rayHits_.count++] = fieldHit(hits[i], rayGeom_, geom, object);
     return;
@@ -102,32 +103,32 @@ void World::testRay(dGeomID geom) {
 }
 
 /// ODE halves a ray in single precision before it meets a mesh: one of 1e7 m misses a mesh of 0.3 m
-/// in a quarter of the cases. So the ray ends behind the mesh for the time of the test.
-int World::collideRayWithMesh(dGeomID mesh, int capacity, dContactGeom* points) {
-  const double enough = 1.001 * farthestCornerFrom(rayStart_, mesh);
-  if (!(enough < rayLength_))
+/// in a quarter of the cases. So the ray ends beyond the mesh for the time of the test.
+int CollisionSpace::collideRayWithMesh(dGeomID mesh, int capacity, dContactGeom* points) {
+  const double enough = 1.001 * farthestCornerFrom(ray_.start, mesh);
+  if (!(enough < ray_.length))
     return collideGuarded(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
-  const ShorterRay shorter(rayGeom_, enough, rayLength_);
+  const ShorterRay shorter(rayGeom_, enough, ray_.length);
   return collideGuarded(rayGeom_, mesh, capacity, points, static_cast<int>(sizeof(RayHit)));
 }
 
-const RayHitList& World::rayTest(const Mat<3, 1>& start, const Mat<3, 1>& direction, double length,
-                                 bool, unsigned long mask) {
+const RayHitList& CollisionSpace::castRay(const Vec3& start, const Vec3& direction, double length,
+                                          unsigned long mask) {
   rayHits_.count = 0;
   const double speed = norm(direction);
   const bool usable = speed > 0.0 && std::isfinite(speed) && length >= 0.0 && norm(start) < 1e8;
   if (!usable) return rayHits_;
-  rayStart_ = start;
-  rayDirection_ = (1.0 / speed) * direction;
-  rayLength_ = std::min(length, kLongestRay);
-  dGeomSetCategoryBits(rayGeom_, kDefaultGroup);
+  ray_.start = start;
+  ray_.direction = (1.0 / speed) * direction;
+  ray_.length = std::min(length, kLongestRay);
+  dGeomSetCategoryBits(rayGeom_, World::kDefaultGroup);
   dGeomSetCollideBits(rayGeom_, mask);
-  dGeomRaySetLength(rayGeom_, rayLength_);
-  dGeomRaySet(rayGeom_, start[0], start[1], start[2], rayDirection_[0], rayDirection_[1],
-              rayDirection_[2]);
-  dSpaceCollide2(rayGeom_, reinterpret_cast<dGeomID>(worldSpace_), this, rayCallback);
-  if (collisionError_) std::rethrow_exception(std::exchange(collisionError_, nullptr));
-  for (const Object* object : objectList_) {
+  dGeomRaySetLength(rayGeom_, ray_.length);
+  dGeomRaySet(rayGeom_, start[0], start[1], start[2], ray_.direction[0], ray_.direction[1],
+              ray_.direction[2]);
+  dSpaceCollide2(rayGeom_, reinterpret_cast<dGeomID>(space_), this, rayCallback);
+  rethrow();
+  for (const Object* object : objects_) {
     if (object->getObjectType() != HEIGHTMAP) continue;
     const HeightMap& map = static_cast<const HeightMap&>(*object);
     if (map.isTurned() && map.isMissedByOde(rayGeom_)) testRay(map.getCollisionObject());

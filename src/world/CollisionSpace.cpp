@@ -1,0 +1,204 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include "world/CollisionSpace.hpp"
+
+#include <new>
+#include <utility>
+#include <zelvik/object/GeomRecord.hpp>
+
+#include "collision/OdeGuard.hpp"
+#include "object/NarrowPhase.hpp"
+#include "world/ObjectGeoms.hpp"
+
+// From geoms to raw points: pairs by our own search or by a space of ODE, points by the narrow
+// phase.
+
+namespace zelvik {
+
+namespace {
+
+constexpr size_t kInitialPoints = 1000;
+constexpr size_t kMaxRayHits = 200;
+/// Geoms from which on it pays to write their boxes out and sort them: for the automatic broad
+/// phase, and in place of the search of a space of ODE, see docs/performance.md.
+constexpr size_t kManyGeoms = 40;
+
+dSpaceID createSpace(World::BroadPhase kind) {
+  switch (kind) {
+    case World::BroadPhase::AUTO:  // keeps the geoms for rays only
+    case World::BroadPhase::SIMPLE:
+      return dSimpleSpaceCreate(nullptr);
+    case World::BroadPhase::SWEEP_AND_PRUNE:
+      return dSweepAndPruneSpaceCreate(nullptr, dSAP_AXES_XYZ);
+    case World::BroadPhase::QUADTREE: {
+      // Cells of 4 m over 128 m x 128 m about the origin; what is larger or further away stands at
+      // the root, where all meet all.
+      const dVector3 center = {0.0, 0.0, 0.0}, halfExtents = {64.0, 64.0, 64.0};
+      return dQuadTreeSpaceCreate(nullptr, center, halfExtents, 5);
+    }
+    default:
+      return dHashSpaceCreate(nullptr);
+  }
+}
+
+/// Whether the geoms of an object take part: not those of one that was put into the list by hand.
+bool isPartOf(dSpaceID space, const Object& object) {
+  if (object.getObjectType() == ARTICULATED_SYSTEM) {
+    const auto& shapes = static_cast<const ArticulatedSystem&>(object).getCollisionBodies();
+    return !shapes.empty() && shapes[0].colObj != nullptr &&
+           dGeomGetSpace(shapes[0].colObj) == space;
+  }
+  const auto& body = static_cast<const SingleBodyObject&>(object);
+  return body.getGeomCount() > 0 && dGeomGetSpace(body.getGeom(0)) == space;
+}
+
+}  // namespace
+
+CollisionSpace::CollisionSpace(const std::vector<Object*>& objects) : objects_(objects) {
+  acquireOde();
+  space_ = createSpace(broadPhase_);
+  rayGeom_ = dCreateRay(nullptr, 1.0);  // in no space: it never takes part in `dSpaceCollide`
+  attachGeomRecord(rayGeom_);
+  points_.resize(kInitialPoints);
+  rayHits_.hits.resize(kMaxRayHits);
+}
+
+CollisionSpace::~CollisionSpace() {
+  destroyGeom(rayGeom_);
+  dSpaceDestroy(space_);
+  releaseOde();
+}
+
+void CollisionSpace::setBroadPhase(World::BroadPhase kind) {
+  broadPhase_ = kind;
+  renewSpace();
+  hasMoved_ = true;
+}
+
+/// Puts all geoms, in object order, into a new space, which has no past.
+void CollisionSpace::renewSpace() {
+  const dSpaceID old = space_;
+  // A space looks for geoms that have moved at its front only, but takes them in as they come.
+  dSpaceClean(old);
+  space_ = createSpace(broadPhase_);
+  for (const Object* object : objects_)
+    forEachGeom(*object, [&](dGeomID geom) {
+      dSpaceRemove(old, geom);
+      dSpaceAdd(space_, geom);
+    });
+  dSpaceDestroy(old);
+}
+
+/// ODE's callback for a pair whose boxes meet. No exception may cross ODE: its space would stay
+/// locked. It is kept, and the rest of the pass is skipped.
+void CollisionSpace::nearCallback(void* space, dGeomID o1, dGeomID o2) {
+  CollisionSpace& self = *static_cast<CollisionSpace*>(space);
+  if (self.error_) return;
+  try {
+    self.testPair(o1, o2);
+  } catch (...) {
+    self.error_ = std::current_exception();
+  }
+}
+
+void CollisionSpace::rethrow() {
+  if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
+}
+
+/// A geom that moves comes to the front of its space, but not if it has moved before since the last
+/// look at the space. So all that setters moved since the last step is settled first, and the
+/// moving objects then stand in their own order. Before the first step in a space setters may have
+/// moved static ones, too: these stand as if they had been there before they were added.
+void CollisionSpace::settleGeoms() {
+  if (broadPhase_ == World::BroadPhase::AUTO) return;
+  if (hasMoved_) renewSpace();
+  hasMoved_ = false;
+  dSpaceClean(space_);
+}
+
+/// Whether pairs are found by `PairSearch`, not by the space.
+bool CollisionSpace::searchesPairs() const {
+  if (broadPhase_ == World::BroadPhase::AUTO) return true;
+  const bool canBe =
+      broadPhase_ == World::BroadPhase::SIMPLE || broadPhase_ == World::BroadPhase::SWEEP_AND_PRUNE;
+  return canBe && static_cast<size_t>(dSpaceGetNumGeoms(space_)) >= kManyGeoms;
+}
+
+/// A hash space allocates while it is locked, and an exception in there would leave it so. What it
+/// asks for is less than what is tried before, so that memory rather ends here.
+void CollisionSpace::collideSpace() {
+  if (broadPhase_ == World::BroadPhase::HASH) {
+    constexpr size_t bytesPerGeom = 2048;
+    const auto count = static_cast<size_t>(dSpaceGetNumGeoms(space_));
+    void* const volatile probe = ::operator new(count* bytesPerGeom);
+    ::operator delete(probe);
+  }
+  dSpaceCollide(space_, this, nearCallback);
+}
+
+/// Tests the pairs that our own search finds.
+void CollisionSpace::collideFoundPairs() {
+  const bool isOfSpace = broadPhase_ != World::BroadPhase::AUTO;
+  if (!isOfSpace) listGeoms();
+  const auto& pairs =
+      isOfSpace ? search_.findPairs(space_) : search_.findPairs(search_.geomCount() >= kManyGeoms);
+  for (const PairSearch::Pair& pair : pairs) testPair(pair.first, pair.second);
+}
+
+/// Geoms of all objects, from the last object and shape to the first, static objects after all
+/// others: an order that the objects alone decide, whatever has been moved when. It is the one of a
+/// simple space in which static objects stay where they were put.
+void CollisionSpace::listGeoms() {
+  search_.clear();
+  for (const bool isStatic : {false, true})
+    for (size_t i = objects_.size(); i-- > 0;) {
+      const Object& object = *objects_[i];
+      if ((object.getBodyType() == BodyType::STATIC) != isStatic || !isPartOf(space_, object))
+        continue;
+      // Of what is not static as a whole only the root may not be moved by forces.
+      const bool isRootDynamic = object.getBodyType(0) == BodyType::DYNAMIC;
+      forEachGeomFromLast(object, [&](dGeomID geom, size_t body) {
+        search_.append(geom, body > 0 || isRootDynamic);
+      });
+    }
+}
+
+void CollisionSpace::detect() {
+  pointCount_ = 0;
+  if (searchesPairs())
+    collideFoundPairs();
+  else
+    collideSpace();
+  testMissedPairs();
+  rethrow();
+}
+
+/// ODE takes the box of a turned height field too small.
+void CollisionSpace::testMissedPairs() {
+  for (const Object* object : objects_) {
+    if (object->getObjectType() != HEIGHTMAP) continue;
+    const HeightMap& map = static_cast<const HeightMap&>(*object);
+    if (!map.isTurned()) continue;
+    for (const Object* other : objects_)
+      forEachGeom(*other, [&](dGeomID geom) {
+        if (map.isMissedByOde(geom)) nearCallback(this, geom, map.getCollisionObject());
+      });
+  }
+}
+
+void CollisionSpace::testPair(dGeomID o1, dGeomID o2) {
+  const std::set<dGeomID>& ignored = geomRecord(o1).ignoredGeoms;
+  if (!ignored.empty() && ignored.count(o2) > 0) return;
+
+  const size_t used = pointCount_;
+  if (points_.size() < used + kMaxPointsPerPair) points_.resize(3 * points_.size());
+  const int found = collidePair(o1, o2, objects_, &points_[used]);
+  for (int i = 0; i < found; ++i) {
+    const size_t from = used + static_cast<size_t>(i), to = pointCount_;
+    if (!isUsablePoint(points_[from])) continue;
+    if (from != to) points_[to] = points_[from];
+    ++pointCount_;
+  }
+}
+
+}  // namespace zelvik
