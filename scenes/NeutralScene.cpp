@@ -5,6 +5,7 @@
 #include <cmath>
 #include <fstream>
 #include <functional>
+#include <numbers>
 #include <regex>
 #include <sstream>
 
@@ -15,7 +16,7 @@ namespace zelvik::scenes {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+using std::numbers::pi;
 const std::string kQuadruped = ZELVIK_MODEL_DIR "/quadruped.urdf";
 const std::string kHumanoid = ZELVIK_MODEL_DIR "/humanoid.urdf";
 
@@ -218,7 +219,7 @@ NeutralScene slidingBoxes() {
   scene.steps = 800;
   for (int i = 0; i < 5; ++i) {
     FreeBody box = flatBox(0.0, 20.0 * i);
-    const double angle = kPi / 12.0 * i;
+    const double angle = pi / 12.0 * i;
     box.velocity = {{3.0 * std::cos(angle), 3.0 * std::sin(angle), 0.0}};
     scene.bodies.push_back(box);
   }
@@ -232,7 +233,7 @@ NeutralScene pulledBoxes() {
   scene.steps = 800;
   for (int i = 0; i < 10; ++i) {
     FreeBody box = flatBox(0.0, 20.0 * i);
-    const double angle = kPi / 12.0 * (i % 5);
+    const double angle = pi / 12.0 * (i % 5);
     const double pull = (i < 5 ? 0.9 : 1.1) * scene.friction * box.mass * 9.81;
     box.force = {{pull * std::cos(angle), pull * std::sin(angle), 0.0}};
     scene.bodies.push_back(box);
@@ -368,7 +369,7 @@ std::vector<double> NeutralScene::targetsAt(double time) const {
   if (robots.empty()) return {};
   const RobotSetup& robot = robots[0];
   std::vector<double> targets = robot.coordinates;
-  const double angle = robot.targetAmplitude * std::sin(2.0 * kPi * robot.targetFrequency * time);
+  const double angle = robot.targetAmplitude * std::sin(2.0 * pi * robot.targetFrequency * time);
   for (const auto& [place, factor] : robot.movingTargets) targets[place] += factor * angle;
   return targets;
 }

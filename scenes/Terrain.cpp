@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <sstream>
 
 #include "StandingRobot.hpp"
@@ -12,14 +13,14 @@ namespace zelvik::scenes {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+using std::numbers::pi;
 
 /// Points on the surface of a body of revolution about z: rings of the given radii and heights.
 void addRings(const std::vector<std::pair<double, double>>& profile, std::vector<Vec3>& points) {
   constexpr int kSegments = 48;
   for (const auto& [radius, z] : profile)
     for (int k = 0; k < kSegments; ++k) {
-      const double angle = 2.0 * kPi * k / kSegments;
+      const double angle = 2.0 * pi * k / kSegments;
       points.push_back({{radius * std::cos(angle), radius * std::sin(angle), z}});
     }
 }
@@ -29,7 +30,7 @@ std::vector<std::pair<double, double>> profileOf(double radius, double length, b
   constexpr int kSteps = 16;
   std::vector<std::pair<double, double>> profile;
   for (int i = 0; i <= kSteps; ++i) {
-    const double s = static_cast<double>(i) / kSteps, angle = 0.5 * kPi * s;
+    const double s = static_cast<double>(i) / kSteps, angle = 0.5 * pi * s;
     profile.push_back({radius, (s - 0.5) * length});
     for (double end : {-1.0, 1.0})
       profile.push_back(roundEnds ? std::pair{radius * std::cos(angle),
@@ -116,8 +117,8 @@ std::string sphereObj(double radius, int rings, int segments) {
   };
   addVertex(0.0, 0.0);
   for (int i = 1; i < rings; ++i)
-    for (int k = 0; k < segments; ++k) addVertex(kPi * i / rings, 2.0 * kPi * k / segments);
-  addVertex(kPi, 0.0);
+    for (int k = 0; k < segments; ++k) addVertex(pi * i / rings, 2.0 * pi * k / segments);
+  addVertex(pi, 0.0);
   const auto index = [&](int ring, int k) {
     return static_cast<unsigned int>(1 + (ring - 1) * segments + k % segments);
   };

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <zelvik/object/GeomRecord.hpp>
 
 #include "scenes/SceneNames.hpp"
@@ -13,7 +14,7 @@ namespace zelvik::bench {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+using std::numbers::pi;
 
 double horizontal(const Vec3& d) {
   return std::hypot(d[0], d[1]);
@@ -27,7 +28,7 @@ Vec3 centreOf(dGeomID geom) {
 /// Angle between a horizontal displacement and the i-th direction of A1 and A2 (degrees).
 double directionError(const Vec3& d, size_t i) {
   const double intended = 15.0 * static_cast<double>(i % 5);
-  return std::fabs(std::atan2(d[1], d[0]) * 180.0 / kPi - intended);
+  return std::fabs(std::atan2(d[1], d[0]) * 180.0 / pi - intended);
 }
 
 void run(const NeutralScene& scene, Engine& engine, int begin, int end) {

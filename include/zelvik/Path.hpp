@@ -15,7 +15,7 @@ class Path {
   /// Normalises `path`: backslashes become slashes; unless `raw`, each ".." takes the component
   /// before it away and doubled slashes become one. The characters ".." count wherever they stand,
   /// also inside a name. A ".." with nothing to take away (at one of the first three positions, or
-  /// behind no slash) is fatal: "'<path>' is an invalid path".
+  /// without a slash before it) is fatal: "'<path>' is an invalid path".
   explicit Path(const std::string& path, bool raw = false) : path_(path) {
     for (char& c : path_)
       if (c == '\\') c = '/';

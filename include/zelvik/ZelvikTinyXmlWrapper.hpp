@@ -185,7 +185,7 @@ class ZelvikTinyXmlWrapper {
     return false;
   }
 
-  /// As the parser does with files: a carriage return, with a line feed behind it or not, ends a
+  /// As the parser does with files: a carriage return, followed by a line feed or not, ends a
   /// line.
   static void makeLineEndsPlain(std::string& text) {
     size_t to = 0;

@@ -16,7 +16,7 @@ namespace zelvik {
 
 /// One element of an XML document under construction, with its children.
 ///
-/// Lists of numbers are written here, with six digits behind the point. Single doubles go through
+/// Lists of numbers are written here, with six digits after the point. Single doubles go through
 /// `SetDoubleAttribute` of `element_`, which writes six significant digits; both are the format of
 /// our files.
 class ZelvikTinyXmlWriterElement {

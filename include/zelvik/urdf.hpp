@@ -136,7 +136,7 @@ class ZELVIK_API LoadFromURDF2 {
   LoadFromURDF2() = default;
 
   /// Leaves the root in the system. After a fatal message the system gets none.
-  /// @param fromFile has no effect; the text tells by itself what it is
+  /// @param fromFile has no effect; the text itself shows what it is
   LoadFromURDF2(ArticulatedSystem& system, std::string pathOrText,
                 std::vector<std::string> jointOrder, bool fromFile);
 

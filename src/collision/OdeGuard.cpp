@@ -37,7 +37,7 @@ class Colliding {
   Colliding& operator=(const Colliding&) = delete;
 
  private:
-  bool& flag_;  ///< of the thread: asked for once
+  bool& flag_;  ///< of this thread, looked up once
 };
 
 /// ODE ends the process if this returns.

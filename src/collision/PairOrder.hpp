@@ -41,7 +41,7 @@ class PairOrder {
   std::vector<TouchingPair> pairs_, arranged_;
   std::vector<std::uint32_t> next_;     ///< of the pairs that are left; 0 is the head of the list
   std::vector<std::uint64_t> groupOf_;  ///< by object: the last group with it
-  std::vector<std::uint32_t> waits_;    ///< by object: pairs one behind the other up to it
+  std::vector<std::uint32_t> waits_;    ///< by object: length of its chain of waiting pairs
   std::uint64_t group_ = 0;             ///< number of the present one, never used again
 };
 

@@ -21,7 +21,7 @@ inline Lanes spreadLane(const Lanes& a) {
   return __builtin_shufflevector(a, a, i, i, i, i);
 }
 
-/// Three values from p on. The value before them is read as well, and none behind.
+/// Three values from p on. The value before them is read as well, and none after them.
 inline Lanes loadLastColumn(const double* p) {
   const Lanes a = loadLanes(p - 1);
   return __builtin_shufflevector(a, a, 1, 2, 3, 0);

@@ -7,7 +7,7 @@ namespace zelvik {
 
 namespace {
 
-/// Position behind the next `token` from `begin` on, or the end of the text.
+/// Position after the next `token` from `begin` on, or the end of the text.
 size_t behind(const std::string& text, const char* token, size_t length, size_t begin) {
   const size_t found = text.find(token, begin);
   return found == std::string::npos ? text.size() : found + length;

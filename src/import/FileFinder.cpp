@@ -80,7 +80,7 @@ fs::path withoutSlash(const fs::path& folder) {
   return folder.has_filename() ? folder : folder.parent_path();
 }
 
-/// The folders of a list such as ROS_PACKAGE_PATH, each with `below` behind it.
+/// The folders of a list such as ROS_PACKAGE_PATH, each with `below` appended.
 void appendList(const char* variable, const char* below, std::vector<fs::path>& folders) {
   const char* value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): read only
   if (value == nullptr) return;
@@ -103,7 +103,7 @@ bool take(const fs::path& path, FoundFile& found) {
   return !found.path.empty();
 }
 
-/// The first of the places where it was looked for, with other capital letters.
+/// The first path looked for that is there when capital letters do not count.
 bool takeWithoutCase(FoundFile& found) {
   for (const std::string& path : found.tried) {
     found.path = findWithoutCase(path);

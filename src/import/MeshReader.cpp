@@ -75,7 +75,7 @@ void keepKnownLoaders(Assimp::Importer& importer) {
     const bool isKnown = std::any_of(
         std::begin(kFormats), std::end(kFormats),
         [&](const char* extension) { return importer.GetImporter(extension) == loader; });
-    // What the importer does not hold any more it does not delete either.
+    // The importer deletes only the loaders that it holds.
     if (!isKnown && importer.UnregisterLoader(loader) == AI_SUCCESS) delete loader;
   }
 }

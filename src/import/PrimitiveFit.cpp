@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "Findings.hpp"
 
@@ -13,7 +14,7 @@ namespace zelvik::model {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+using std::numbers::pi;
 
 /// Covariance of the surface of the hull, triangles weighted by their area.
 Eigen::Matrix3d surfaceCovariance(const ConvexHull& hull) {
@@ -122,7 +123,7 @@ Primitive sphereAround(const std::vector<Vec3>& points) {
   sphere.shape = Shape::SPHERE;
   sphere.pose.position = ballCentre(points, false, radius);
   sphere.size = {radius};
-  sphere.volume = 4.0 / 3.0 * kPi * radius * radius * radius;
+  sphere.volume = 4.0 / 3.0 * pi * radius * radius * radius;
   return sphere;
 }
 
@@ -136,7 +137,7 @@ Primitive cylinderAlong(const Mat33& axes, const std::vector<Vec3>& points) {
   cylinder.shape = Shape::CYLINDER;
   cylinder.size = {radius, length};
   cylinder.pose = {axes * centre, axes};
-  cylinder.volume = kPi * radius * radius * length;
+  cylinder.volume = pi * radius * radius * length;
   return cylinder;
 }
 
@@ -157,7 +158,7 @@ Primitive capsuleAlong(const Mat33& axes, const std::vector<Vec3>& points) {
   capsule.shape = Shape::CAPSULE;
   capsule.size = {radius, upper - lower};
   capsule.pose = {axes * centre, axes};
-  capsule.volume = kPi * radius * radius * (upper - lower + 4.0 / 3.0 * radius);
+  capsule.volume = pi * radius * radius * (upper - lower + 4.0 / 3.0 * radius);
   return capsule;
 }
 
@@ -187,7 +188,7 @@ double distanceBetween(const Primitive& primitive, const ConvexHull& hull) {
   constexpr int count = 500;
   double largest = 0.0;
   for (int i = 0; i < count; ++i) {  // a spiral of equal steps over the sphere
-    const double z = 1.0 - (2.0 * i + 1.0) / count, angle = i * kPi * (3.0 - std::sqrt(5.0));
+    const double z = 1.0 - (2.0 * i + 1.0) / count, angle = i * pi * (3.0 - std::sqrt(5.0));
     const double r = std::sqrt(1.0 - z * z);
     const Vec3 u{{r * std::cos(angle), r * std::sin(angle), z}};
     double reach = -std::numeric_limits<double>::infinity();

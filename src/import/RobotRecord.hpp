@@ -47,7 +47,7 @@ struct ShapeRecord {
   std::string name;                       ///< of the element, may be empty
   Pose pose;                              ///< in the link
   std::string kind;                       ///< name of the element below `geometry`
-  Shape::Type shape = Shape::BOX;         ///< the same
+  Shape::Type shape = Shape::BOX;         ///< `kind` as a type
   std::vector<double> size;               ///< see `Shape::Type`
   std::string file;                       ///< of a mesh, as written
   Place filePlace;                        ///< of the mesh element

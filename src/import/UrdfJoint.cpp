@@ -29,7 +29,7 @@ void readKind(const TiXmlElement& element, JointRecord& joint, Findings& finding
     }
     names.emplace_back(known.name);
   }
-  if (joint.type.empty()) return;  // said already
+  if (joint.type.empty()) return;  // reported already
   const std::string meant = nearestName(joint.type, names);
   findings.error("joint-type", joint.place, "\"" + joint.type + "\" is no type of a joint",
                  meant.empty() ? "" : "Did you mean \"" + meant + "\"?");

@@ -12,7 +12,7 @@ class Object;
 
 constexpr int kMaxPointsPerPair = 500;
 
-/// Whether a raw point tells anything: ODE gives NaN or zero normals and NaN depths at exact
+/// Whether a raw point is usable: ODE gives NaN or zero normals and NaN depths at exact
 /// coincidences.
 inline bool isUsablePoint(const dContactGeom& g) {
   const double length2 =

@@ -13,7 +13,7 @@
 namespace zelvik {
 namespace {
 
-/// From this number on blocks for every pair cost more than queries of the velocity.
+/// Above this number of contacts blocks for every pair cost more than queries of the velocity.
 constexpr size_t kMaxContactsWithBlocks = 4;
 
 constexpr Lanes kUnit[3] = {{1.0, 0.0, 0.0, 0.0}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}};

@@ -9,7 +9,7 @@
 
 namespace zelvik::view {
 
-/// The arrays behind the header of a replay (docs/replay-format.md). Each `add` returns the index
+/// The arrays after the header of a replay (docs/replay-format.md). Each `add` returns the index
 /// of the new block.
 class Blocks {
  public:

@@ -139,7 +139,7 @@ double cutToUnit(std::vector<double>& values) {
   return unit;
 }
 
-/// A table as columns, each a quantity of all rows: its channels one behind the other.
+/// A table as columns, each a quantity of all rows: its channels one after the other.
 template <typename Row>
 class Columns {
  public:

@@ -70,8 +70,8 @@ void capturePoses(Recording& recording) {
 
 // ---- what is in the world ----------------------------------------------------------------------
 
-/// Whether the object is the one that was taken down, with the same shapes. The pointer of the
-/// record is not followed.
+/// Whether the object is the recorded one, with the same shapes. The pointer of the record is not
+/// followed.
 bool isSame(const Object& object, const LiveObject& live) {
   return &object == live.object && object.getIdInWorld() == live.idInWorld &&
          object.getShapeChangeCount() == live.shapeChangeCount;

@@ -12,7 +12,9 @@
 #include <zelvik/object/Object.hpp>
 #include <zelvik/view/Recorder.hpp>
 
-// What a recorder holds. Everything here is a copy: nothing leads back into the world.
+// What a recorder holds: copies of what was in the world when a frame was captured. Only
+// `LiveObject` and `LiveWire` point into the world; they are compared with what is there now, and
+// followed only where they are known to be alive still.
 
 namespace zelvik::view {
 
@@ -79,7 +81,7 @@ struct ForceRow {
   std::int32_t body;
 };
 
-/// Rows of all frames one behind the other.
+/// Rows of all frames, consecutive.
 template <typename Row>
 struct Table {
   std::vector<std::uint32_t> counts;  ///< per frame

@@ -4,6 +4,7 @@
 
 #include <Eigen/Geometry>
 #include <cmath>
+#include <numbers>
 
 namespace zelvik::view {
 
@@ -13,7 +14,7 @@ using Eigen::Vector3f;
 
 constexpr int kSegments = 40;  // round the axis
 constexpr int kArcSteps = 10;  // of a quarter circle
-constexpr float kPi = 3.14159265f;
+constexpr float kPi = std::numbers::pi_v<float>;
 constexpr float kCreaseCosine = 0.77f;  // faces that meet at less than 40 degrees are smooth
 constexpr std::size_t kLargestCreased = 200000u;  // triangles; larger meshes are smooth throughout
 

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <zelvik/export.hpp>
 
-// Polynomials in place of the library's trigonometry, for the search loop of the contact solver,
-// into which they are expanded. There is no table, no call and no branch but the range tests. Sums
-// run from the small end in the form a * b + c, which the compiler fuses; a build without fused
-// multiply-add gives results that differ in the last bits.
+// Polynomials in place of the trigonometry of the C library, for callers; the search for a sliding
+// contact has series of its own, for four angles at a time. There is no table, no call and no
+// branch but the range tests. Sums run from the small end in the form a * b + c, which the compiler
+// fuses; a build without fused multiply-add gives results that differ in the last bits.
 
 namespace zelvik {
 namespace contact {

@@ -13,9 +13,9 @@
 
 namespace zelvik {
 
-/// What every geom of a world carries beside what ODE keeps of it. It lives behind ODE's user data
-/// pointer, from `attachGeomRecord` to `destroyGeom`. Group and mask are ODE's category and collide
-/// bits.
+/// What every geom of a world carries beside what ODE keeps of it. ODE's user data pointer
+/// leads to it, from `attachGeomRecord` to `destroyGeom`. Group and mask are ODE's category and
+/// collide bits.
 struct GeomRecord {
   size_t objectIdx = kNone;  ///< position of the owner in the world's object list; none on the ray
   size_t localBodyIdx = 0;   ///< body inside the owner; 0 for all but articulated systems
@@ -55,15 +55,19 @@ inline void destroyGeom(dGeomID geom) {
   delete record;
 }
 
+/// Bound of coordinates and lengths that ODE is shown (m): from 2.68e8 m on it ends the process, as
+/// it does where products inside of its colliders overflow.
+constexpr double kLargestForOde = 1e8;
+
 /// Whether a number may be shown to ODE as a length of a shape: neither negative nor NaN, and below
-/// 1e8 m, beyond which products inside of its colliders overflow and end the process. So do squares
-/// that underflow: what is not 0 has to be above 1e-100 m.
+/// `kLargestForOde`. Squares that underflow end the process, too: what is not 0 has to be above
+/// 1e-100 m.
 inline bool isUsableShapeSize(double size) {
-  return size == 0.0 || (size > 1e-100 && size < 1e8);
+  return size == 0.0 || (size > 1e-100 && size < kLargestForOde);
 }
 
-/// Whether a pose may be shown to ODE: every number finite and the position within 1e8 m. ODE ends
-/// the process for NaN and for coordinates beyond 2.68e8 m.
+/// Whether a pose may be shown to ODE: every number finite and within `kLargestForOde`. ODE ends
+/// the process for NaN, too.
 inline bool isUsablePose(const Mat<3, 1>& positionW, const Mat<3, 3>& rotationW) {
   // Where the sums are small all numbers are, and so it is nearly always.
   const Mat<3, 1>& p = positionW;
@@ -72,11 +76,11 @@ inline bool isUsablePose(const Mat<3, 1>& positionW, const Mat<3, 3>& rotationW)
   const double sum0 = std::fabs(R[0]) + std::fabs(R[1]) + std::fabs(R[2]);
   const double sum1 = std::fabs(R[3]) + std::fabs(R[4]) + std::fabs(R[5]);
   const double sum2 = std::fabs(R[6]) + std::fabs(R[7]) + std::fabs(R[8]);
-  if ((sumP + sum0) + (sum1 + sum2) < 1e8) return true;
+  if ((sumP + sum0) + (sum1 + sum2) < kLargestForOde) return true;
   for (int i = 0; i < 3; ++i)
-    if (!(std::fabs(p[i]) < 1e8)) return false;
+    if (!(std::fabs(p[i]) < kLargestForOde)) return false;
   for (int i = 0; i < 9; ++i)
-    if (!(std::fabs(R[i]) < 1e8)) return false;
+    if (!(std::fabs(R[i]) < kLargestForOde)) return false;
   return true;
 }
 

@@ -60,7 +60,7 @@ class DelassusRow {
   AlignedVector<Mat<3, 3>> many_;
 };
 
-/// What an object tells about one of its contacts, in that contact's frame.
+/// What an object gives the solver for one of its contacts, in that contact's frame.
 struct DelassusAndTauStar {
   /// While the object's `fullDelassus_` is true, entry j is the change of this contact's velocity
   /// per unit impulse at contact j of the object (1/kg); otherwise only the own block, at 0. A
@@ -191,7 +191,7 @@ class ZELVIK_API Object {
 
   /// Contacts with their blocks.
   PerObjectContact& getPerObjectContact() { return perObjectContact_; }
-  /// Per contact: what this object tells the solver.
+  /// Per contact: what this object gives the solver.
   AlignedVector<DelassusAndTauStar>& getDelassusAndTauStar() {
     return perObjectContact_.delassusAndTauStar_;
   }

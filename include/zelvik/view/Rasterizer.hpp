@@ -24,7 +24,7 @@ struct Surface {
   std::array<float, 3> color{{0.7f, 0.7f, 0.7f}};  ///< red, green, blue, 0 to 1 (sRGB)
   bool hasGrid = false;                            ///< lines over x and y, as on the ground
   bool isLit = true;                               ///< otherwise the colour as it is
-  bool castsShadow = true;                         ///< on what lies behind
+  bool castsShadow = true;                         ///< on what lies farther from the sun
 };
 
 /// A pinhole camera, upright (world axes, m).
@@ -84,7 +84,7 @@ class ZELVIK_API Rasterizer {
     float inverseDepth[3];
   };
 
-  /// What a sample shows: nothing, plane k as k + 1, screen triangle k behind the planes.
+  /// What a sample shows: nothing, plane k as k + 1, screen triangle k after the planes.
   using Id = std::uint32_t;
 
   void fillWithPlanes();

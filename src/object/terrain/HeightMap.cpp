@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <zelvik/object/HeightMap.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
@@ -15,10 +16,10 @@ namespace {
 
 /// How far ODE's box round the field reaches below its lowest sample (m).
 constexpr double kThickness = 100.0;
-constexpr double kQuarterTurn = 1.5707963267948966;
+/// Of pi/2 as a double: what a rotation by it leaves on its diagonal.
 constexpr double kQuarterTurnCosine = 6.123233995736766e-17;
-/// ODE ends the process for coordinates beyond 2.68e8 m; pose and heights may add up.
-constexpr double kLargestCoordinate = 1e8;
+/// Of the centre and of heights; pose and heights may add up (m).
+constexpr double kLargestCoordinate = kLargestForOde;
 
 /// ODE counts cells in an int: half of what it can count, since its box round a turned geom may be
 /// wider than ours.
@@ -140,7 +141,7 @@ void HeightMap::createGeom() {
 
   dMatrix3 rotation;
   dRSetIdentity(rotation);
-  dRFromAxisAndAngle(rotation, 1.0, 0.0, 0.0, kQuarterTurn);
+  dRFromAxisAndAngle(rotation, 1.0, 0.0, 0.0, 0.5 * std::numbers::pi);
   dGeomSetRotation(collisionObject_, rotation);
   dGeomSetPosition(collisionObject_, centerX_, centerY_, 0.0);
 }

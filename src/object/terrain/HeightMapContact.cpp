@@ -1,5 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <numbers>
+
 #include "object/terrain/HeightMapCollider.hpp"
 
 // Contacts of round shapes with the triangles of a height map. Closest points: C. Ericson,
@@ -50,9 +52,9 @@ double closestParameter(const Vec3& a, const Vec3& b, const Vec3& c, const Vec3&
   return std::clamp((uv * t - uw) / uu, 0.0, 1.0);
 }
 
-constexpr double kPi = 3.14159265358979323846;
 /// Fixed points on the rim of a cylinder's end, beside the lowest one: they carry it standing.
 constexpr int kRimPoints = 6;
+
 class RoundCollider : public HeightMapCollider {
  public:
   using HeightMapCollider::HeightMapCollider;
@@ -160,7 +162,7 @@ class RoundCollider : public HeightMapCollider {
     const Vec3 down = dot(up, axes_[2]) * axes_[2] - up;
     if (norm(down) > 1e-9) touchPoint(end + (radius_ / norm(down)) * down);
     for (int k = 0; k < kRimPoints; ++k) {
-      const double angle = 2.0 * kPi * k / kRimPoints;
+      const double angle = 2.0 * std::numbers::pi * k / kRimPoints;
       touchPoint(end + (radius_ * std::cos(angle)) * axes_[0] +
                  (radius_ * std::sin(angle)) * axes_[1]);
     }

@@ -113,7 +113,7 @@ class SolidCollider : public HeightMapCollider {
     if (goesOut && findBelow(out, below)) tryWedge(out, below);
   }
 
-  /// Finds the face behind the lower edge of a point's face.
+  /// Finds the face on the other side of the lower edge of a point's face.
   bool findBelow(const FacePoint& point, FacePoint& below) const {
     const Vec3 d = point.normal[2] * point.normal - Vec3{{0.0, 0.0, 1.0}};
     return findExit(point, d, below) && dot(below.normal, point.normal) < 0.999;

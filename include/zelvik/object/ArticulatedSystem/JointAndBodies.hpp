@@ -188,7 +188,7 @@ class ZELVIK_API Child : public JointAndBody {
   void initVisuals(std::vector<VisObject>& visObjects);
 
   /// Creates the geoms of the subtree, outside of any space, and a `VisObject` beside each. Mesh
-  /// data and the arrays behind it must outlive the geoms. Fatal for a mesh that is no obj file,
+  /// data and its arrays must outlive the geoms. Fatal for a mesh that is no obj file,
   /// has no whole number of vertices, or cannot be read, and for sizes that are missing, negative
   /// or not finite; such a shape gets no geom.
   void initCollisionBodies(std::vector<CollisionDefinition>& collisionBodies,

@@ -29,7 +29,7 @@ struct ZELVIK_API TreePattern {
     size_t count;     ///< of velocities
     size_t depth;     ///< packed position of the first
     size_t runBegin;  ///< in `runs`: the chain above the segment, from the root
-    size_t runEnd;    ///< behind the last of these runs
+    size_t runEnd;    ///< one past the last of these runs
   };
 
   size_t size = 0;                ///< velocities
