@@ -6,9 +6,22 @@
 #include <zelvik/rotation.hpp>
 
 #include "contact/SlidingSearch.hpp"
+#include "core/ColumnLanes.hpp"
+#include "core/LaneAlgebra.hpp"
 
-// The law of one contact with everything else frozen: what its impulse becomes, given the velocity
-// that it would have without it.
+// The law of a contact with everything else frozen. With the velocity u that the contact has
+// without its own impulse, its impulse p, D its own block and t the target of its normal velocity,
+//
+//   v = u + D p,   v_n - t = 0 and |p_t| <= mu p_n, or p = 0
+//
+// has one of three solutions:
+//
+//   opens    u_n above t (or above 0, whichever is higher):   p = 0
+//   sticks   p = -D^-1 (u - t n), if that lies in the cone
+//   slides   on the cone, where the velocity is at its target: `slide`
+//
+// The first two have a closed form for D of rank 3, `closedForm`. Sweeps over batches and rows call
+// it for four contacts and for one; the sweep over records takes `solveClosed`, for all ranks.
 
 namespace zelvik::contact {
 
@@ -59,6 +72,72 @@ inline bool solveClosed(Single3DContactProblem& p, const Vec3& v, double z) {
     default:
       return true;
   }
+}
+
+/// One contact, in the lanes of a register: x, y, z and a zero.
+struct OneContact {
+  using Vector = Lanes;
+  using Number = double;
+  using Flag = bool;
+
+  static double normalOf(const Lanes& a) { return a[2]; }
+  static double dot(const Lanes& a, const Lanes& b) {
+    const Lanes product = a * b;
+    return product[0] + (product[1] + product[2]);
+  }
+  static Lanes multiply(const Columns33& A, const Lanes& a) {
+    return A.c[0] * spreadLane<0>(a) + (A.c[1] * spreadLane<1>(a) + A.c[2] * spreadLane<2>(a));
+  }
+  static bool isInCone(const Lanes& p, double cone) {
+    const Lanes square = p * p;
+    return square[0] + square[1] <= cone * square[2] && p[2] >= 0.0;
+  }
+};
+
+/// Four contacts, a lane for each of them in the registers of x, y and z.
+struct FourContacts {
+  using Vector = Lanes3;
+  using Number = Lanes;
+  using Flag = LaneMask;
+
+  static Lanes normalOf(const Lanes3& a) { return a.z; }
+  static Lanes dot(const Lanes3& a, const Lanes3& b) { return a.x * b.x + (a.y * b.y + a.z * b.z); }
+  static Lanes3 multiply(const LanesSymmetric& A, const Lanes3& a) {
+    return {A.xx * a.x + (A.xy * a.y + A.xz * a.z), A.xy * a.x + (A.yy * a.y + A.yz * a.z),
+            A.xz * a.x + (A.yz * a.y + A.zz * a.z)};
+  }
+  static LaneMask isInCone(const Lanes3& p, const Lanes& cone) {
+    return (p.x * p.x + p.y * p.y <= cone * (p.z * p.z)) & (p.z >= 0.0);
+  }
+};
+
+/// What a visit finds.
+template <typename Form>
+struct ClosedForm {
+  typename Form::Number w;          ///< share of the own impulse in the normal velocity (m/s)
+  typename Form::Number z;          ///< normal residual without it (m/s)
+  typename Form::Flag opens;        ///< then the impulse becomes zero,
+  typename Form::Flag sticks;       ///< then `candidate`; else the contact slides
+  typename Form::Vector change;     ///< -D^-1 v, of the impulse
+  typename Form::Vector candidate;  ///< impulse after the change
+};
+
+/// @param c `normal`, the third column of D; `stick`, -D^-1; `target` and `opening` of the normal
+/// velocity; `cone`, see `kConeTolerance`
+/// @param p impulse so far
+/// @param v velocity with that impulse, minus the target: so -D^-1 v is the change of impulse, and
+/// what the contact has need not be taken out first
+template <typename Form, typename Contact>
+inline ClosedForm<Form> closedForm(const Contact& c, const typename Form::Vector& p,
+                                   const typename Form::Vector& v) {
+  ClosedForm<Form> f;
+  f.w = Form::dot(c.normal, p);
+  f.z = Form::normalOf(v) - f.w;
+  f.opens = f.z + c.target > c.opening;
+  f.change = Form::multiply(c.stick, v);
+  f.candidate = p + f.change;
+  f.sticks = Form::isInCone(f.candidate, c.cone);
+  return f;
 }
 
 }  // namespace zelvik::contact

@@ -7,6 +7,7 @@
 
 #include "contact/ConeMinimum.hpp"
 #include "core/Lanes.hpp"
+#include "core/TrigSeries.hpp"
 
 // The sliding contact: a root search on the angle of the tangential impulse.
 //
@@ -49,7 +50,7 @@ struct Turn {
 /// Series in y = angle^2 up to y^(n - 1). Even and odd powers have sums of their own, which halves
 /// the wait.
 template <int n, typename T>
-constexpr T evaluateSeries(const double (&k)[9], const T& y) {
+constexpr T evaluateSeries(const double (&k)[10], const T& y) {
   constexpr int lastEven = n % 2 == 0 ? n - 2 : n - 1, lastOdd = n % 2 == 0 ? n - 1 : n - 2;
   const T y2 = y * y;
   T even = y2 * k[lastEven] + k[lastEven - 2], odd = y2 * k[lastOdd] + k[lastOdd - 2];
@@ -57,25 +58,6 @@ constexpr T evaluateSeries(const double (&k)[9], const T& y) {
   for (int i = lastOdd - 4; i >= 1; i -= 2) odd = odd * y2 + k[i];
   return even + y * odd;
 }
-
-constexpr double kCosineSeries[9] = {1.0,
-                                     -1.0 / 2.0,
-                                     1.0 / 24.0,
-                                     -1.0 / 720.0,
-                                     1.0 / 40320.0,
-                                     -1.0 / 3628800.0,
-                                     1.0 / 479001600.0,
-                                     -1.0 / 87178291200.0,
-                                     1.0 / 20922789888000.0};
-constexpr double kSineSeries[9] = {1.0,
-                                   -1.0 / 6.0,
-                                   1.0 / 120.0,
-                                   -1.0 / 5040.0,
-                                   1.0 / 362880.0,
-                                   -1.0 / 39916800.0,
-                                   1.0 / 6227020800.0,
-                                   -1.0 / 1307674368000.0,
-                                   1.0 / 355687428096000.0};
 
 /// @tparam n terms: four serve up to 0.04 rad, where they leave 0.04^8 / 8!, less than an ulp, and
 /// nine up to 1 rad, to which the 15 steps of a march can add up
@@ -207,8 +189,10 @@ inline SlidingPoint falsePosition(const SlidingCurve& curve, SlidingPoint a, Sli
   return b.f * b.f < best.f * best.f ? b : best;
 }
 
-constexpr int kMaxTrials = 15;       ///< of a march
-constexpr double kStepGrowth = 1.3;  ///< factor of a step on the one before
+constexpr int kMaxTrials = 15;            ///< of a march
+constexpr double kShortestStep2 = 1e-34;  ///< of a march, squared (rad^2): below the rounding of 1
+constexpr double kNoMerit2 = 1e-24;       ///< of the first point, squared: it is the solution
+constexpr double kStepGrowth = 1.3;       ///< factor of a step on the one before
 
 /// The turns of a march as long as each step succeeds.
 struct MarchTurns {
@@ -258,7 +242,7 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
       const SlidingPoint now = pointOf(trials, l);
       // Where the pole of r is nearer than the rounding of the first direction, no step is short
       // enough, and the search stays where it is.
-      if (now.r < 0.0 && step * step > 1e-34) {
+      if (now.r < 0.0 && step * step > kShortestStep2) {
         step *= 0.5;
         isHalved = true;
         break;
@@ -285,7 +269,7 @@ inline bool slide(Single3DContactProblem& p, const Vec3& v, double z) {
     p.imp_.setZero();
     return false;
   }
-  if (!(point.f * point.f < 1e-24)) point = marchToRoot(curve, point);
+  if (!(point.f * point.f < kNoMerit2)) point = marchToRoot(curve, point);
   if (point.r < 0.0) {  // beyond the pole, see the march
     p.imp_.setZero();
     return false;

@@ -57,8 +57,7 @@ struct Velocities {
   Lanes3 ofContacts(const ContactBatch<sides>& batch) const {
     Lanes3 difference = linear[0];
     if constexpr (sides == 2) difference = difference - linear[1];
-    Lanes3 v =
-        Lanes3{batch.free[0], batch.free[1], batch.free[2]} + multiply(batch.frame, difference);
+    Lanes3 v = batch.free + multiply(batch.frame, difference);
     for (int s = 0; s < sides; ++s) v += multiply(batch.lever[s], angular[s]);
     return v;
   }

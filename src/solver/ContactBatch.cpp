@@ -31,7 +31,7 @@ __attribute__((noinline)) Lanes3 slideLanes(const ContactBatch<sides>& batch, un
   for (; which != 0; which &= which - 1) {
     const auto l = static_cast<size_t>(std::countr_zero(which));
     Single3DContactProblem& p = *batch.problems[l];
-    const Vec3 old = {{batch.impulse[0][l], batch.impulse[1][l], batch.impulse[2][l]}};
+    const Vec3 old = getLane(batch.impulse, l);
     Vec3 u = getLane(v, l);
     u[2] += batch.target[l];
     p.imp_ = getLane(start, l);
@@ -49,33 +49,18 @@ template <int sides>
 __attribute__((always_inline)) inline Lanes visitBatch(ContactBatch<sides>& batch,
                                                        Velocities<sides>& bodies,
                                                        double relaxation) {
-  const Lanes3 v = bodies.ofContacts(batch);
-  const Lanes *stick = batch.stick, *normal = batch.normal;
-  const Lanes3 old = {batch.impulse[0], batch.impulse[1], batch.impulse[2]};
-  const Lanes w = normal[0] * old.x + (normal[1] * old.y + normal[2] * old.z);
-  const Lanes z = v.z - w;  // without the own impulses
-
-  // What would stick is p - D^-1 v; what opens has no impulse.
-  Lanes3 change = {stick[0] * v.x + (stick[1] * v.y + stick[2] * v.z),
-                   stick[1] * v.x + (stick[3] * v.y + stick[4] * v.z),
-                   stick[2] * v.x + (stick[4] * v.y + stick[5] * v.z)};
-  const Lanes3 candidate = old + change;
-  const LaneMask opens = z + batch.target > batch.opening;
-  const LaneMask isInCone = (candidate.x * candidate.x + candidate.y * candidate.y <=
-                             batch.cone * (candidate.z * candidate.z)) &
-                            (candidate.z >= 0.0);
+  const Lanes3 v = bodies.ofContacts(batch), old = batch.impulse;
+  const ClosedForm<FourContacts> f = closedForm<FourContacts>(batch, old, v);
   const Lanes r = broadcast(relaxation);
-  change = {r * select(opens, -old.x, change.x), r * select(opens, -old.y, change.y),
-            r * select(opens, -old.z, change.z)};
-  const unsigned slides = lanesSet(~(opens | isInCone)) & batch.used;
-  if (slides != 0) change = slideLanes(batch, slides, candidate, v, z, relaxation, change);
+  Lanes3 change = {r * select(f.opens, -old.x, f.change.x), r * select(f.opens, -old.y, f.change.y),
+                   r * select(f.opens, -old.z, f.change.z)};
+  const unsigned slides = lanesSet(~(f.opens | f.sticks)) & batch.used;
+  if (slides != 0) change = slideLanes(batch, slides, f.candidate, v, f.z, relaxation, change);
   forgetLoads();
 
-  batch.impulse[0] = old.x + change.x;
-  batch.impulse[1] = old.y + change.y;
-  batch.impulse[2] = old.z + change.z;
+  batch.impulse = old + change;
   bodies.add(batch, change);
-  const Lanes error = select(opens, w, v.z);
+  const Lanes error = select(f.opens, f.w, v.z);
   return error * error;
 }
 
@@ -102,15 +87,14 @@ double ContactRun<sides>::visit(bool forward, BodyVelocity* velocities, double r
 template <int sides>
 void ContactRun<sides>::handOnImpulses(BodyVelocity* velocities) const {
   Velocities<sides> inLanes(bodies, velocities);
-  for (const ContactBatch<sides>& batch : batches)
-    inLanes.add(batch, {batch.impulse[0], batch.impulse[1], batch.impulse[2]});
+  for (const ContactBatch<sides>& batch : batches) inLanes.add(batch, batch.impulse);
   inLanes.handOn(bodies, velocities);
 }
 
 template <int sides>
 void ContactBatch<sides>::writeImpulses() const {
   for (size_t l = 0; l < kLanes; ++l)
-    if (problems[l] != nullptr) problems[l]->imp_ = {{impulse[0][l], impulse[1][l], impulse[2][l]}};
+    if (problems[l] != nullptr) problems[l]->imp_ = getLane(impulse, l);
 }
 
 template void ContactBatch<1>::writeImpulses() const;

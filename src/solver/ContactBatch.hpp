@@ -7,12 +7,21 @@
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
 #include "contact/ContactPreparation.hpp"
-#include "core/Lanes.hpp"
+#include "core/LaneAlgebra.hpp"
 
 // Four contacts of rigid bodies that are visited at once: lane l of every number belongs to contact
 // l. No body appears twice, see `SweepOrder`. Points of a pair of bodies follow each other, so
-// batches one behind the other often have the same bodies; they make up a run, in which the
-// velocities of the bodies stay in lanes.
+// consecutive batches often have the same bodies; they make up a run, in which the velocities of
+// the bodies stay in lanes.
+//
+// Symbols of one contact, in its own frame (rows of F: tangents t1, t2 and the normal n), between
+// the bodies a and b, with r the way from the centre of mass to the point:
+//
+//   v = free + F (u_a - u_b) + L_a w_a - L_b w_b    velocity minus the target, all impulses applied
+//   L = F [r]x^T C,   J^-1 = C C^T                  so w = C^-1 (angular velocity): `AngularScale`
+//   u += F^T dp / m,  w += L^T dp                    what a change dp of impulse does to body a
+//
+// F is `frame`, L is `lever`. What dp is: `closedForm` and `slide` (contact/ContactLaw.hpp).
 
 namespace zelvik::contact {
 
@@ -85,13 +94,13 @@ struct ContactBatch {
   Lanes frame[9];            ///< rows: tangent, tangent, normal
   Lanes lever[sides][9];     ///< contact-frame velocity from `BodyVelocity::angular`, B negated
   Lanes inverseMass[sides];  ///< (1/kg)
-  Lanes free[3];             ///< velocity without what the bodies hold, minus the target (m/s)
-  Lanes stick[6];            ///< -D^-1: xx, xy, xz, yy, yz, zz (kg)
-  Lanes normal[3];           ///< third column of D (1/kg)
+  Lanes3 free;               ///< velocity without what the bodies hold, minus the target (m/s)
+  LanesSymmetric stick;      ///< -D^-1 (kg)
+  Lanes3 normal;             ///< third column of D (1/kg)
   Lanes target;              ///< of the normal velocity (m/s)
   Lanes opening;             ///< normal velocity above which a contact opens (m/s)
-  Lanes cone;        ///< factor on the square of the normal impulse of a contact that sticks
-  Lanes impulse[3];  ///< (N s)
+  Lanes cone;      ///< factor on the square of the normal impulse of a contact that sticks
+  Lanes3 impulse;  ///< (N s)
   Single3DContactProblem* problems[kLanes];  ///< null for none: all numbers of the lane are zero
   unsigned used;                             ///< bit l is set if lane l has a contact
 

@@ -3,12 +3,20 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <type_traits>
 
 #include "contact/ContactLaw.hpp"
 #include "solver/BatchVelocities.hpp"
 
 // From records and bodies to batches, four contacts at once, and back what the solver owes to the
 // records.
+//
+//   D^-1 = L^-T L^-1,   D = L L^T            Cholesky, for `stick` and `delassusInv_`
+//   M = D - D(:,2) D(2,:) / D(2,2)           its first two columns: `tangentMap_`
+//   target, opening                          of the normal velocity: `ContactPreparation::target`
+//
+// Four numbers of a record are read and written at once, and transposed into lanes: lane l of all
+// is contact l.
 
 namespace zelvik::contact {
 
@@ -80,6 +88,20 @@ inline void scaleLever(const double* const* jacobians, const BodyMass* const* ma
   }
 }
 
+/// Place among the numbers of a record. Four consecutive numbers are read or written at once,
+/// whatever fields they belong to.
+constexpr size_t placeAt(size_t offset) {
+  return offset / sizeof(double);
+}
+static_assert(std::is_standard_layout_v<Single3DContactProblem>);
+
+inline const double* numbersOf(const Single3DContactProblem& p) {
+  return reinterpret_cast<const double*>(&p);
+}
+inline double* numbersOf(Single3DContactProblem& p) {
+  return reinterpret_cast<double*>(&p);
+}
+
 /// The problems of four lanes.
 struct RecordLanes {
   const Single3DContactProblem* p[kLanes];
@@ -87,29 +109,68 @@ struct RecordLanes {
   explicit RecordLanes(Single3DContactProblem* const* problems) {
     for (size_t l = 0; l < kLanes; ++l) p[l] = problems[l] != nullptr ? problems[l] : &noProblem();
   }
-  /// Four values from a field on.
-  template <typename Field>
-  Rows rows(Field field) const {
-    return {field(*p[0]), field(*p[1]), field(*p[2]), field(*p[3])};
+  /// Four numbers of each record, from a place on.
+  Rows rows(size_t place) const {
+    return {numbersOf(*p[0]) + place, numbersOf(*p[1]) + place, numbersOf(*p[2]) + place,
+            numbersOf(*p[3]) + place};
   }
   Lanes at(double Single3DContactProblem::*field) const {
     return Lanes{p[0]->*field, p[1]->*field, p[2]->*field, p[3]->*field};
   }
 };
 
-// Fields that are read and written together.
-static_assert(offsetof(Single3DContactProblem, restitutionThreshold_) ==
-                  offsetof(Single3DContactProblem, restitution_) + sizeof(double) &&
-              offsetof(Single3DContactProblem, impactVel_) ==
-                  offsetof(Single3DContactProblem, restitution_) + 2 * sizeof(double) &&
-              offsetof(Single3DContactProblem, depth_) ==
-                  offsetof(Single3DContactProblem, restitution_) + 3 * sizeof(double));
-static_assert(offsetof(Single3DContactProblem, dzzInv_) ==
-                  offsetof(Single3DContactProblem, muInvDzz_) + 3 * sizeof(double) &&
-              offsetof(Single3DContactProblem, tangentMap_) ==
-                  offsetof(Single3DContactProblem, muInvDzz_) + 4 * sizeof(double) &&
-              offsetof(Single3DContactProblem, delassusInv_) ==
-                  offsetof(Single3DContactProblem, muInvDzz_) + 10 * sizeof(double));
+/// Restitution, threshold, impact velocity and depth are consecutive.
+constexpr size_t kImpactPlace = placeAt(offsetof(Single3DContactProblem, restitution_));
+static_assert(placeAt(offsetof(Single3DContactProblem, restitutionThreshold_)) ==
+                  kImpactPlace + 1 &&
+              placeAt(offsetof(Single3DContactProblem, impactVel_)) == kImpactPlace + 2 &&
+              placeAt(offsetof(Single3DContactProblem, depth_)) == kImpactPlace + 3);
+
+/// The prepared part of four records, its numbers in the order of the fields: the only place that
+/// writes it for batches. (`ContactPreparation::prepare` does for rows.)
+class PreparedLanes {
+ public:
+  static constexpr size_t kPlace = placeAt(offsetof(Single3DContactProblem, muInvDzz_)),
+                          kCount = 19;
+
+  void setFriction(const Lanes& muInvDzz, const Lanes& muInv, const Lanes& negMuSquared) {
+    values_[0] = muInvDzz, values_[1] = muInv, values_[2] = negMuSquared;
+  }
+  void setDzzInv(const Lanes& dzzInv) { values_[3] = dzzInv; }
+  void setTangentMap(const Lanes (&map)[6]) {
+    for (size_t k = 0; k < 6; ++k) values_[4 + k] = map[k];
+  }
+  void setDelassusInv(const LanesSymmetric& A) {
+    values_[10] = A.xx, values_[11] = A.xy, values_[12] = A.xz;
+    values_[13] = A.xy, values_[14] = A.yy, values_[15] = A.yz;
+    values_[16] = A.xz, values_[17] = A.yz, values_[18] = A.zz;
+  }
+  void writeTo(Single3DContactProblem* const* problems) const {
+    writeFour<0>(problems);
+    writeFour<4>(problems);
+    writeFour<8>(problems);
+    writeFour<12>(problems);
+    writeFour<kCount - 4>(problems);  // of which the first has been written
+  }
+
+ private:
+  static_assert(placeAt(offsetof(Single3DContactProblem, muInv_)) == kPlace + 1 &&
+                placeAt(offsetof(Single3DContactProblem, negMuSquared_)) == kPlace + 2 &&
+                placeAt(offsetof(Single3DContactProblem, dzzInv_)) == kPlace + 3 &&
+                placeAt(offsetof(Single3DContactProblem, tangentMap_)) == kPlace + 4 &&
+                placeAt(offsetof(Single3DContactProblem, delassusInv_)) == kPlace + 10);
+
+  template <size_t k>
+  void writeFour(Single3DContactProblem* const* problems) const {
+    Lanes a = values_[k], b = values_[k + 1], c = values_[k + 2], d = values_[k + 3];
+    transposeLanes(a, b, c, d);
+    const Lanes* rows[kLanes] = {&a, &b, &c, &d};
+    for (size_t l = 0; l < kLanes; ++l)
+      if (problems[l] != nullptr) storeLanes(numbersOf(*problems[l]) + kPlace + k, *rows[l]);
+  }
+
+  Lanes values_[kCount];
+};
 
 /// From D what the visits need.
 struct BlockLanes {
@@ -117,8 +178,8 @@ struct BlockLanes {
   Lanes dzzInv, tangentMap[6];
 
   explicit BlockLanes(const RecordLanes& records) {
-    const Rows a = records.rows([](auto& q) { return q.delassus_.v; });
-    const Rows b = records.rows([](auto& q) { return q.delassus_.v + 5; });
+    const Rows a = records.rows(placeAt(offsetof(Single3DContactProblem, delassus_)));
+    const Rows b = records.rows(placeAt(offsetof(Single3DContactProblem, delassus_)) + 5);
     const auto& p = records.p;
     const Lanes yy = {p[0]->delassus_[4], p[1]->delassus_[4], p[2]->delassus_[4],
                       p[3]->delassus_[4]};
@@ -150,16 +211,6 @@ struct BlockLanes {
     inverse.zz = c * c;
   }
 };
-
-/// Writes lanes to the records, four values from a field on.
-template <typename Field>
-inline void writeRows(Single3DContactProblem* const* problems, Field field, Lanes a, Lanes b,
-                      Lanes c, Lanes d) {
-  transposeLanes(a, b, c, d);
-  const Lanes* rows[kLanes] = {&a, &b, &c, &d};
-  for (size_t l = 0; l < kLanes; ++l)
-    if (problems[l] != nullptr) storeLanes(field(*problems[l]), *rows[l]);
-}
 
 }  // namespace
 
@@ -207,8 +258,8 @@ void ContactBatch<sides>::fill(const BatchMembers<sides>& m, const BatchBodies<s
     used |= problems[l] != nullptr ? 1u << l : 0u;
   }
   fillBodies(m);
-  const Rows tau = RecordLanes(problems).rows([](auto& q) { return q.tauStar_.v; });
-  for (size_t k = 0; k < 3; ++k) free[k] = tau.row[k];
+  const Rows tau = RecordLanes(problems).rows(placeAt(offsetof(Single3DContactProblem, tauStar_)));
+  free = {tau.row[0], tau.row[1], tau.row[2]};
   const Velocities<sides> start(bodies, velocities);
   fillProblems(start.ofContacts(*this).z, preparation);
   for (size_t l = 0; l < kLanes; ++l)
@@ -219,8 +270,8 @@ void ContactBatch<sides>::fill(const BatchMembers<sides>& m, const BatchBodies<s
 template <int sides>
 void ContactBatch<sides>::clearLane(size_t lane) {
   target[lane] = opening[lane] = 0.0;
-  for (Lanes& value : free) value[lane] = 0.0;
-  for (Lanes& value : stick) value[lane] = 0.0;
+  setLane(free, lane, Vec3{});
+  setLane(stick, lane, Mat33{});
 }
 
 template <int sides>
@@ -239,33 +290,30 @@ void ContactBatch<sides>::fillBodies(const BatchMembers<sides>& m) {
 template <int sides>
 void ContactBatch<sides>::fillProblems(const Lanes& normalVelocity,
                                        const ContactPreparation& preparation) {
-  using Problem = Single3DContactProblem;
   const RecordLanes records(problems);
-  const Rows bounce = records.rows([](auto& q) { return &q.restitution_; });
+  const Rows bounce = records.rows(kImpactPlace);
   const NormalTarget<Lanes> aim = preparation.target(NormalMotion<Lanes>{
       normalVelocity, bounce.row[2], bounce.row[0], bounce.row[1], bounce.row[3]});
   target = aim.velocity;
   opening = aim.opening;
-  free[2] -= target;
-  const Lanes mu = records.at(&Problem::mu_);
+  free.z -= target;
+  const Lanes mu = records.at(&Single3DContactProblem::mu_);
   cone = mu * mu * kConeTolerance;
-  const Rows impulses = records.rows([](auto& q) { return q.imp_.v; });
-  for (size_t k = 0; k < 3; ++k) impulse[k] = impulses.row[k];
+  const Rows impulses = records.rows(placeAt(offsetof(Single3DContactProblem, imp_)));
+  impulse = {impulses.row[0], impulses.row[1], impulses.row[2]};
 
   const BlockLanes block(records);
   const LanesSymmetric& inv = block.inverse;
-  normal[0] = block.D.xz, normal[1] = block.D.yz, normal[2] = block.D.zz;
-  stick[0] = -inv.xx, stick[1] = -inv.xy, stick[2] = -inv.xz;
-  stick[3] = -inv.yy, stick[4] = -inv.yz, stick[5] = -inv.zz;
+  normal = {block.D.xz, block.D.yz, block.D.zz};
+  stick = {-inv.xx, -inv.xy, -inv.xz, -inv.yy, -inv.yz, -inv.zz};
 
-  const Rows friction = records.rows([](auto& q) { return &q.muInvDzz_; });
-  const Lanes muInv = friction.row[1], *map = block.tangentMap;
-  const auto from = [](size_t k) { return [k](Problem& q) { return &q.muInvDzz_ + k; }; };
-  writeRows(problems, from(0), block.D.zz * muInv, muInv, friction.row[2], block.dzzInv);
-  writeRows(problems, from(4), map[0], map[1], map[2], map[3]);
-  writeRows(problems, from(8), map[4], map[5], inv.xx, inv.xy);
-  writeRows(problems, from(12), inv.xz, inv.xy, inv.yy, inv.yz);
-  writeRows(problems, from(15), inv.yz, inv.xz, inv.yz, inv.zz);
+  const Rows friction = records.rows(PreparedLanes::kPlace);
+  PreparedLanes prepared;
+  prepared.setFriction(block.D.zz * friction.row[1], friction.row[1], friction.row[2]);
+  prepared.setDzzInv(block.dzzInv);
+  prepared.setTangentMap(block.tangentMap);
+  prepared.setDelassusInv(inv);
+  prepared.writeTo(problems);
   for (size_t l = 0; l < kLanes; ++l)
     if (problems[l] != nullptr) {
       problems[l]->targetVelZ_ = target[l];

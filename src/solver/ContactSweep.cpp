@@ -32,10 +32,6 @@ inline bool isZero(const Lanes& a) {
   return a[0] == 0.0 && a[1] == 0.0 && a[2] == 0.0;
 }
 
-inline double sumOfThree(const Lanes& a) {
-  return a[0] + (a[1] + a[2]);
-}
-
 /// The velocity of a side of a pair without a path of its own, as it enters with the side's sign.
 Lanes velocityOfSide(const ContactRow& row, size_t side) {
   const double sign = side == 0 ? 1.0 : -1.0;
@@ -151,37 +147,30 @@ double ContactSweep::visitRow(ContactRow& row, double relaxation) {
   return row.kind == RowKind::LIMIT ? visitLimit(row) : 0.0;
 }
 
-/// With v the velocity minus the target, all impulses applied, the impulse that sticks is
-/// p - D^-1 v: what the contact has already need not be taken out first.
+/// The closed form where it serves, and the law of the record where it does not.
 inline double ContactSweep::visitContact(ContactRow& row, double relaxation) {
-  const Lanes v = velocity(row);
-  const Lanes old = row.impulse;
-  const double w = sumOfThree(row.normal * old);
-  const double z = v[2] - w;           // without the own impulse
-  if (z + row.target > row.opening) {  // opens
-    if (!isZero(old)) {
-      const Lanes change = -relaxation * old;
-      row.impulse = old + change;
-      handOn(row, change);
-    }
-    return w * w;
+  const Lanes v = velocity(row), old = row.impulse;
+  const ClosedForm<OneContact> f = closedForm<OneContact>(row, old, v);
+  if (f.opens) {
+    if (!isZero(old)) changeImpulse(row, -relaxation * old);
+    return f.w * f.w;
   }
-  Lanes change = row.stick * v;
-  Lanes impulse = old + change;
-  const Lanes square = impulse * impulse;
-  const bool sticks =
-      row.isOrdinary && square[0] + square[1] <= row.cone * square[2] && impulse[2] >= 0.0;
-  if (!sticks) {
+  Lanes change = relaxation * f.change;
+  if (!(row.isOrdinary && f.sticks)) {
     const Lanes withTarget = v + Lanes{0.0, 0.0, row.target, 0.0};
-    const bool isClosed = solveByLaw(row, row.isOrdinary ? impulse : old, withTarget, z, impulse);
+    Lanes impulse;
+    const bool isClosed =
+        solveByLaw(row, row.isOrdinary ? f.candidate : old, withTarget, f.z, impulse);
     change = impulse - old;
     if (isClosed) change *= relaxation;
-  } else {
-    change *= relaxation;
   }
-  row.impulse = old + change;
-  if (!isZero(change)) handOn(row, change);
+  changeImpulse(row, change);
   return v[2] * v[2];
+}
+
+inline void ContactSweep::changeImpulse(ContactRow& row, const Lanes& change) {
+  row.impulse += change;
+  if (!isZero(change)) handOn(row, change);
 }
 
 double ContactSweep::visitLimit(ContactRow& row) {

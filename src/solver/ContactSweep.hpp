@@ -22,9 +22,9 @@
 //   -> finish (records, velocities of objects)
 //
 // A batch holds up to four contacts with friction of rigid bodies only (`ContactBatch`), where
-// `SweepOrder` finds them; a row is one problem of any kind. Batches or rows one behind the other
-// that may be visited in one go make up a run. A row knows the velocity of its
-// contact from the velocities of up to two sides. What a side is:
+// `SweepOrder` finds them; a row is one problem of any kind. Consecutive batches or rows that may
+// be visited in one go make up a run. A row knows the velocity of its contact from the velocities
+// of up to two sides. What a side is:
 //
 //   body   a rigid body: three linear and three angular velocities, which the impulses of all of
 //          its contacts change
@@ -32,6 +32,13 @@
 //          all points of the robot are at hand, and an impulse at one changes all of them by blocks
 //          that are computed once per step
 //   query  an object that is asked by its virtual functions: a robot with many contacts
+//
+// A visit of a contact reads its velocity, minus the target, with all impulses applied,
+//
+//   v = free + sum over sides (+ A, - B) of the velocity of the point,
+//
+// lets the law say what the impulse p changes by (contact/ContactLaw.hpp), and hands the change dp
+// on: u += M^-1 J^T dp for a body, v_j += J_j M^-1 J_i^T dp for all points j of a robot.
 //
 // Batches and rows hold the same numbers as the records in another order: the impulses are those of
 // `BisectionContactSolver::solve` up to rounding.
@@ -166,7 +173,7 @@ class ContactSweep {
                 const std::vector<Body>& owners);
     void fill(const BodyVelocity* velocities, const ContactPreparation& preparation);
   };
-  /// Stops of a kind, one behind the other, that are visited in one go.
+  /// Consecutive stops of a kind that are visited in one go.
   struct Run {
     SweepOrder::Kind kind;
     std::uint32_t first, count;  ///< among the stops of the kind
@@ -200,6 +207,7 @@ class ContactSweep {
   double visitRows(const Run& run, bool forward, double relaxation);
   double visitRow(ContactRow& row, double relaxation);
   double visitContact(ContactRow& row, double relaxation);
+  void changeImpulse(ContactRow& row, const Lanes& change);
   double visitLimit(ContactRow& row);
 
   SweepOrder order_;
@@ -211,7 +219,7 @@ class ContactSweep {
   std::vector<Sides> sides_;                    ///< by problem
   std::vector<std::uint32_t> rowOf_;            ///< by problem
   std::vector<Body> bodies_;                    ///< by place in the world
-  std::vector<Part> parts_;                     ///< of the same
+  std::vector<Part> parts_;                     ///< by place in the world
   AlignedVector<BodyVelocity> bodyVelocities_;  ///< by slot, the body's place + `kFirstBodySlot`
   std::vector<Robot> robots_;
   std::vector<Point> points_;

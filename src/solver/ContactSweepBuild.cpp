@@ -9,6 +9,12 @@
 #include "solver/ContactSweep.hpp"
 
 // From records and objects to rows, and back.
+//
+// A rigid body with the velocities (u, C w) and the contact Jacobian G = [F, F [r]x^T] is a side
+// with F, the lever F [r]x^T C, and what an impulse does, F^T / m and C^T [r]x F^T (symbols:
+// ContactBatch.hpp). A robot with the points i, whose Jacobians are J_i, hands the solver their
+// velocities J_i u and the blocks J_j M^-1 J_i^T between all of them; after the sweeps its own
+// velocity follows from the sums of impulses, u += M^-1 sum of J_i^T p_i.
 
 namespace zelvik::contact {
 
@@ -67,7 +73,7 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
 
   robots_.clear();
   points_.clear();
-  size_t limit = 0;  // limits stand behind the contacts, in the order of the objects
+  size_t limit = 0;  // limits come after the contacts, in the order of the objects
   while (limit < problems.size() && problems[limit].rank_ != Single3DContactProblem::JOINT_LIMIT)
     ++limit;
   for (Object* object : objects)

@@ -12,7 +12,7 @@ namespace zelvik::contact {
 ///
 /// A visit reads and changes its own objects only: problems without a common object may be visited
 /// in any order, or at once, and nothing changes. Each problem that is inserted goes to the first
-/// stop with room behind all stops of its objects, so problems with a common object keep their
+/// stop with room after all stops of its objects, so problems with a common object keep their
 /// order. The same holds for the stops from back to front.
 class SweepOrder {
  public:
@@ -43,7 +43,7 @@ class SweepOrder {
 
   std::vector<Stop> stops_;
   std::uint32_t counts_[3]{};
-  std::vector<std::uint32_t> next_;  ///< per object: the stop behind the last one that touches it
+  std::vector<std::uint32_t> next_;  ///< per object: the stop after the last one that touches it
   /// Per kind with room and per stop: itself if it has that kind and room, else a later one to ask;
   /// one entry more stands for the stop that is not there yet. (Disjoint sets with path halving.)
   std::vector<std::uint32_t> open_[3];
