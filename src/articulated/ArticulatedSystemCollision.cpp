@@ -75,7 +75,7 @@ struct RotationColumns {
 };
 
 inline RotationColumns loadRotation(const Mat33& R) {
-  // The last column is read from one value before, so as not to read behind the matrix.
+  // The last column is read from one value before, so as not to read past the matrix.
   const Lanes last = loadLanes(R.v + 5);
   return {loadLanes(R.v), loadLanes(R.v + 3), __builtin_shufflevector(last, last, 1, 2, 3, 0)};
 }
@@ -110,7 +110,7 @@ struct GeomPose {
     storeLanes(R, row0);
     storeLanes(R + 4, row1);
     storeLanes(R + 8, row2);
-    storePair(p, Pair{position[0], position[1]});
+    storeTwo(p, TwoLanes{position[0], position[1]});
     p[2] = position[2];
   }
 };

@@ -14,7 +14,7 @@ namespace zelvik {
 
 namespace {
 
-/// Where the arrays behind the meshes of one system live. ODE keeps pointers into the inner
+/// Where the arrays of the meshes of one system live. ODE keeps pointers into the inner
 /// vectors, whose blocks do not move when the outer ones grow.
 struct MeshStore {
   std::vector<dTriMeshDataID>& data;

@@ -149,13 +149,13 @@ void ArticulatedSystem::rotateJacobian(size_t contactIdx) {
 
 /// Responses M^-1 Jc^T and own blocks Jc M^-1 Jc^T.
 void ArticulatedSystem::computeResponses() {
-  TreeFactor::Request requests[TreeFactor::kBatch];
+  TreeFactor::Request requests[TreeFactor::kMostRequests];
   size_t count = 0;
   for (size_t i = 0; i < numContacts_; ++i) {
     if (perObjectContact_.contacts_[i].skip_) continue;
     requests[count++] = {&contactFrameJacobians_[i], contactResponses_[i].v,
                          &perObjectContact_.delassusAndTauStar_[i].blocks[0]};
-    if (count < TreeFactor::kBatch) continue;
+    if (count < TreeFactor::kMostRequests) continue;
     factor_.respond(requests, count);
     count = 0;
   }

@@ -277,7 +277,7 @@ void ArticulatedSystem::placeFixedRoot() {
 }
 
 /// Shapes of one body cannot move against each other, however they overlap: a foot that was merged
-/// into its shank touches it for good. They stand one behind the other.
+/// into its shank touches it for good. They are consecutive.
 void ArticulatedSystem::excludeCollisionsWithinBodies() {
   const std::vector<CollisionDefinition>& shapes = collisionBodies_;
   for (size_t first = 0, end; first < shapes.size(); first = end) {

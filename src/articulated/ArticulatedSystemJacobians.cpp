@@ -33,7 +33,7 @@ bool ArticulatedSystem::checkBodyIndex(size_t bodyIdx, const char* where) const 
 
 void ArticulatedSystem::fillJointColumns(size_t bodyIdx, const Mat<3, 1>& pointW,
                                          SparseJacobian& jac) const {
-  size_t c = jac.size;  // one behind the next column to write
+  size_t c = jac.size;  // one past the next column to write
   for (size_t b = bodyIdx; b != 0; b = tree_.parent[b]) {
     const Vec3 d = pointW - kinematics_.positionW[b];
     const size_t k = tree_.dofStart[b];
@@ -118,7 +118,7 @@ void ArticulatedSystem::getSparseRotationalJacobian(size_t bodyIdx, SparseJacobi
       jac.idx[--c] = tree_.dofStart[b];
       setColumn(jac.v, c, kinematics_.jointAxisW[b]);
     } else if (tree_.jointType[b] == Joint::SPHERICAL || tree_.jointType[b] == Joint::FLOATING) {
-      // Below the root the velocities are in body axes; the base turns in world axes, behind its
+      // Below the root the velocities are in body axes; the base turns in world axes, after its
       // three translations.
       const bool isBase = tree_.jointType[b] == Joint::FLOATING;
       const Mat33& axes = isBase ? identity : kinematics_.rotationW[b];

@@ -4,6 +4,15 @@
 
 #include "contact/JointLimitLaw.hpp"
 
+// A joint beyond its limit has a problem of its own: its velocity u away from the range shall
+// become zero. An impulse p at the joint changes the velocities by M^-1 e p, with e the unit vector
+// of the joint's velocity (an axis) or of the axis of the turn (a cone), so
+//
+//   p = (0 - e . u) / (e . M^-1 e),   u += M^-1 e p.
+//
+// The denominator's inverse is kept in `delassusInv_`(0,0). M here is the mass matrix plus the
+// implicit damping of the step.
+
 namespace zelvik {
 
 using contact::Single3DContactProblem;

@@ -20,8 +20,6 @@ namespace {
 
 /// Overlap from which on a pair counts (m).
 constexpr double kLargestOverlap = 1e-3;
-/// Shapes from which on they are sorted for the search of pairs.
-constexpr size_t kManyShapes = 40;
 /// Pairs that a message names.
 constexpr size_t kNamedPairs = 10;
 
@@ -35,7 +33,7 @@ class OdeHolder {
 };
 
 /// Depth of the deepest point of a pair (m); 0 if they do not touch.
-double depthOf(const PairSearch::Pair& pair, std::vector<dContactGeom>& points) {
+double depthOf(const PairSearch::GeomPair& pair, std::vector<dContactGeom>& points) {
   const int found = collidePair(pair.first, pair.second, {}, points.data());
   double depth = 0.0;
   for (int i = 0; i < found; ++i) {
@@ -71,7 +69,8 @@ void ArticulatedSystem::findInitialOverlaps() {
   std::vector<dContactGeom> points(kMaxPointsPerPair);
   for (const CollisionDefinition& shape : collisionBodies_)
     search.append(shape.colObj, getBodyType(shape.localIdx) == BodyType::DYNAMIC);
-  for (const PairSearch::Pair& pair : search.findPairs(search.geomCount() >= kManyShapes)) {
+  for (const PairSearch::GeomPair& pair :
+       search.findPairs(search.geomCount() >= PairSearch::kManyGeoms)) {
     if (areIgnored(pair.first, pair.second)) continue;
     const double depth = depthOf(pair, points);
     if (!(depth > kLargestOverlap)) continue;

@@ -7,7 +7,7 @@ namespace zelvik {
 
 namespace {
 
-/// Writes the columns of a difference one behind the other; reads raw arrays that hold dof columns.
+/// Writes the columns of a difference, consecutive; reads raw arrays that hold dof columns.
 class ColumnWriter {
  public:
   explicit ColumnWriter(SparseJacobian& out) : columns_(out.v.v), idx_(out.idx.data()) {}
@@ -55,7 +55,7 @@ void subtractColumns(const SparseJacobian& a, const SparseJacobian& b, size_t fi
 void ArticulatedSystem::mergeSelfCollisions() {
   // Two points of one system: what matters is the difference of their velocities, J_i - J_j. Under
   // a floating base the six base columns are equal and cancel; they are implicit (column 3 is a
-  // lever arm), so the merge starts behind them.
+  // lever arm), so the merge starts after them.
   const size_t first = tree_.isFloating() ? 6 : 0;
   jacobianScratch_.reserve(tree_.dof);
   std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;

@@ -9,9 +9,9 @@ namespace zelvik {
 /// A vector of each of four bodies, to which `get` refers in `Bodies`.
 template <typename Get>
 inline Lanes3 TreePasses::gather(const Places& places, Get&& get) const {
-  if (places.lanesMatch) return get(bodies_[places.batch[0]]);
+  if (places.lanesMatch) return get(bodies_[places.quad[0]]);
   const Lanes3* v[kLanes];
-  for (size_t l = 0; l < kLanes; ++l) v[l] = &get(bodies_[places.batch[l]]);
+  for (size_t l = 0; l < kLanes; ++l) v[l] = &get(bodies_[places.quad[l]]);
   const size_t* lane = places.lane;
   const auto pick = [&](Lanes Lanes3::*axis) {
     return Lanes{(v[0]->*axis)[lane[0]], (v[1]->*axis)[lane[1]], (v[2]->*axis)[lane[2]],
@@ -38,17 +38,17 @@ inline void addLane(LanesSymmetric& to, size_t lane, const LanesSymmetric& from,
 
 }  // namespace detail
 
-/// Adds a value of each body of a batch to that of its parent.
+/// Adds a value of each body of a quad to that of its parent.
 template <typename Value>
-inline void TreePasses::addToParents(const Batch& batch, const Value& value, Value Bodies::*field) {
-  const Places& parents = batch.parents;
-  if (parents.batch[0] == 0)
+inline void TreePasses::addToParents(const Quad& quad, const Value& value, Value Bodies::*field) {
+  const Places& parents = quad.parents;
+  if (parents.quad[0] == 0)
     bodies_[0].*field += broadcastSum(value);
   else if (parents.lanesMatch)
-    bodies_[parents.batch[0]].*field += value;
+    bodies_[parents.quad[0]].*field += value;
   else
-    for (size_t l = 0; l < batch.count; ++l)
-      detail::addLane(bodies_[parents.batch[l]].*field, parents.lane[l], value, l);
+    for (size_t l = 0; l < quad.count; ++l)
+      detail::addLane(bodies_[parents.quad[l]].*field, parents.lane[l], value, l);
 }
 
 }  // namespace zelvik

@@ -9,17 +9,17 @@ namespace zelvik {
 
 TreePasses::TreePasses(const TreeDescription& tree, BodyKinematics& kinematics)
     : tree_(tree), kinematics_(kinematics) {
-  sortIntoBatches();
-  for (Batch& batch : batches_) buildSteps(batch);
+  sortIntoQuads();
+  for (Quad& quad : quads_) buildSteps(quad);
   loadMassProperties();
 }
 
 /// By depth, and by index where that is equal.
-void TreePasses::sortIntoBatches() {
-  batchOf_.assign(tree_.bodyCount, 0);
+void TreePasses::sortIntoQuads() {
+  quadOf_.assign(tree_.bodyCount, 0);
   laneOf_.assign(tree_.bodyCount, 0);
   const size_t root = 0;
-  batches_.push_back(makeBatch(&root, 1));
+  quads_.push_back(makeQuad(&root, 1));
   const size_t deepest = *std::max_element(tree_.depth.begin(), tree_.depth.end());
   std::vector<size_t> level;
   for (size_t depth = 2; depth <= deepest; ++depth) {
@@ -29,53 +29,53 @@ void TreePasses::sortIntoBatches() {
     for (size_t first = 0; first < level.size(); first += kLanes) {
       const size_t count = std::min(kLanes, level.size() - first);
       for (size_t l = 0; l < count; ++l) {
-        batchOf_[level[first + l]] = batches_.size();
+        quadOf_[level[first + l]] = quads_.size();
         laneOf_[level[first + l]] = l;
       }
-      batches_.push_back(makeBatch(&level[first], count));
+      quads_.push_back(makeQuad(&level[first], count));
     }
   }
-  bodies_.resize(batches_.size());
-  for (size_t b = 0; b < batches_.size(); ++b) {
+  bodies_.resize(quads_.size());
+  for (size_t b = 0; b < quads_.size(); ++b) {
     std::memset(static_cast<void*>(&bodies_[b]), 0, sizeof(Bodies));
-    for (size_t l = 0; l < kLanes; ++l) setJoint(batches_[b].body[l], l, bodies_[b]);
+    for (size_t l = 0; l < kLanes; ++l) setJoint(quads_[b].body[l], l, bodies_[b]);
   }
 }
 
-TreePasses::Batch TreePasses::makeBatch(const size_t* bodies, size_t count) {
-  Batch batch{};
-  batch.count = count;
+TreePasses::Quad TreePasses::makeQuad(const size_t* bodies, size_t count) {
+  Quad quad{};
+  quad.count = count;
   size_t parents[kLanes];
   for (size_t l = 0; l < kLanes; ++l) {
     const size_t i = bodies[l < count ? l : 0], width = tree_.dofOfBody[i];
-    batch.body[l] = i;
-    batch.hasSlides |= tree_.jointType[i] == Joint::PRISMATIC;
+    quad.body[l] = i;
+    quad.hasSlides |= tree_.jointType[i] == Joint::PRISMATIC;
     hasSlides_ |= tree_.jointType[i] == Joint::PRISMATIC;
-    batch.hasBalls |= tree_.jointType[i] == Joint::SPHERICAL;
+    quad.hasBalls |= tree_.jointType[i] == Joint::SPHERICAL;
     parents[l] = i == 0 ? 0 : tree_.parent[i];
     if (i == 0) continue;
-    batch.width = std::max(batch.width, width);
-    batch.gc[l] = tree_.gcStart[i];
+    quad.width = std::max(quad.width, width);
+    quad.gc[l] = tree_.gcStart[i];
     for (size_t k = 0; k < 3; ++k) {
       const bool exists = k < width;
-      batch.gv[k][l] = exists ? tree_.dofStart[i] + k : width > 0 ? tree_.dofStart[i] : 0;
-      batch.row[k][l] = l < count && exists ? tree_.pattern.rowStart[tree_.dofStart[i] + k]
-                                            : tree_.pattern.storage;
+      quad.gv[k][l] = exists ? tree_.dofStart[i] + k : width > 0 ? tree_.dofStart[i] : 0;
+      quad.row[k][l] = l < count && exists ? tree_.pattern.rowStart[tree_.dofStart[i] + k]
+                                           : tree_.pattern.storage;
     }
   }
-  batch.parents = placesOf(parents, count);
-  return batch;
+  quad.parents = placesOf(parents, count);
+  return quad;
 }
 
-/// The root stands in all lanes of its batch. What lanes without a body read does not matter.
+/// The root stands in all lanes of its quad. What lanes without a body read does not matter.
 TreePasses::Places TreePasses::placesOf(const size_t* bodies, size_t count) const {
   Places places{};
   places.lanesMatch = true;
   for (size_t l = 0; l < kLanes; ++l) {
     const size_t i = bodies[l];
-    places.batch[l] = batchOf_[i];
+    places.quad[l] = quadOf_[i];
     places.lane[l] = i == 0 ? l : laneOf_[i];
-    if (l < count && (places.batch[l] != places.batch[0] || places.lane[l] != l))
+    if (l < count && (places.quad[l] != places.quad[0] || places.lane[l] != l))
       places.lanesMatch = false;
   }
   return places;
@@ -103,10 +103,10 @@ void TreePasses::setJoint(size_t i, size_t lane, Bodies& bodies) const {
 }
 
 void TreePasses::loadMassProperties() {
-  for (size_t b = 0; b < batches_.size(); ++b)
+  for (size_t b = 0; b < quads_.size(); ++b)
     for (size_t l = 0; l < kLanes; ++l) {
-      const size_t i = batches_[b].body[l];
-      const bool exists = b == 0 || l < batches_[b].count;
+      const size_t i = quads_[b].body[l];
+      const bool exists = b == 0 || l < quads_[b].count;
       Bodies& bodies = bodies_[b];
       bodies.mass[l] = exists ? tree_.mass[i] : 0.0;
       bodies.compositeMass[l] = exists ? tree_.compositeMass[i] : 0.0;
@@ -116,38 +116,38 @@ void TreePasses::loadMassProperties() {
     }
 }
 
-/// Joints from those of the batch up to the one below the root, and for each entry of M between
+/// Joints from those of the quad up to the one below the root, and for each entry of M between
 /// them its place in the packed rows.
-void TreePasses::buildSteps(Batch& batch) {
-  batch.stepBegin = batch.stepEnd = steps_.size();
-  if (batch.body[0] == 0) return;
+void TreePasses::buildSteps(Quad& quad) {
+  quad.stepBegin = quad.stepEnd = steps_.size();
+  if (quad.body[0] == 0) return;
   size_t joints[kLanes];
-  std::copy_n(batch.body, kLanes, joints);
+  std::copy_n(quad.body, kLanes, joints);
   while (joints[0] != 0) {
-    Step step{placesOf(joints, batch.count), 0};
+    Step step{placesOf(joints, quad.count), 0};
     for (const size_t j : joints) step.width = std::max(step.width, tree_.dofOfBody[j]);
     steps_.push_back(step);
     for (size_t& j : joints) j = tree_.parent[j];
   }
-  batch.stepEnd = steps_.size();
+  quad.stepEnd = steps_.size();
 
   const size_t before = targets_.size();
-  for (size_t k = 0; k < batch.width; ++k) {
-    std::copy_n(batch.body, kLanes, joints);
-    for (size_t i = batch.stepBegin; i < batch.stepEnd; ++i) {
-      const size_t end = i == batch.stepBegin ? k + 1 : steps_[i].width;
+  for (size_t k = 0; k < quad.width; ++k) {
+    std::copy_n(quad.body, kLanes, joints);
+    for (size_t i = quad.stepBegin; i < quad.stepEnd; ++i) {
+      const size_t end = i == quad.stepBegin ? k + 1 : steps_[i].width;
       for (size_t l = 0; l < end; ++l)
         for (size_t lane = 0; lane < kLanes; ++lane)
           targets_.push_back(static_cast<std::uint32_t>(
-              lane < batch.count ? target(batch.body[lane], k, joints[lane], l)
-                                 : tree_.pattern.storage));
+              lane < quad.count ? target(quad.body[lane], k, joints[lane], l)
+                                : tree_.pattern.storage));
       for (size_t& j : joints) j = tree_.parent[j];
     }
   }
-  batch.targetCount = targets_.size() - before;
+  quad.targetCount = targets_.size() - before;
 }
 
-/// Place of the entry of velocity k of joint i and velocity l of joint j; behind the rows if there
+/// Place of the entry of velocity k of joint i and velocity l of joint j; past the rows if there
 /// is none.
 size_t TreePasses::target(size_t i, size_t k, size_t j, size_t l) const {
   if (k >= tree_.dofOfBody[i] || l >= tree_.dofOfBody[j]) return tree_.pattern.storage;
@@ -158,9 +158,9 @@ size_t TreePasses::target(size_t i, size_t k, size_t j, size_t l) const {
 void TreePasses::writeCompositeBodies(std::vector<Mat33>& inertia,
                                       std::vector<Mat33>& compositeInertia,
                                       std::vector<Vec3>& moment, std::vector<Vec3>& com) const {
-  for (size_t b = 0; b < batches_.size(); ++b)
-    for (size_t l = 0; l < batches_[b].count; ++l) {
-      const size_t i = batches_[b].body[l];
+  for (size_t b = 0; b < quads_.size(); ++b)
+    for (size_t l = 0; l < quads_[b].count; ++l) {
+      const size_t i = quads_[b].body[l];
       inertia[i] = getLane(bodies_[b].inertia, l);
       compositeInertia[i] = getLane(bodies_[b].compositeInertia, l);
       moment[i] = getLane(bodies_[b].moment, l);

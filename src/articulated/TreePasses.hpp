@@ -12,10 +12,10 @@ namespace zelvik {
 
 /// The passes over the bodies of an articulated system, four bodies at a time.
 ///
-/// Bodies of equal depth do not depend on each other. They are taken in batches of up to four, one
-/// body to a lane, so that the four legs of a robot cost as much as one; batches are sorted by
-/// depth, and a recursion over bodies is a loop over batches. Lanes without a body repeat the first
-/// one without its mass: they add nothing to any sum. Batch 0 is the root, the same in all lanes.
+/// Bodies of equal depth do not depend on each other. They are taken in quads of up to four, one
+/// body to a lane, so that the four legs of a robot cost as much as one; quads are sorted by
+/// depth, and a recursion over bodies is a loop over quads. Lanes without a body repeat the first
+/// one without its mass: they add nothing to any sum. Quad 0 is the root, the same in all lanes.
 ///
 /// A joint is what its velocities do to its body: velocity k turns it about an axis through the
 /// joint, `turn[k]`, or slides it along one, `slide`. So all types of joints share one formula.
@@ -30,7 +30,7 @@ class TreePasses {
   void loadMassProperties();
   /// Poses of all bodies. @param gc coordinates; a fixed root stays as it is
   void updateKinematics(const double* gc);
-  /// Packed rows of the mass matrix, without rotor inertia, and `kSpareValues` behind them that
+  /// Packed rows of the mass matrix, without rotor inertia, and `kSpareValues` after them that
   /// take what belongs to no body.
   void computeMassRows(double* rows);
   /// Velocities of all bodies, and h. @param gv velocities
@@ -63,13 +63,13 @@ class TreePasses {
     Lanes3 v, omega, a, alpha, force, torque;
   };
 
-  /// Where four bodies stand: batch and lane of each.
+  /// Where four bodies stand: quad and lane of each.
   struct Places {
-    bool lanesMatch;  ///< each in its own lane of `batch[0]`
-    size_t batch[kLanes], lane[kLanes];
+    bool lanesMatch;  ///< each in its own lane of `quad[0]`
+    size_t quad[kLanes], lane[kLanes];
   };
 
-  struct Batch {
+  struct Quad {
     size_t count;              ///< bodies
     size_t body[kLanes];       ///< lanes without a body repeat the first
     size_t width;              ///< most velocities of a joint
@@ -82,49 +82,49 @@ class TreePasses {
     size_t targetCount;         ///< of `targets_`, four to an entry of M
   };
 
-  /// The joints at one height on the way from the joints of a batch to the root, their own first.
+  /// The joints at one height on the way from the joints of a quad to the root, their own first.
   struct Step {
     Places joints;
     size_t width;
   };
 
-  void sortIntoBatches();
-  Batch makeBatch(const size_t* bodies, size_t count);
+  void sortIntoQuads();
+  Quad makeQuad(const size_t* bodies, size_t count);
   Places placesOf(const size_t* bodies, size_t count) const;
   void setJoint(size_t body, size_t lane, Bodies& bodies) const;
-  void buildSteps(Batch& batch);
+  void buildSteps(Quad& quad);
   size_t target(size_t bodyI, size_t k, size_t bodyJ, size_t l) const;
 
   template <typename Get>
   Lanes3 gather(const Places& places, Get&& get) const;
   template <typename Value>
-  void addToParents(const Batch& batch, const Value& value, Value Bodies::*field);
+  void addToParents(const Quad& quad, const Value& value, Value Bodies::*field);
 
   void placeRoot(const double* gc);
-  void placeBatch(const Batch& batch, const double* gc, Bodies& bodies);
-  void setBallRotations(const Batch& batch, const double* gc, Lanes33& local) const;
+  void placeQuad(const Quad& quad, const double* gc, Bodies& bodies);
+  void setBallRotations(const Quad& quad, const double* gc, Lanes33& local) const;
   void gatherMoments();
-  void gatherInertia(const Batch& batch, Bodies& bodies);
-  const std::uint32_t* writeRows(const Batch& batch, const Bodies& bodies,
+  void gatherInertia(const Quad& quad, Bodies& bodies);
+  const std::uint32_t* writeRows(const Quad& quad, const Bodies& bodies,
                                  const std::uint32_t* target, double* rows) const;
-  void writeRowOfOne(const Batch& batch, const Bodies& bodies, const Lanes3& force,
+  void writeRowOfOne(const Quad& quad, const Bodies& bodies, const Lanes3& force,
                      const Lanes3& moment, const std::uint32_t* target, double* rows) const;
-  void writeBaseColumns(const Batch& batch, size_t k, const Lanes3& force, const Lanes3& moment,
+  void writeBaseColumns(const Quad& quad, size_t k, const Lanes3& force, const Lanes3& moment,
                         double* rows) const;
   void writeRootRows(double* rows);
   void startRoot(const Vec3& gravity, const double* gv);
-  void propagateVelocities(const Batch& batch, const double* gv, Bodies& bodies);
+  void propagateVelocities(const Quad& quad, const double* gv, Bodies& bodies);
   static void computeWrench(Bodies& bodies);
   void projectWrenches(VecDyn& h) const;
 
   const TreeDescription& tree_;
   BodyKinematics& kinematics_;
   AlignedVector<Bodies> bodies_;
-  std::vector<Batch> batches_;
+  std::vector<Quad> quads_;
   std::vector<Step> steps_;
-  std::vector<std::uint32_t> targets_;  ///< places of the entries of M in the order of `writeRows`
-  std::vector<size_t> batchOf_, laneOf_;  ///< per body
-  bool hasSlides_ = false;                ///< whether any joint is prismatic
+  std::vector<std::uint32_t> targets_;   ///< places of the entries of M in the order of `writeRows`
+  std::vector<size_t> quadOf_, laneOf_;  ///< per body
+  bool hasSlides_ = false;               ///< whether any joint is prismatic
 };
 
 }  // namespace zelvik

@@ -24,10 +24,10 @@ inline Lanes3 lanesOf(const Vec3* const (&v)[kLanes]) {
 void TreePasses::computeMassRows(double* rows) {
   gatherMoments();
   const std::uint32_t* targets = targets_.data() + targets_.size();
-  for (size_t b = batches_.size(); b-- > 1;) {
-    const Batch& batch = batches_[b];
-    gatherInertia(batch, bodies_[b]);
-    targets = writeRows(batch, bodies_[b], targets, rows);
+  for (size_t b = quads_.size(); b-- > 1;) {
+    const Quad& quad = quads_[b];
+    gatherInertia(quad, bodies_[b]);
+    targets = writeRows(quad, bodies_[b], targets, rows);
   }
   if (tree_.isFloating()) writeRootRows(rows);
 }
@@ -38,54 +38,54 @@ void TreePasses::gatherMoments() {
     B.inertia = B.compositeInertia = similarity(B.R, B.inertiaB);
     B.moment = B.mass * B.com;
   }
-  for (size_t b = batches_.size(); b-- > 1;) {
+  for (size_t b = quads_.size(); b-- > 1;) {
     Bodies& B = bodies_[b];
     const Lanes inverse = 1.0 / B.divisor;
     B.compositeCom = inverse * B.moment;
-    const bool aboveIsFixed = batches_[b].parents.batch[0] == 0 && !tree_.isFloating();
-    if (!aboveIsFixed) addToParents(batches_[b], B.moment, &Bodies::moment);
+    const bool aboveIsFixed = quads_[b].parents.quad[0] == 0 && !tree_.isFloating();
+    if (!aboveIsFixed) addToParents(quads_[b], B.moment, &Bodies::moment);
   }
 }
 
-/// Inertia of the subtrees of a batch about their centres of mass, all of their children being
+/// Inertia of the subtrees of a quad about their centres of mass, all of their children being
 /// done, and its share in that of the parents. That of a floating root is about its frame origin.
-void TreePasses::gatherInertia(const Batch& batch, Bodies& B) {
+void TreePasses::gatherInertia(const Quad& quad, Bodies& B) {
   addInertia(B.mass, B.com - B.compositeCom, B.compositeInertia);
-  const bool isBelowRoot = batch.parents.batch[0] == 0;
+  const bool isBelowRoot = quad.parents.quad[0] == 0;
   if (isBelowRoot && !tree_.isFloating()) return;
   const Lanes3 origin =
       isBelowRoot
           ? bodies_[0].position
-          : gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.compositeCom; });
+          : gather(quad.parents, [](const Bodies& p) -> const Lanes3& { return p.compositeCom; });
   LanesSymmetric share = B.compositeInertia;
   addInertia(B.compositeMass, B.compositeCom - origin, share);
-  addToParents(batch, share, &Bodies::compositeInertia);
+  addToParents(quad, share, &Bodies::compositeInertia);
 }
 
-/// Rows of the velocities of a batch. `target` stands behind the places of its entries; returns
+/// Rows of the velocities of a quad. `target` points past the places of its entries; returns
 /// their begin.
-const std::uint32_t* TreePasses::writeRows(const Batch& batch, const Bodies& B,
+const std::uint32_t* TreePasses::writeRows(const Quad& quad, const Bodies& B,
                                            const std::uint32_t* target, double* rows) const {
   const bool floating = tree_.isFloating();
   const Lanes3 r = B.compositeCom - B.position;
-  target -= batch.targetCount;
+  target -= quad.targetCount;
   const std::uint32_t* const begin = target;
-  for (size_t k = 0; k < batch.width; ++k) {
+  for (size_t k = 0; k < quad.width; ++k) {
     Lanes3 velocity = cross(B.turn[k], r);
-    if (batch.hasSlides && k == 0) velocity += B.slide;
+    if (quad.hasSlides && k == 0) velocity += B.slide;
     const Lanes3 f = B.compositeMass * velocity, n = B.compositeInertia * B.turn[k];
     if (floating)
-      writeBaseColumns(batch, k, f, n + cross(B.compositeCom - bodies_[0].position, f), rows);
-    if (batch.count == 1 && batch.targetCount == kLanes * (batch.stepEnd - batch.stepBegin)) {
-      writeRowOfOne(batch, B, f, n, target, rows);
+      writeBaseColumns(quad, k, f, n + cross(B.compositeCom - bodies_[0].position, f), rows);
+    if (quad.count == 1 && quad.targetCount == kLanes * (quad.stepEnd - quad.stepBegin)) {
+      writeRowOfOne(quad, B, f, n, target, rows);
       break;
     }
-    for (size_t i = batch.stepBegin; i < batch.stepEnd; ++i) {
+    for (size_t i = quad.stepBegin; i < quad.stepEnd; ++i) {
       const Step& step = steps_[i];
       const Lanes3 p =
           gather(step.joints, [](const Bodies& j) -> const Lanes3& { return j.position; });
       const Lanes3 moment = n + cross(B.compositeCom - p, f);
-      const size_t end = i == batch.stepBegin ? k + 1 : step.width;
+      const size_t end = i == quad.stepBegin ? k + 1 : step.width;
       for (size_t l = 0; l < end; ++l, target += kLanes) {
         Lanes entry =
             dot(gather(step.joints, [l](const Bodies& j) -> const Lanes3& { return j.turn[l]; }),
@@ -100,14 +100,14 @@ const std::uint32_t* TreePasses::writeRows(const Batch& batch, const Bodies& B,
   return begin;
 }
 
-/// The row of a batch of one body, without spherical joints: four joints above it at a time, so
+/// The row of a quad of one body, without spherical joints: four joints above it at a time, so
 /// that a chain fills the lanes too.
-void TreePasses::writeRowOfOne(const Batch& batch, const Bodies& B, const Lanes3& force,
+void TreePasses::writeRowOfOne(const Quad& quad, const Bodies& B, const Lanes3& force,
                                const Lanes3& moment, const std::uint32_t* target,
                                double* rows) const {
   const Lanes3 c = broadcast(getLane(B.compositeCom, 0)), f = broadcast(getLane(force, 0)),
                n = broadcast(getLane(moment, 0));
-  for (size_t j = batch.body[0]; j != 0;) {
+  for (size_t j = quad.body[0]; j != 0;) {
     // From the arrays over bodies, which lie closer together than `bodies_`.
     const Vec3 *P[kLanes], *A[kLanes];
     Lanes slides{};
@@ -130,14 +130,14 @@ void TreePasses::writeRowOfOne(const Batch& batch, const Bodies& B, const Lanes3
 
 /// The first six values of rows below a floating root, and two zeros, which are written over where
 /// the rows go on.
-void TreePasses::writeBaseColumns(const Batch& batch, size_t k, const Lanes3& f, const Lanes3& n,
+void TreePasses::writeBaseColumns(const Quad& quad, size_t k, const Lanes3& f, const Lanes3& n,
                                   double* rows) const {
   Lanes a[kLanes] = {f.x, f.y, f.z, n.x}, b[kLanes] = {n.y, n.z, Lanes{}, Lanes{}};
   transposeLanes(a[0], a[1], a[2], a[3]);
   transposeLanes(b[0], b[1], b[2], b[3]);
-  for (size_t l = 0; l < batch.count; ++l) {
-    storeLanes(rows + batch.row[k][l], a[l]);
-    storeLanes(rows + batch.row[k][l] + kLanes, b[l]);
+  for (size_t l = 0; l < quad.count; ++l) {
+    storeLanes(rows + quad.row[k][l], a[l]);
+    storeLanes(rows + quad.row[k][l] + kLanes, b[l]);
   }
 }
 

@@ -10,12 +10,12 @@ namespace zelvik {
 
 void TreePasses::computeNonlinearities(const Vec3& gravity, const double* gv, VecDyn& h) {
   startRoot(gravity, gv);
-  for (size_t b = 1; b < batches_.size(); ++b) propagateVelocities(batches_[b], gv, bodies_[b]);
+  for (size_t b = 1; b < quads_.size(); ++b) propagateVelocities(quads_[b], gv, bodies_[b]);
   // f_p += f_i, n_p += r_i x f_i + n_i.
-  for (size_t b = batches_.size(); b-- > 1;) {
+  for (size_t b = quads_.size(); b-- > 1;) {
     const Bodies& B = bodies_[b];
-    addToParents(batches_[b], B.force, &Bodies::force);
-    addToParents(batches_[b], B.torque + cross(B.offset, B.force), &Bodies::torque);
+    addToParents(quads_[b], B.force, &Bodies::force);
+    addToParents(quads_[b], B.torque + cross(B.offset, B.force), &Bodies::torque);
   }
   projectWrenches(h);
 }
@@ -34,22 +34,22 @@ void TreePasses::startRoot(const Vec3& gravity, const double* gv) {
 }
 
 /// Velocities and bias accelerations, from those of the parents.
-void TreePasses::propagateVelocities(const Batch& batch, const double* gv, Bodies& B) {
+void TreePasses::propagateVelocities(const Quad& quad, const double* gv, Bodies& B) {
   const Lanes3 omega =
-      gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.omega; });
+      gather(quad.parents, [](const Bodies& p) -> const Lanes3& { return p.omega; });
   const Lanes3 alpha =
-      gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.alpha; });
+      gather(quad.parents, [](const Bodies& p) -> const Lanes3& { return p.alpha; });
   const Lanes3 omegaXr = cross(omega, B.offset);
-  B.v = gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.v; }) + omegaXr;
-  B.a = gather(batch.parents, [](const Bodies& p) -> const Lanes3& { return p.a; }) +
+  B.v = gather(quad.parents, [](const Bodies& p) -> const Lanes3& { return p.v; }) + omegaXr;
+  B.a = gather(quad.parents, [](const Bodies& p) -> const Lanes3& { return p.a; }) +
         cross(omega, omegaXr) + cross(alpha, B.offset);
 
   Lanes3 w{};
-  for (size_t k = 0; k < batch.width; ++k) {
+  for (size_t k = 0; k < quad.width; ++k) {
     Lanes rate;
-    for (size_t l = 0; l < kLanes; ++l) rate[l] = gv[batch.gv[k][l]];
+    for (size_t l = 0; l < kLanes; ++l) rate[l] = gv[quad.gv[k][l]];
     w += rate * B.turn[k];
-    if (k > 0 || !batch.hasSlides) continue;
+    if (k > 0 || !quad.hasSlides) continue;
     // The Coriolis term of the sliding origin.
     const Lanes3 u = rate * B.slide, omegaXu = cross(omega, u);
     B.v += u;
@@ -61,11 +61,11 @@ void TreePasses::propagateVelocities(const Batch& batch, const double* gv, Bodie
 
   Vec3 *velocities[kLanes], *rates[kLanes];
   for (size_t l = 0; l < kLanes; ++l) {
-    velocities[l] = &kinematics_.linearVelocityW[batch.body[l]];
-    rates[l] = &kinematics_.angularVelocityW[batch.body[l]];
+    velocities[l] = &kinematics_.linearVelocityW[quad.body[l]];
+    rates[l] = &kinematics_.angularVelocityW[quad.body[l]];
   }
-  scatter(B.v, batch.count, velocities);
-  scatter(B.omega, batch.count, rates);
+  scatter(B.v, quad.count, velocities);
+  scatter(B.omega, quad.count, rates);
 }
 
 /// Force and moment about the frame origin that each body alone takes for its bias acceleration:
@@ -86,14 +86,14 @@ void TreePasses::projectWrenches(VecDyn& h) const {
       h[k] = getLane(bodies_[0].force, 0)[k];
       h[3 + k] = getLane(bodies_[0].torque, 0)[k];
     }
-  for (size_t b = 1; b < batches_.size(); ++b) {
-    const Batch& batch = batches_[b];
+  for (size_t b = 1; b < quads_.size(); ++b) {
+    const Quad& quad = quads_[b];
     const Bodies& B = bodies_[b];
-    for (size_t k = 0; k < batch.width; ++k) {
+    for (size_t k = 0; k < quad.width; ++k) {
       Lanes share = dot(B.turn[k], B.torque);
-      if (batch.hasSlides && k == 0) share += dot(B.slide, B.force);
-      for (size_t l = 0; l < batch.count; ++l)
-        if (k < tree_.dofOfBody[batch.body[l]]) h[batch.gv[k][l]] = share[l];
+      if (quad.hasSlides && k == 0) share += dot(B.slide, B.force);
+      for (size_t l = 0; l < quad.count; ++l)
+        if (k < tree_.dofOfBody[quad.body[l]]) h[quad.gv[k][l]] = share[l];
     }
   }
 }

@@ -6,7 +6,7 @@
 
 namespace zelvik {
 
-const std::vector<PairSearch::Pair>& PairSearch::findPairs(dSpaceID space) {
+const std::vector<PairSearch::GeomPair>& PairSearch::findPairs(dSpaceID space) {
   dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
   clear();
   const int count = dSpaceGetNumGeoms(space);
@@ -23,13 +23,13 @@ void PairSearch::append(dGeomID geom, bool isDynamic) {
   list_.push_back({geom, isDynamic ? ~0ul : 0ul});
 }
 
-const std::vector<PairSearch::Pair>& PairSearch::findPairs(bool sorted) {
+const std::vector<PairSearch::GeomPair>& PairSearch::findPairs(bool sorted) {
   wereSorted_ = sorted;
   return sorted ? findPairs<true>() : findPairs<false>();
 }
 
 template <bool sorted>
-const std::vector<PairSearch::Pair>& PairSearch::findPairs() {
+const std::vector<PairSearch::GeomPair>& PairSearch::findPairs() {
   if (sorted) sortBegins();
   groups_.resize(laneCount(list_.size()));
   for (size_t g = 0; g < groups_.size(); ++g) writeGroup<sorted>(g * kLanes, groups_[g]);

@@ -21,7 +21,11 @@ namespace zelvik {
 /// first. Nothing that was found before has an influence.
 class PairSearch {
  public:
-  struct Pair {
+  /// Geoms from which on sorting them is faster than comparing each with all, and this search
+  /// faster than those of ODE's spaces: measured, see docs/performance.md.
+  static constexpr size_t kManyGeoms = 40;
+
+  struct GeomPair {
     dGeomID first, second;  ///< as they stand in the list
   };
 
@@ -32,13 +36,13 @@ class PairSearch {
   void clear();
   void append(dGeomID geom, bool isDynamic);
   size_t geomCount() const { return list_.size(); }
-  const std::vector<Pair>& findPairs(bool sorted);
+  const std::vector<GeomPair>& findPairs(bool sorted);
   ///@}
 
   /// Pairs of a simple or a sweep-and-prune space: those that `dSpaceCollide` reports, at a
   /// fraction of its cost for many geoms. Pairs of a simple space have ODE's order; in a
   /// sweep-and-prune space geoms are sorted. Good until the next call.
-  const std::vector<Pair>& findPairs(dSpaceID space);
+  const std::vector<GeomPair>& findPairs(dSpaceID space);
 
   /// Whether the last call sorted.
   bool isSorted() const { return wereSorted_; }
@@ -67,7 +71,7 @@ class PairSearch {
   void sortBegins();
   void startBegins();
   template <bool sorted>
-  const std::vector<Pair>& findPairs();
+  const std::vector<GeomPair>& findPairs();
   template <bool sorted>
   std::uint32_t placeOf(size_t i) const;
   template <bool sorted>
@@ -80,7 +84,7 @@ class PairSearch {
   bool wereSorted_ = false;
   std::vector<Begin> begins_;  ///< in the order of a sorted search
   std::vector<Group> groups_;  ///< in the order of the search
-  std::vector<Pair> pairs_;
+  std::vector<GeomPair> pairs_;
 };
 
 }  // namespace zelvik

@@ -146,8 +146,8 @@ inline void scatter(const Lanes3& a, size_t count, Vec3* const* places) {
   transposeLanes(r0, r1, r2, r3);
   const Lanes rows[4] = {r0, r1, r2, r3};
   for (size_t l = 0; l < count; ++l) {
-    const Pair xy = {rows[l][0], rows[l][1]};
-    storePair(places[l]->v, xy);
+    const TwoLanes xy = {rows[l][0], rows[l][1]};
+    storeTwo(places[l]->v, xy);
     places[l]->v[2] = rows[l][2];
   }
 }

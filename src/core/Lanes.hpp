@@ -32,15 +32,15 @@ inline void storeLanes(double* p, const Lanes& a) {
 }
 
 /// Two doubles.
-using Pair = double __attribute__((vector_size(16)));
-typedef double PairInMemory __attribute__((vector_size(16), aligned(8), may_alias));
+using TwoLanes = double __attribute__((vector_size(16)));
+typedef double TwoInMemory __attribute__((vector_size(16), aligned(8), may_alias));
 
-inline Pair loadPair(const double* p) {
-  return *reinterpret_cast<const PairInMemory*>(p);
+inline TwoLanes loadTwo(const double* p) {
+  return *reinterpret_cast<const TwoInMemory*>(p);
 }
 
-inline void storePair(double* p, const Pair& a) {
-  *reinterpret_cast<PairInMemory*>(p) = a;
+inline void storeTwo(double* p, const TwoLanes& a) {
+  *reinterpret_cast<TwoInMemory*>(p) = a;
 }
 
 inline Lanes broadcast(double x) {
@@ -72,23 +72,23 @@ constexpr size_t laneCount(size_t count) {
 
 /// Copies without reading or writing beyond `count`; for the short stretches for which the
 /// library's function costs more than the copy.
-inline void copyRun(const double* from, size_t count, double* to) {
+inline void copyStretch(const double* from, size_t count, double* to) {
   size_t t = 0;
   for (; t + kLanes <= count; t += kLanes) storeLanes(to + t, loadLanes(from + t));
   if (t + 2 <= count) {
-    storePair(to + t, loadPair(from + t));
+    storeTwo(to + t, loadTwo(from + t));
     t += 2;
   }
   if (t < count) to[t] = from[t];
 }
 
 /// to += factor from.
-inline void addRun(const double* from, double factor, size_t count, double* to) {
+inline void addStretch(const double* from, double factor, size_t count, double* to) {
   size_t t = 0;
   for (; t + kLanes <= count; t += kLanes)
     storeLanes(to + t, loadLanes(to + t) + factor * loadLanes(from + t));
   if (t + 2 <= count) {
-    storePair(to + t, loadPair(to + t) + factor * loadPair(from + t));
+    storeTwo(to + t, loadTwo(to + t) + factor * loadTwo(from + t));
     t += 2;
   }
   if (t < count) to[t] += factor * from[t];

@@ -38,8 +38,8 @@ inline void addProduct(const Mat<6, 3>& B, const Vec3& p, Mat<6, 1>& u) {
   const double* b = B.v;
   storeLanes(u.v, loadLanes(u.v) + loadLanes(b) * p[0] + loadLanes(b + 6) * p[1] +
                       loadLanes(b + 12) * p[2]);
-  storePair(u.v + 4, loadPair(u.v + 4) + loadPair(b + 4) * p[0] + loadPair(b + 10) * p[1] +
-                         loadPair(b + 16) * p[2]);
+  storeTwo(u.v + 4, loadTwo(u.v + 4) + loadTwo(b + 4) * p[0] + loadTwo(b + 10) * p[1] +
+                        loadTwo(b + 16) * p[2]);
 }
 
 /// The normal's row of G times u.
@@ -64,9 +64,9 @@ inline void storeImpulseMap(const Columns33& push, const Columns33& spin, Mat<6,
   storeLanes(B.v, a);
   storeLanes(B.v + 6, b);
   storeLanes(B.v + 12, c);
-  storePair(B.v + 4, Pair{even[0], even[1]});
-  storePair(B.v + 10, Pair{odd[0], odd[1]});
-  storePair(B.v + 16, Pair{even[2], even[3]});
+  storeTwo(B.v + 4, TwoLanes{even[0], even[1]});
+  storeTwo(B.v + 10, TwoLanes{odd[0], odd[1]});
+  storeTwo(B.v + 16, TwoLanes{even[2], even[3]});
 }
 
 /// lever J, for a symmetric J

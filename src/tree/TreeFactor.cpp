@@ -6,7 +6,7 @@
 #include "core/Lanes.hpp"
 #include "tree/TreeSegments.hpp"
 
-// Packed rows are filled up to multiples of four, and loops run over whole lanes: values behind the
+// Packed rows are filled up to multiples of four, and loops run over whole lanes: values past the
 // diagonal are computed along and never read as values.
 
 namespace zelvik {
@@ -22,7 +22,7 @@ void TreeFactor::setPattern(const TreePattern& pattern) {
   chainRows_.assign(pattern.size, nullptr);
   packed_.setZero(stride_ + kLanes);
   z_.setZero(kLanes * stride_);
-  x_.setZero(kBatch * kLanes * stride_);
+  x_.setZero(kMostRequests * kLanes * stride_);
 }
 
 void TreeFactor::addDiagonal(const double* diagonal) {
@@ -51,15 +51,15 @@ void TreeFactor::eliminate(const Segment& s) {
     }
   }
   // Four columns at a time through all rows above, so that the lanes of L are read once.
-  for (size_t i = s.runBegin; i < s.runEnd; ++i) {
-    const TreePattern::Run& run = pattern_->runs[i];
-    const size_t* start = pattern_->rowStart.data() + run.first;
-    const size_t end = run.position + run.count;
+  for (size_t i = s.stretchBegin; i < s.stretchEnd; ++i) {
+    const TreePattern::Stretch& stretch = pattern_->stretches[i];
+    const size_t* start = pattern_->rowStart.data() + stretch.first;
+    const size_t end = stretch.position + stretch.count;
     for (size_t b = 0; b < end; b += kLanes) {
       Lanes l[w];
       for (size_t r = 0; r < w; ++r) l[r] = loadLanes(L[r] + b);
-      for (size_t at = b > run.position ? b : run.position; at < end; ++at) {
-        double* row = rows_.v + start[at - run.position] + b;
+      for (size_t at = b > stretch.position ? b : stretch.position; at < end; ++at) {
+        double* row = rows_.v + start[at - stretch.position] + b;
         Lanes sum = loadLanes(row);
         for (size_t r = 0; r < w; ++r) sum -= P[r][at] * l[r];
         storeLanes(row, sum);
@@ -82,7 +82,7 @@ void TreeFactor::multiplySegment(const Segment& s, const double* rows, const dou
   double u[w], sum[w];
   for (size_t r = 0; r < w; ++r) u[r] = x[s.first + r];
   if (isBelowOneRun(s)) {
-    const size_t above = pattern_->runs[s.runBegin].first;
+    const size_t above = pattern_->stretches[s.stretchBegin].first;
     A.dotRun(x + above, sum);
     A.addToRun(u, product + above);
   } else {
@@ -115,7 +115,7 @@ void TreeFactor::solveSegmentUpwards(const Segment& s, double* x) {
   for (size_t r = 0; r < w; ++r) x[s.first + r] = y[r];
   if (isBelowOneRun(s)) {
     for (size_t r = 0; r < w; ++r) y[r] = -y[r];
-    L.addToRun(y, x + pattern_->runs[s.runBegin].first);
+    L.addToRun(y, x + pattern_->stretches[s.stretchBegin].first);
   } else {
     L.combineChain(y, packed_.v);
     pattern_->scatterChain(s, packed_.v, -1.0, x);
@@ -128,7 +128,7 @@ void TreeFactor::solveSegmentDownwards(const Segment& s, double* x) {
   const SegmentRows<w> L(*pattern_, s, factor_.v);
   double sum[w];
   if (isBelowOneRun(s)) {
-    L.dotRun(x + pattern_->runs[s.runBegin].first, sum);
+    L.dotRun(x + pattern_->stretches[s.stretchBegin].first, sum);
   } else {
     const double* chain = pattern_->gatherChain(s, x, packed_.v);
     L.clearBehind(packed_.v);
@@ -157,9 +157,9 @@ namespace {
 template <typename Visit>
 inline void forChain(const TreePattern& p, const Segment& s, size_t k, const double* row,
                      Visit&& visit) {
-  for (size_t i = s.runBegin; i < s.runEnd; ++i) {
-    const TreePattern::Run run = p.runs[i];
-    for (size_t t = 0; t < run.count; ++t) visit(row[run.position + t], run.first + t);
+  for (size_t i = s.stretchBegin; i < s.stretchEnd; ++i) {
+    const TreePattern::Stretch stretch = p.stretches[i];
+    for (size_t t = 0; t < stretch.count; ++t) visit(row[stretch.position + t], stretch.first + t);
   }
   for (size_t j = s.first; j < k; ++j) visit(row[s.depth + j - s.first], j);
 }

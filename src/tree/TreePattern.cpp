@@ -17,7 +17,7 @@ void TreePattern::build(const std::vector<size_t>& parentOf) {
   rowStart.assign(size, 0);
   position.assign(size, 0);
   segments.clear();
-  runs.clear();
+  stretches.clear();
   storage = 0;
   std::vector<size_t> childCount(size, 0);
   for (size_t k = 0; k < size; ++k) {
@@ -40,16 +40,17 @@ void TreePattern::build(const std::vector<size_t>& parentOf) {
 }
 
 void TreePattern::addSegment(size_t first, size_t end) {
-  Segment segment{first, end - first, position[first], runs.size(), 0};
-  // The chain above, from the root: runs are found from below, so each goes to the front.
+  Segment segment{first, end - first, position[first], stretches.size(), 0};
+  // The chain above, from the root: stretches are found from below, so each goes to the front.
   for (size_t k = parent[first]; k != kNone;) {
     size_t start = k;
     while (parent[start] != kNone && parent[start] == start - 1) --start;
-    const Run run{position[start], start, k - start + 1};
-    runs.insert(runs.begin() + static_cast<std::ptrdiff_t>(segment.runBegin), run);
+    const Stretch stretch{position[start], start, k - start + 1};
+    stretches.insert(stretches.begin() + static_cast<std::ptrdiff_t>(segment.stretchBegin),
+                     stretch);
     k = parent[start];
   }
-  segment.runEnd = runs.size();
+  segment.stretchEnd = stretches.size();
   segments.push_back(segment);
 }
 
@@ -66,15 +67,15 @@ void TreePattern::unpack(const double* rows, double* dense) const {
 }
 
 double* TreePattern::gatherChain(const Segment& s, const double* x, double* packed) const {
-  for (size_t r = s.runBegin; r < s.runEnd; ++r)
-    copyRun(x + runs[r].first, runs[r].count, packed + runs[r].position);
+  for (size_t r = s.stretchBegin; r < s.stretchEnd; ++r)
+    copyStretch(x + stretches[r].first, stretches[r].count, packed + stretches[r].position);
   return packed;
 }
 
 void TreePattern::scatterChain(const Segment& s, const double* packed, double factor,
                                double* x) const {
-  for (size_t r = s.runBegin; r < s.runEnd; ++r)
-    addRun(packed + runs[r].position, factor, runs[r].count, x + runs[r].first);
+  for (size_t r = s.stretchBegin; r < s.stretchEnd; ++r)
+    addStretch(packed + stretches[r].position, factor, stretches[r].count, x + stretches[r].first);
 }
 
 }  // namespace zelvik

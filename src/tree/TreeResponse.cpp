@@ -7,8 +7,8 @@
 #include "tree/TreeSegments.hpp"
 
 // Responses A^-1 J^T = L^-1 D^-1 L^-T J^T of contacts. A contact's three right sides lie in the
-// lanes of one register, the fourth lane runs along. L^-T touches only the chain of the contact's
-// body.
+// lanes of one register, the fourth lane stretches along. L^-T touches only the chain of the
+// contact's body.
 
 namespace zelvik {
 namespace {
@@ -143,10 +143,10 @@ void TreeFactor::respondSegment(const TreePattern::Segment& s) {
     L[r] = factor_.v + pattern_->rowStart[s.first + r];
     for (size_t c = 0; c < count; ++c) sum[r][c] = loadLanes(own + width * r + kLanes * c);
   }
-  for (size_t i = s.runBegin; i < s.runEnd; ++i) {
-    const TreePattern::Run& run = pattern_->runs[i];
-    const double* x = x_.v + width * run.first;
-    for (size_t t = run.position; t < run.position + run.count; ++t, x += width)
+  for (size_t i = s.stretchBegin; i < s.stretchEnd; ++i) {
+    const TreePattern::Stretch& stretch = pattern_->stretches[i];
+    const double* x = x_.v + width * stretch.first;
+    for (size_t t = stretch.position; t < stretch.position + stretch.count; ++t, x += width)
       for (size_t c = 0; c < count; ++c) {
         const Lanes xc = loadLanes(x + kLanes * c);
         for (size_t r = 0; r < w; ++r) sum[r][c] -= L[r][t] * xc;
@@ -174,7 +174,7 @@ void TreeFactor::respondBatch(const Request* requests) {
 }
 
 void TreeFactor::respond(const Request* requests, size_t count) {
-  static_assert(kBatch == 2);
+  static_assert(kMostRequests == 2);
   if (count == 1) respondBatch<1>(requests);
   if (count == 2) respondBatch<2>(requests);
 }

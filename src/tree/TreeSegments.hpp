@@ -26,7 +26,7 @@ inline void withWidth(const TreePattern::Segment& s, Kernel&& kernel) {
 
 /// Whether the velocities above a segment are neighbours; then its rows meet a vector as it stands.
 inline bool isBelowOneRun(const TreePattern::Segment& s) {
-  return s.runEnd - s.runBegin == 1;
+  return s.stretchEnd - s.stretchBegin == 1;
 }
 
 /// The packed rows of a segment of w velocities.
@@ -79,9 +79,9 @@ class SegmentRows {
       for (size_t r = 0; r < w; ++r) sum[r] = sumOfLanes(lanes[r]);
     }
     if ((depth_ & 2) != 0) {
-      const Pair next = loadPair(x + b);
+      const TwoLanes next = loadTwo(x + b);
       for (size_t r = 0; r < w; ++r) {
-        const Pair product = loadPair(row_[r] + b) * next;
+        const TwoLanes product = loadTwo(row_[r] + b) * next;
         sum[r] += product[0] + product[1];
       }
       b += 2;
@@ -99,9 +99,9 @@ class SegmentRows {
       storeLanes(x + b, sum);
     }
     if ((depth_ & 2) != 0) {
-      Pair sum = loadPair(x + b);
-      for (size_t r = 0; r < w; ++r) sum += u[r] * loadPair(row_[r] + b);
-      storePair(x + b, sum);
+      TwoLanes sum = loadTwo(x + b);
+      for (size_t r = 0; r < w; ++r) sum += u[r] * loadTwo(row_[r] + b);
+      storeTwo(x + b, sum);
       b += 2;
     }
     if ((depth_ & 1) != 0)

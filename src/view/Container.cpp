@@ -188,15 +188,15 @@ class Columns {
   Json json_;
 };
 
-Json describe(const Table<ContactRow>& table, Blocks& blocks) {
+Json describe(const Table<ContactSample>& table, Blocks& blocks) {
   Columns columns(table, blocks);
-  columns.addPlace("position", &ContactRow::position);
-  columns.addDirection("normal", &ContactRow::normal);
-  columns.addForce("impulse", &ContactRow::impulse);
-  columns.addNumber("state", 1.0, &ContactRow::state);
-  columns.addNumber("a", 1.0, &ContactRow::a);
-  columns.addNumber("b", 1.0, &ContactRow::b);
-  columns.addNumber("depth", kDepthUnit, &ContactRow::depth);
+  columns.addPlace("position", &ContactSample::position);
+  columns.addDirection("normal", &ContactSample::normal);
+  columns.addForce("impulse", &ContactSample::impulse);
+  columns.addNumber("state", 1.0, &ContactSample::state);
+  columns.addNumber("a", 1.0, &ContactSample::a);
+  columns.addNumber("b", 1.0, &ContactSample::b);
+  columns.addNumber("depth", kDepthUnit, &ContactSample::depth);
   return columns.take();
 }
 

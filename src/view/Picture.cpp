@@ -245,7 +245,7 @@ void addArrows(const std::vector<Arrow>& arrows, const View& view, Rasterizer& r
 void addContacts(const Recording& recording, std::size_t frame, const View& view,
                  Rasterizer& rasterizer) {
   std::vector<Arrow> arrows;
-  for (const ContactRow& row : rowsOf(recording.contacts, frame))
+  for (const ContactSample& row : rowsOf(recording.contacts, frame))
     arrows.push_back(
         {toVec3(row.position), toVec3(row.impulse), row.state == 2 ? kSlideColor : kStickColor});
   addArrows(arrows, view, rasterizer);

@@ -166,7 +166,7 @@ void captureContact(const contact::Contact& c, std::size_t self,
   if (problem.rank_ == contact::Single3DContactProblem::NORMAL_ONLY) return;
   const std::size_t partner = partnerOf(c, recording);
   if (partner == kNone) return;
-  ContactRow row;
+  ContactSample row;
   pack(c.position_, row.position);
   pack(c.normal_, row.normal);
   pack(transposeMul(c.frame_, problem.imp_), row.impulse);

@@ -66,7 +66,7 @@ struct Body {
   bool shows(const Shape& shape, bool collisionShapes) const;
 };
 
-struct ContactRow {
+struct ContactSample {
   float position[3], normal[3], impulse[3], depth;
   std::int32_t state, a, b;
 };
@@ -126,7 +126,7 @@ struct Recording {
   std::map<std::pair<std::string, bool>, std::size_t> meshFiles;
   std::vector<Body> bodies;
   std::vector<std::string> wireNames;
-  Table<ContactRow> contacts;
+  Table<ContactSample> contacts;
   Table<WireRow> wires;
   Table<ForceRow> forces, torques;
 

@@ -19,9 +19,6 @@ namespace {
 
 constexpr size_t kInitialPoints = 1000;
 constexpr size_t kMaxRayHits = 200;
-/// Geoms from which on it pays to write their boxes out and sort them: for the automatic broad
-/// phase, and in place of the search of a space of ODE, see docs/performance.md.
-constexpr size_t kManyGeoms = 40;
 
 dSpaceID createSpace(World::BroadPhase kind) {
   switch (kind) {
@@ -121,7 +118,7 @@ bool CollisionSpace::searchesPairs() const {
   if (broadPhase_ == World::BroadPhase::AUTO) return true;
   const bool canBe =
       broadPhase_ == World::BroadPhase::SIMPLE || broadPhase_ == World::BroadPhase::SWEEP_AND_PRUNE;
-  return canBe && static_cast<size_t>(dSpaceGetNumGeoms(space_)) >= kManyGeoms;
+  return canBe && static_cast<size_t>(dSpaceGetNumGeoms(space_)) >= PairSearch::kManyGeoms;
 }
 
 /// A hash space allocates while it is locked, and an exception in there would leave it so. What it
@@ -140,9 +137,9 @@ void CollisionSpace::collideSpace() {
 void CollisionSpace::collideFoundPairs() {
   const bool isOfSpace = broadPhase_ != World::BroadPhase::AUTO;
   if (!isOfSpace) listGeoms();
-  const auto& pairs =
-      isOfSpace ? search_.findPairs(space_) : search_.findPairs(search_.geomCount() >= kManyGeoms);
-  for (const PairSearch::Pair& pair : pairs) testPair(pair.first, pair.second);
+  const auto& pairs = isOfSpace ? search_.findPairs(space_)
+                                : search_.findPairs(search_.geomCount() >= PairSearch::kManyGeoms);
+  for (const PairSearch::GeomPair& pair : pairs) testPair(pair.first, pair.second);
 }
 
 /// Geoms of all objects, from the last object and shape to the first, static objects after all

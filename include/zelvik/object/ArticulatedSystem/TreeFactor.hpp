@@ -18,27 +18,27 @@ namespace zelvik {
 /// the next.
 struct ZELVIK_API TreePattern {
   /// A stretch of a chain whose velocities are neighbours.
-  struct Run {
+  struct Stretch {
     size_t position;  ///< in the packed rows
     size_t first;     ///< velocity
     size_t count;     ///< of velocities
   };
   /// At most four neighbouring velocities without a branch between them.
   struct Segment {
-    size_t first;     ///< velocity
-    size_t count;     ///< of velocities
-    size_t depth;     ///< packed position of the first
-    size_t runBegin;  ///< in `runs`: the chain above the segment, from the root
-    size_t runEnd;    ///< one past the last of these runs
+    size_t first;         ///< velocity
+    size_t count;         ///< of velocities
+    size_t depth;         ///< packed position of the first
+    size_t stretchBegin;  ///< in `stretches`: the chain above the segment, from the root
+    size_t stretchEnd;    ///< one past the last of these stretches
   };
 
-  size_t size = 0;                ///< velocities
-  size_t storage = 0;             ///< values of all packed rows
-  std::vector<size_t> rowStart;   ///< of each packed row
-  std::vector<size_t> position;   ///< packed position of each velocity
-  std::vector<size_t> parent;     ///< the next velocity towards the root, or `kNone`
-  std::vector<Segment> segments;  ///< of all velocities, from the root
-  std::vector<Run> runs;          ///< of the chains above all segments
+  size_t size = 0;                 ///< velocities
+  size_t storage = 0;              ///< values of all packed rows
+  std::vector<size_t> rowStart;    ///< of each packed row
+  std::vector<size_t> position;    ///< packed position of each velocity
+  std::vector<size_t> parent;      ///< the next velocity towards the root, or `kNone`
+  std::vector<Segment> segments;   ///< of all velocities, from the root
+  std::vector<Stretch> stretches;  ///< of the chains above all segments
 
   /// @param parentOf per velocity the next one towards the root, with a lower index, or `kNone`
   void build(const std::vector<size_t>& parentOf);
@@ -65,7 +65,7 @@ struct ZELVIK_API TreePattern {
 class ZELVIK_API TreeFactor {
  public:
   /// Chains that `respond` takes at once.
-  static constexpr size_t kBatch = 2;
+  static constexpr size_t kMostRequests = 2;
 
   /// What one contact asks of `respond`.
   struct Request {
@@ -93,7 +93,7 @@ class ZELVIK_API TreeFactor {
   void solve(double* x);
   /// Full inverse, `size` square, both triangles.
   void invert(double* inverse) const;
-  /// Responses of up to `kBatch` contacts.
+  /// Responses of up to `kMostRequests` contacts.
   void respond(const Request* requests, size_t count);
 
  private:
@@ -125,7 +125,7 @@ class ZELVIK_API TreeFactor {
   std::vector<const double*> chainRows_;  ///< rows of L of one chain
   VecDyn packed_;                         ///< values on one chain
   VecDyn z_;                              ///< four values per velocity: L^-T J^T of one contact
-  VecDyn x_;                              ///< `kBatch` times four values per velocity
+  VecDyn x_;                              ///< `kMostRequests` times four values per velocity
 };
 
 }  // namespace zelvik
