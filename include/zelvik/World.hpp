@@ -356,9 +356,9 @@ class ZELVIK_API World {
     return compliantWire_;
   }
 
-  /// Fills the problems of one object's contacts: own block, free velocity, coupling. Called by
-  /// `integrate2` for every dynamic object. Null is fatal: "World::contactProblemUpdate: Got a
-  /// nullptr for the object".
+  /// Fills the problems of one object's contacts: own block, free velocity, coupling. `integrate2`
+  /// does so for every dynamic object, but for the coupling. Null is fatal:
+  /// "World::contactProblemUpdate: Got a nullptr for the object".
   void contactProblemUpdate(Object* object);
 
  private:

@@ -119,12 +119,12 @@ class ZELVIK_API BisectionContactSolver {
   double timeStepInv_ = 100.0;  ///< (1/s)
   double surfaceLayer_ = 0.0;   ///< (m)
   double relaxation_ = 1.0;
-  double reservedParam1_ = 1.0;  ///< stored, read by nothing
-  double reservedParam2_ = 1.0;  ///< stored, read by nothing
   double threshold_ = 1e-8;
   double erp_ = 0.3;
   double erp2_ = 0.002;
   int maxIterations_ = 150;
+  // Stored, read by nothing.
+  double reservedParam1_ = 1.0, reservedParam2_ = 1.0;
   std::vector<double> errorHistory_;
   std::unique_ptr<ContactSweep> rows_;
 };

@@ -14,8 +14,8 @@ struct Contact {
   Mat<3, 3> frame_;     ///< world to contact frame; rows: tangent, tangent, unit normal
   Mat<3, 1> position_;  ///< (m, world axes)
   Mat<3, 1> normal_;    ///< as given, towards the A side (world axes)
-  Single3DContactProblem* contactProblem_ = nullptr;  ///< set by `World::contactProblemUpdate`
-  Mat<3, 3>* delassusPtr_ = nullptr;                  ///< the problem's own block; set likewise
+  Single3DContactProblem* contactProblem_ = nullptr;  ///< set by `World::integrate2`
+  Mat<3, 3>* delassusPtr_ = nullptr;                  ///< its own block; read by nothing
   double impactVel_ = 0.0;          ///< normal velocity of this side's point before the solve (m/s)
   double depth_ = 0.0;              ///< signed distance, negative while penetrating (m)
   size_t contactIndex_ = 0;         ///< place in this object's list

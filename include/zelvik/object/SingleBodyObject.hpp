@@ -307,24 +307,26 @@ class ZELVIK_API SingleBodyObject : public Object {
   Mat<3, 3> worldInertiaInv_{};                               ///< in world axes
   GyroscopicMode gyroscopicMode_ = IMPLICIT_GYROSCOPIC_BODY;  ///< see `setGyroscopicMode`
 
-  Mat<3, 1> linVelFree_{};             ///< after a step without contacts (m/s)
-  Mat<3, 1> angVelFree_{};             ///< after a step without contacts (rad/s)
-  Mat<3, 1> force_{};                  ///< of this step (N)
-  Mat<3, 1> torque_{};                 ///< of this step, about the centre of mass (N m)
-  std::vector<Mat<3, 1>> contactArm_;  ///< centre of mass minus contact point (m, world axes)
-  double mass_ = 0.0;                  ///< (kg)
-  double invMass_ = 0.0;               ///< (1/kg)
-  double linearDamping_ = 0.0;         ///< (N s/m)
-  Mat<3, 1> angularDamping_{};         ///< (N m s/rad, body axes)
-  double mapMassInv_ = 0.0;            ///< of which the maps are made (1/kg)
-  Mat<3, 3> mapInertiaInv_{};          ///< of which the maps are made (world axes)
+  Mat<3, 1> linVelFree_{};      ///< after a step without contacts (m/s)
+  Mat<3, 1> angVelFree_{};      ///< after a step without contacts (rad/s)
+  Mat<3, 1> force_{};           ///< of this step (N)
+  Mat<3, 1> torque_{};          ///< of this step, about the centre of mass (N m)
+  double mass_ = 0.0;           ///< (kg)
+  double invMass_ = 0.0;        ///< (1/kg)
+  double linearDamping_ = 0.0;  ///< (N s/m)
+  Mat<3, 1> angularDamping_{};  ///< (N m s/rad, body axes)
+  double mapMassInv_ = 0.0;     ///< of which the maps are made (1/kg)
+  Mat<3, 3> mapInertiaInv_{};   ///< of which the maps are made (world axes)
   /// Per contact: six velocities per unit impulse along each contact axis, by `makeImpulseMaps`.
   std::vector<Mat<6, 3>> contactImpulseMap_;
   /// Per contact: contact-frame velocity from the six velocities.
   std::vector<Mat<3, 6>> contactJacobian_;
   bool constraintForceApplied_ = false;  ///< by a wire, in this step
-  std::string materialName_;             ///< see `setMaterial`
-  std::string appearance_;               ///< see `setAppearance`
+  // Kept up to date, read by nothing.
+  std::vector<Mat<3, 1>> contactArm_;  ///< centre of mass minus contact point (m, world axes)
+
+  std::string materialName_;  ///< see `setMaterial`
+  std::string appearance_;    ///< see `setAppearance`
 
  private:
   void computeFreeVelocities(const Mat<3, 1>& gravity, double dt);
