@@ -120,6 +120,8 @@ REASONS = {
     "Single3DContactProblem::checkRank": _SWEEP,
     "ZelvikMsg::stream": "messages go to `logging` and `FatalError`",
     "getImmovable": "a warning tells it",
+    "getImpulseMaps": _SWEEP,
+    "viewContacts": _SWEEP,
     "objectTypeToString": "`ObjectType.name`",
     "stringToObjectType": "`ObjectType[name]`",
     "Image::pixel": "images are arrays",
@@ -150,6 +152,7 @@ WHOLE = {
     "object/ArticulatedSystem/JointAndBodies.hpp": "trees are `Link` records",
     "contact/Single3DContactProblem.hpp": "linear algebra: numpy",
     "DelassusRow": _SWEEP,
+    "TreeDescription": "trees are `Link` records",
 }
 
 _TOKEN = re.compile(r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])'""", re.S)
