@@ -16,7 +16,8 @@ const std::string kModels = ZELVIK_MODEL_DIR;
 
 }  // namespace
 
-RandomWorld::RandomWorld(std::uint32_t seed) : random_(seed), calm_(seed % 2 == 0) {
+RandomWorld::RandomWorld(std::uint32_t seed, bool strays)
+    : random_(seed), strayRandom_(seed + 1), strays_(strays), calm_(seed % 2 == 0) {
   fill();
 }
 
@@ -272,7 +273,32 @@ void RandomWorld::disturb() {
   if (chance(0.02)) teleport(object);
 }
 
+/// Draws from a source of its own.
+void RandomWorld::stray() {
+  const auto chance = [this](double p) { return strayRandom_.uniform(0.0, 1.0) < p; };
+  if (!chance(0.1) || world_.getBroadPhase() == World::BroadPhase::QUADTREE) return;
+  const State state = world_.saveState();
+  while (!chance(0.3)) {
+    for (Object* object : world_.getObjList()) {
+      if (chance(0.3)) object->setExternalForce(0, strayRandom_.vector(20.0));
+      auto* body = dynamic_cast<SingleBodyObject*>(object);
+      if (body != nullptr && chance(0.3)) body->setPosition(strayRandom_.vector(1.0));
+      if (body != nullptr && chance(0.1)) body->setVelocity(strayRandom_.vector(1e200), {});
+      auto* system = dynamic_cast<ArticulatedSystem*>(object);
+      if (system == nullptr || !chance(0.3)) continue;
+      VecDyn q = system->getGeneralizedCoordinate();
+      for (size_t i = 0; i < q.n; ++i) q[i] += strayRandom_.uniform(-0.1, 0.1);
+      system->setGeneralizedCoordinate(q);
+      system->setPTarget(q);
+      system->setBasePos(strayRandom_.vector(1.0));
+    }
+    world_.integrate();
+  }
+  world_.restoreState(state);
+}
+
 void RandomWorld::step() {
+  if (strays_) stray();
   disturb();
   world_.integrate1();
   contactCount_ += world_.getContactProblems().size();

@@ -18,7 +18,9 @@ namespace zelvik::fuzz {
 /// The fatal callback has to come back: refusals are part of the game.
 class RandomWorld {
  public:
-  explicit RandomWorld(std::uint32_t seed);
+  /// @param strays now and then the world is saved, makes some steps of its own with whatever a
+  /// host may do meanwhile, and is restored: of which nothing may be seen later
+  explicit RandomWorld(std::uint32_t seed, bool strays = false);
   RandomWorld(const RandomWorld&) = delete;
   RandomWorld& operator=(const RandomWorld&) = delete;
 
@@ -57,8 +59,11 @@ class RandomWorld {
   void changeParameters();
   void castRay();
   void disturb();
+  void stray();
 
   scenes::RandomSource random_;
+  scenes::RandomSource strayRandom_;
+  bool strays_;
   bool calm_;
   World world_;
   size_t contactCount_ = 0;

@@ -20,9 +20,10 @@
 //     stepper [--worlds N] [--steps N] [--seed S]
 //
 // World number i has the seed S + i. A failure is a crash, a report of a sanitizer, an exception, a
-// world that takes more than a minute, and, for every tenth world, another result when it is run a
-// second time. The seeds of failures are printed; `--worlds 1 --seed S` runs one again. The exit
-// status tells whether there were any.
+// world that takes more than a minute, and another result when a world is run a second time, which
+// every tenth world is, or when it is saved, made to stray and restored at random steps, which is
+// done with every third. The seeds of failures are printed; `--worlds 1 --seed S` runs one again.
+// The exit status tells whether there were any.
 //
 // Calm worlds whose state stops being finite are counted, but are no failures: bodies are put into
 // each other at random, and impulses on a robot with dozens of deep contacts may grow without
@@ -34,6 +35,7 @@ using zelvik::fuzz::RandomWorld;
 
 constexpr std::uint32_t kWorldsPerProcess = 50;
 constexpr std::uint32_t kWorldsPerRepetition = 10;
+constexpr std::uint32_t kWorldsPerStray = 3;
 constexpr unsigned int kLongestWorld = 60;  ///< (s)
 
 struct Options {
@@ -69,10 +71,11 @@ bool readOptions(int argc, char** argv, Options& options) {
 }
 
 /// Hash of the end state.
-std::uint64_t runWorld(std::uint32_t seed, std::uint32_t steps, Progress& progress) {
+std::uint64_t runWorld(std::uint32_t seed, std::uint32_t steps, Progress& progress,
+                       bool strays = false) {
   progress.seed = seed;
   alarm(kLongestWorld);
-  RandomWorld world(seed);
+  RandomWorld world(seed, strays);
   for (std::uint32_t i = 0; i < steps; ++i) world.step();
   alarm(0);
   if (world.isCalm() && !zelvik::scenes::isStateFinite(world.world())) ++progress.diverged;
@@ -86,10 +89,13 @@ void runWorlds(std::uint32_t first, std::uint32_t end, std::uint32_t steps, Prog
   zelvik::ZelvikMsg::fatalCallback_ = [] {};
   for (std::uint32_t seed = first; seed < end; ++seed) {
     const std::uint64_t hash = runWorld(seed, steps, progress);
-    if (seed % kWorldsPerRepetition != 0) continue;
     Progress ignored = progress;
-    if (runWorld(seed, steps, ignored) != hash) {
+    if (seed % kWorldsPerRepetition == 0 && runWorld(seed, steps, ignored) != hash) {
       std::fprintf(stderr, "the second run has another result\n");
+      std::abort();
+    }
+    if (seed % kWorldsPerStray == 0 && runWorld(seed, steps, ignored, true) != hash) {
+      std::fprintf(stderr, "a run that is saved and restored has another result\n");
       std::abort();
     }
   }

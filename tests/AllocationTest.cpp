@@ -97,6 +97,28 @@ TEST(Allocation, WarmedUpStepOfAStandingRobotHasNone) {
   EXPECT_EQ(scene.groundContacts(), 4u);
 }
 
+TEST(Allocation, SavingAndRestoringAMomentHasNone) {
+  scenes::StandingRobot scene(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  World& world = scene.world;
+  world.setWarmStart(true);
+  for (int i = 0; i < 400; ++i) world.integrate();
+  State state;
+  const auto goBackAndForth = [&] {
+    for (int i = 0; i < 10; ++i) {
+      world.saveState(state);
+      for (int k = 0; k < 3; ++k) world.integrate();
+      world.restoreState(state);
+      world.getStateHash();
+    }
+  };
+  goBackAndForth();
+  const size_t before = allocations;
+  counting = true;
+  goBackAndForth();
+  counting = false;
+  EXPECT_EQ(allocations - before, 0u);
+}
+
 void expectNoneInAPile(bool warmStart) {
   World world;
   world.setWarmStart(warmStart);

@@ -11,6 +11,7 @@
 #include <zelvik/EigenArguments.hpp>
 #include <zelvik/Materials.hpp>
 #include <zelvik/RayHit.hpp>
+#include <zelvik/State.hpp>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
@@ -31,6 +32,7 @@ namespace zelvik {
 
 class CollisionSpace;
 class ImpulseMemory;
+class StateArchive;
 class StepContacts;
 
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
@@ -61,8 +63,8 @@ class ZELVIK_API World {
     /// The collision library's hash space. Allocates in every step, and overlooks a pair now and
     /// then that meets at the origin of the world (0.4 % there, none elsewhere).
     HASH,
-    SIMPLE,           ///< all pairs; never allocates
-    SWEEP_AND_PRUNE,  ///< along x; for many bodies that are spread out
+    SIMPLE,           ///< `AUTO` that always looks at all pairs
+    SWEEP_AND_PRUNE,  ///< `AUTO` that always sorts along x; for many bodies that are spread out
     QUADTREE          ///< cells of 4 m in a square of 128 m about the origin; never allocates
   };
 
@@ -295,6 +297,36 @@ class ZELVIK_API World {
   /// and targets stay.
   void resetHistory();
 
+  ///@{
+  /// Saves this moment, between steps, into the memory of `state`: a second time allocates nothing.
+  /// Nothing in the world changes.
+  ///
+  /// Fatal, and false and an empty state if the callback comes back: between `integrate1` and
+  /// `integrate2`, and with `BroadPhase::QUADTREE`, whose order nobody can restore
+  /// ("World::saveState: ...").
+  bool saveState(State& state) const;
+  State saveState() const {
+    State state;
+    saveState(state);
+    return state;
+  }
+  ///@}
+  /// Goes back to a saved moment, between steps. The world then continues to the last bit as the
+  /// one that was saved, if it was built by the same calls (objects and wires of the same kinds and
+  /// sizes, in the same order) and has the same parameters, materials, shapes and gains: those are
+  /// no part of a state (docs/state-format.md). Contacts and other readings are empty until the
+  /// next step, but for velocities of bodies, forces in joints, and wires. Allocates nothing once
+  /// it is warm.
+  ///
+  /// Fatal, and false and nothing changed if the callback comes back: a state of another structure
+  /// ("World::restoreState: the state has 3 objects, this world has 2", ...), an empty one, and
+  /// where `saveState` is.
+  bool restoreState(const State& state);
+  /// `State::getHash` of the present moment; 0 where `saveState` is fatal.
+  std::uint64_t getStateHash() const;
+  /// Whether `integrate1` has run and `integrate2` has not.
+  bool isBetweenHalves() const { return betweenHalves_; }
+
   /// Writes the present state as a world file, and beside it the robots that were made from URDF
   /// text. A snapshot: materials, wires, appearances and some more are not in it, and worlds with
   /// meshes or height maps cannot be read back (docs/world-file.md). A file that cannot be written
@@ -375,6 +407,10 @@ class ZELVIK_API World {
                     unsigned long group, unsigned long mask);
   void moveLastObjectTo(size_t index);
 
+  bool canSaveState(const char* operation) const;
+  bool visitStructure(StateArchive& archive) const;
+  void visitState(StateArchive& archive);
+
   ImpulseMemory* activeMemory() const;
   void updateWires();
   void warnOfImmovable();
@@ -389,12 +425,14 @@ class ZELVIK_API World {
   contact::BisectionContactSolver solver_;
   std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
   bool warmStart_ = false;
-  double solvedTimeStep_ = 0.0;  ///< of the last solve, 0 once its impulses are stored (s)
+  double solvedTimeStep_ = 0.0;  ///< of the last solve, 0 once its impulses are stored (s): state
+  bool betweenHalves_ = false;   ///< see `isBetweenHalves`
+  mutable State hashedState_;    ///< memory of `getStateHash`
 
   Mat<3, 1> gravity_{};
   double timeStep_ = 0.005;
-  double worldTime_ = 0.0;
-  size_t stepCount_ = 0;
+  double worldTime_ = 0.0;  ///< (s) state
+  size_t stepCount_ = 0;    ///< state
   size_t objectChangeCount_ = 0;
   std::string configFile_;
   bool hasWarnedOfImmovable_ = false;

@@ -79,6 +79,7 @@ _SWEEP = "the solver's access to an object during the sweeps"
 _TREE = "the inner layout of a robot; names and parts tell it"
 _GEOM = "a geom of the collision library"
 _WORLD = "called by the world"
+_LATER = "not bound yet"
 
 # Why there is no name, by function, with or without its class.
 REASONS = {
@@ -94,7 +95,8 @@ REASONS = {
     **dict.fromkeys(
         "addContactPointVel subContactPointVel getContactPointVel updateGenVelWithImpulse "
         "getDelassusAndTauStar getPerObjectContact usesFullDelassus getImpactVel "
-        "getContactFrameJacobians getContactResponse getDampedDiagonal".split(),
+        "getContactFrameJacobians getContactResponse getDampedDiagonal viewContacts "
+        "getImpulseMaps".split(),
         _SWEEP,
     ),
     **dict.fromkeys(
@@ -110,9 +112,11 @@ REASONS = {
     ),
     **dict.fromkeys(
         "addContactToPerObjectContact clearPerObjectContact setIndexInWorld setIdInWorld "
-        "releaseBody areVisForcesCurrent setShapes shareForceWarning".split(),
+        "releaseBody areVisForcesCurrent setShapes shareForceWarning visitState "
+        "hasForgottenContacts".split(),
         _WORLD,
     ),
+    **dict.fromkeys("saveState restoreState getStateHash isBetweenHalves".split(), _LATER),
     "MaterialManager::init": "reading of files",
     "generateTerrain": "the constructor's; `World.add_terrain` makes the map",
     "coordinateCount": "`Joint.coordinate_slice` tells it",
@@ -153,6 +157,7 @@ WHOLE = {
     "contact/Single3DContactProblem.hpp": "linear algebra: numpy",
     "DelassusRow": _SWEEP,
     "TreeDescription": "trees are `Link` records",
+    "State.hpp": _LATER,
 }
 
 _TOKEN = re.compile(r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])'""", re.S)

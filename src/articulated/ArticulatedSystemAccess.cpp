@@ -31,7 +31,7 @@ void ArticulatedSystem::setGeneralizedCoordinate(const double* values, size_t co
 }
 
 void ArticulatedSystem::forgetContacts() {
-  contactJacobians_.clear();
+  hasMetSomething_ = false;
   Object::forgetContacts();
 }
 

@@ -69,8 +69,7 @@ inline void addResponse(const double* response, size_t stride, const Vec3& p, do
 
 void ArticulatedSystem::preContactSolverUpdate1(const Mat<3, 1>& gravity, double /*dt*/) {
   if (!initialOverlaps_.empty()) warnOfInitialOverlaps();
-  const bool mayUseDefault =
-      contactJacobians_.empty() || joints_.controlMode != PD_PLUS_FEED_FORWARD;
+  const bool mayUseDefault = !hasMetSomething_ || joints_.controlMode != PD_PLUS_FEED_FORWARD;
   integrationScheme_ = mayUseDefault ? defaultIntegrationScheme_ : TRAPEZOID;
   if (integrationScheme_ == RUNGE_KUTTA_4) warnOfRungeKuttaDamping();
   computeMassRows();
@@ -94,6 +93,7 @@ void ArticulatedSystem::computeGeneralizedMomentum() {
 void ArticulatedSystem::computeContactJacobians() {
   std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   numContacts_ = contacts.size();
+  hasMetSomething_ |= numContacts_ > 0;
   if (contactJacobians_.size() < numContacts_) {
     contactJacobians_.resize(numContacts_);
     for (SparseJacobian& jac : contactJacobians_) jac.reserve(tree_.dof);

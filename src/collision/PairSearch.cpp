@@ -6,14 +6,6 @@
 
 namespace zelvik {
 
-const std::vector<PairSearch::GeomPair>& PairSearch::findPairs(dSpaceID space) {
-  dSpaceClean(space);  // boxes of what has moved; those that move next come first from then on
-  clear();
-  const int count = dSpaceGetNumGeoms(space);
-  for (int i = 0; i < count; ++i) append(dSpaceGetGeom(space, i), true);
-  return findPairs(dSpaceGetClass(space) == dSweepAndPruneSpaceClass);
-}
-
 void PairSearch::clear() {
   list_.clear();
 }

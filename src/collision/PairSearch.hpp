@@ -39,11 +39,6 @@ class PairSearch {
   const std::vector<GeomPair>& findPairs(bool sorted);
   ///@}
 
-  /// Pairs of a simple or a sweep-and-prune space: those that `dSpaceCollide` reports, at a
-  /// fraction of its cost for many geoms. Pairs of a simple space have ODE's order; in a
-  /// sweep-and-prune space geoms are sorted. Good until the next call.
-  const std::vector<GeomPair>& findPairs(dSpaceID space);
-
   /// Whether the last call sorted.
   bool isSorted() const { return wereSorted_; }
 

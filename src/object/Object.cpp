@@ -44,6 +44,7 @@ void Object::appendJointLimits(contact::ContactProblemList&) {}
 
 void Object::forgetContacts() {
   clearPerObjectContact();
+  hasForgottenContacts_ = true;
   numContacts_ = 0;
 }
 

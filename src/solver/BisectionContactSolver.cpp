@@ -6,6 +6,7 @@
 
 #include "contact/ContactLaw.hpp"
 #include "contact/ContactPreparation.hpp"
+#include "core/StateArchive.hpp"
 #include "solver/ContactSweep.hpp"
 
 namespace zelvik::contact {
@@ -64,6 +65,10 @@ void BisectionContactSolver::setParameters(double relaxation, double reserved1, 
   reservedParam2_ = reserved2;
   maxIterations_ = maxIterations;
   threshold_ = threshold;
+}
+
+void BisectionContactSolver::visitState(StateArchive& archive) {
+  archive.flags({&forwardSweep_});
 }
 
 void BisectionContactSolver::startHistory() {

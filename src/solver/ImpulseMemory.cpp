@@ -6,6 +6,8 @@
 #include <utility>
 #include <zelvik/object/Object.hpp>
 
+#include "core/StateArchive.hpp"
+
 namespace zelvik {
 
 using contact::Contact;
@@ -23,6 +25,30 @@ const Contact* ImpulseMemory::contactsOf(const ContactGroup& group,
   if (group.contact + group.count > contacts.size()) return nullptr;
   const Contact* first = &contacts[group.contact];
   return first->contactProblemIndex_ == group.problem ? first : nullptr;
+}
+
+/// In a function of its own, so that a saved impulse has the bits of one that was never saved.
+[[gnu::noinline]] ImpulseMemory::Point ImpulseMemory::pointOf(const Contact& c) {
+  return {c.position_, transposeMul(c.frame_, c.contactProblem_->imp_)};
+}
+
+/// Whether the contacts of a group are still there, as if they had just been solved.
+bool ImpulseMemory::isKnown(const ContactGroup& group, const std::vector<Object*>& objects) const {
+  if (areGroupsRestored_)
+    return group.object < objects.size() && !objects[group.object]->hasForgottenContacts();
+  return contactsOf(group, objects) != nullptr;
+}
+
+/// Of a group that is known.
+template <typename Take>
+void ImpulseMemory::forEachPoint(const ContactGroup& group, const std::vector<Object*>& objects,
+                                 Take&& take) const {
+  const Contact* contacts = areGroupsRestored_ ? nullptr : contactsOf(group, objects);
+  for (std::uint32_t i = 0; i < group.count; ++i)
+    if (areGroupsRestored_)
+      take(restoredPoints_[group.contact + i]);
+    else if (contacts[i].contactProblem_ != nullptr)
+      take(pointOf(contacts[i]));
 }
 
 std::uint32_t& ImpulseMemory::headOf(const Key& key) {
@@ -67,18 +93,61 @@ void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
   heads_.assign(chains, kNoRun);
   clearEntries();
   for (const ContactGroup& group : groups_) {
-    const Contact* contacts = contactsOf(group, objects);
-    if (contacts == nullptr) continue;
+    if (!isKnown(group, objects)) continue;
     const Key key = keyOf(group);
     if (runs_.empty() || !(runs_.back().key == key)) appendRun(key);
     const double sign = group.sideA == key.lower ? 1.0 : -1.0;
-    for (std::uint32_t i = 0; i < group.count; ++i) {
-      const Contact& c = contacts[i];
-      if (c.contactProblem_ == nullptr) continue;
-      entries_.push_back(
-          {c.position_, sign * transposeMul(c.frame_, c.contactProblem_->imp_), recallCount_});
-    }
+    forEachPoint(group, objects, [&](const Point& p) {
+      entries_.push_back({p.position, sign * p.impulse, recallCount_});
+    });
     runs_.back().end = static_cast<std::uint32_t>(entries_.size());
+  }
+}
+
+/// When written, groups that are known no more are left out.
+void ImpulseMemory::visitState(StateArchive& archive, const std::vector<Object*>& objects) {
+  size_t count = 0;
+  for (const ContactGroup& group : groups_) count += isKnown(group, objects) ? 1 : 0;
+  count = archive.count(count, 4 * sizeof(double));
+  if (archive.isWriting()) {
+    for (ContactGroup& group : groups_)
+      if (isKnown(group, objects)) visitGroup(archive, objects, group);
+    return;
+  }
+  if (archive.isReading()) {
+    clear();
+    restoredPoints_.clear();
+    areGroupsRestored_ = true;
+  }
+  for (size_t i = 0; i < count && archive.isGood(); ++i) {
+    ContactGroup group{};
+    visitGroup(archive, objects, group);
+    if (archive.isReading()) groups_.push_back(group);
+  }
+}
+
+void ImpulseMemory::visitGroup(StateArchive& archive, const std::vector<Object*>& objects,
+                               ContactGroup& group) {
+  size_t count = 0;
+  if (archive.isWriting()) forEachPoint(group, objects, [&](const Point&) { ++count; });
+  count = archive.count(count, sizeof(Point));
+  group.sideA = archive.word(group.sideA);
+  group.sideB = archive.word(group.sideB);
+  const std::uint64_t holder =
+      archive.word(group.isWire ? ~std::uint64_t{group.object} : std::uint64_t{group.object});
+  if (archive.isWriting()) {
+    forEachPoint(group, objects, [&](Point point) { archive(point); });
+    return;
+  }
+  group.isWire = holder >> 63 != 0;
+  group.object = static_cast<std::uint32_t>(group.isWire ? ~holder : holder);
+  group.contact = static_cast<std::uint32_t>(restoredPoints_.size());
+  group.count = static_cast<std::uint32_t>(count);
+  archive.require(group.object < objects.size());
+  Point point{};
+  for (size_t i = 0; i < count; ++i) {
+    archive(point);
+    if (archive.isReading()) restoredPoints_.push_back(point);
   }
 }
 

@@ -10,6 +10,7 @@
 namespace zelvik {
 
 class Object;
+class StateArchive;
 
 /// Contacts of one pair of bodies, or a wire, as they stand one behind the other in the list of
 /// problems.
@@ -37,7 +38,10 @@ struct ContactGroup {
 class ImpulseMemory {
  public:
   /// Forgets the groups of the step before.
-  void clearGroups() { groups_.clear(); }
+  void clearGroups() {
+    groups_.clear();
+    areGroupsRestored_ = false;
+  }
   /// Contacts of the present step, in the order of their problems. @param end behind their problems
   void appendGroup(const ContactGroup& group, size_t end) {
     if (end == group.problem) return;
@@ -52,6 +56,8 @@ class ImpulseMemory {
   /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
   /// went between the halves of this step. @param dt time step of the coming solve (s)
   void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  /// See `Object::visitState`, between steps: the impulses that the next `store` takes.
+  void visitState(StateArchive& archive, const std::vector<Object*>& objects);
   /// Forgets everything.
   void clear() {
     clearGroups();
@@ -64,6 +70,11 @@ class ImpulseMemory {
     std::uint64_t lower, upper;
     bool isWire;
     bool operator==(const Key&) const = default;
+  };
+  /// A solved contact.
+  struct Point {
+    Vec3 position;  ///< (m, world axes)
+    Vec3 impulse;   ///< on the body of the group's side A (N s, world axes)
   };
   struct Entry {
     Vec3 position;          ///< (m, world axes)
@@ -86,13 +97,23 @@ class ImpulseMemory {
   static Key keyOf(const ContactGroup& group);
   static const contact::Contact* contactsOf(const ContactGroup& group,
                                             const std::vector<Object*>& objects);
+  static Point pointOf(const contact::Contact& contact);
+  bool isKnown(const ContactGroup& group, const std::vector<Object*>& objects) const;
+  template <typename Take>
+  void forEachPoint(const ContactGroup& group, const std::vector<Object*>& objects,
+                    Take&& take) const;
+  void visitGroup(StateArchive& archive, const std::vector<Object*>& objects, ContactGroup& group);
   std::uint32_t& headOf(const Key& key);
   std::uint32_t findInChain(const Key& key, std::uint32_t run) const;
   std::uint32_t findRun(const Key& key, std::uint32_t cursor);
   void appendRun(const Key& key);
   Entry* takeNearest(std::uint32_t run, const Vec3& position);
 
-  std::vector<ContactGroup> groups_;  ///< of the present step
+  std::vector<ContactGroup> groups_;  ///< of the present step: state, with the impulses
+  /// Whether groups and their points are those of a saved state. `ContactGroup::contact` is then
+  /// the place of the first point in `restoredPoints_`.
+  bool areGroupsRestored_ = false;
+  std::vector<Point> restoredPoints_;
   std::vector<Entry> entries_;
   std::vector<Run> runs_;
   std::vector<std::uint32_t> heads_;  ///< a power of two of chains of runs

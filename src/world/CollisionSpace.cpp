@@ -69,7 +69,6 @@ CollisionSpace::~CollisionSpace() {
 void CollisionSpace::setBroadPhase(World::BroadPhase kind) {
   broadPhase_ = kind;
   renewSpace();
-  hasMoved_ = true;
 }
 
 /// Puts all geoms, in object order, into a new space, which has no past.
@@ -102,23 +101,37 @@ void CollisionSpace::rethrow() {
   if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
 }
 
+/// Whether the geoms of static objects stand in a hash space as they were put into it: the last one
+/// first.
+bool CollisionSpace::areStaticGeomsInOrder() const {
+  const int count = dSpaceGetNumGeoms(space_);
+  const GeomRecord* last = nullptr;
+  for (int i = 0; i < count; ++i) {
+    const GeomRecord& record = geomRecord(dSpaceGetGeom(space_, i));
+    if (objects_[record.objectIdx]->getBodyType() != BodyType::STATIC) continue;
+    if (last != nullptr &&
+        (record.objectIdx > last->objectIdx ||
+         (record.objectIdx == last->objectIdx && record.shapeIdx > last->shapeIdx)))
+      return false;
+    last = &record;
+  }
+  return true;
+}
+
 /// A geom that moves comes to the front of its space, but not if it has moved before since the last
 /// look at the space. So all that setters moved since the last step is settled first, and the
-/// moving objects then stand in their own order. Before the first step in a space setters may have
-/// moved static ones, too: these stand as if they had been there before they were added.
+/// moving objects then stand in their own order; static ones that setters or removals have put out
+/// of theirs are put back. A quadtree keeps an order of its own.
 void CollisionSpace::settleGeoms() {
-  if (broadPhase_ == World::BroadPhase::AUTO) return;
-  if (hasMoved_) renewSpace();
-  hasMoved_ = false;
+  if (searchesPairs()) return;
+  if (broadPhase_ == World::BroadPhase::HASH && !areStaticGeomsInOrder()) renewSpace();
   dSpaceClean(space_);
 }
 
 /// Whether pairs are found by `PairSearch`, not by the space.
 bool CollisionSpace::searchesPairs() const {
-  if (broadPhase_ == World::BroadPhase::AUTO) return true;
-  const bool canBe =
-      broadPhase_ == World::BroadPhase::SIMPLE || broadPhase_ == World::BroadPhase::SWEEP_AND_PRUNE;
-  return canBe && static_cast<size_t>(dSpaceGetNumGeoms(space_)) >= PairSearch::kManyGeoms;
+  return broadPhase_ == World::BroadPhase::AUTO || broadPhase_ == World::BroadPhase::SIMPLE ||
+         broadPhase_ == World::BroadPhase::SWEEP_AND_PRUNE;
 }
 
 /// A hash space allocates while it is locked, and an exception in there would leave it so. What it
@@ -135,11 +148,12 @@ void CollisionSpace::collideSpace() {
 
 /// Tests the pairs that our own search finds.
 void CollisionSpace::collideFoundPairs() {
-  const bool isOfSpace = broadPhase_ != World::BroadPhase::AUTO;
-  if (!isOfSpace) listGeoms();
-  const auto& pairs = isOfSpace ? search_.findPairs(space_)
-                                : search_.findPairs(search_.geomCount() >= PairSearch::kManyGeoms);
-  for (const PairSearch::GeomPair& pair : pairs) testPair(pair.first, pair.second);
+  listGeoms();
+  const bool areMany = search_.geomCount() >= PairSearch::kManyGeoms;
+  const bool sorted = broadPhase_ == World::BroadPhase::SWEEP_AND_PRUNE ||
+                      (broadPhase_ == World::BroadPhase::AUTO && areMany);
+  for (const PairSearch::GeomPair& pair : search_.findPairs(sorted))
+    testPair(pair.first, pair.second);
 }
 
 /// Geoms of all objects, from the last object and shape to the first, static objects after all

@@ -50,6 +50,7 @@ class CollisionSpace {
   };
 
   void renewSpace();
+  bool areStaticGeomsInOrder() const;
   bool searchesPairs() const;
   void collideSpace();
   void collideFoundPairs();
@@ -65,8 +66,6 @@ class CollisionSpace {
   const std::vector<Object*>& objects_;
   World::BroadPhase broadPhase_ = World::BroadPhase::AUTO;
   dSpaceID space_ = nullptr;
-  bool hasMoved_ = false;             ///< whether geoms may have moved in the space before
-                                      ///< its first step
   std::vector<dContactGeom> points_;  ///< its size is a capacity
   size_t pointCount_ = 0;             ///< used entries of it
   PairSearch search_;                 ///< see `searchesPairs`

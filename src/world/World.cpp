@@ -102,6 +102,7 @@ void World::resetHistory() {
   solver_.resetHistory();
   if (impulseMemory_ != nullptr) impulseMemory_->clear();
   solvedTimeStep_ = 0.0;
+  betweenHalves_ = false;
   worldTime_ = 0.0;
   stepCount_ = 0;
 }

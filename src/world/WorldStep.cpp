@@ -42,6 +42,7 @@ void World::integrate1() {
       object->preContactSolverUpdate1(gravity_, timeStep_);
   ZELVIK_STAGE_DONE("first update: mass matrix, nonlinear terms, factorisation, Jacobians");
   for (Object* object : objectList_) object->appendJointLimits(contacts_->list());
+  betweenHalves_ = true;
   ZELVIK_STAGE_DONE("joint limits");
 }
 
@@ -60,6 +61,7 @@ void World::storeImpulses() {
 
 void World::integrate2() {
   ZELVIK_STAGES_BEGIN();
+  betweenHalves_ = false;
   ++stepCount_;
   worldTime_ += timeStep_;
   solvedTimeStep_ = timeStep_;

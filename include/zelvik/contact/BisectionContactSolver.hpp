@@ -9,6 +9,7 @@
 
 namespace zelvik {
 class Object;
+class StateArchive;
 class World;
 }  // namespace zelvik
 
@@ -106,6 +107,8 @@ class ZELVIK_API BisectionContactSolver {
     forwardSweep_ = true;
     loopCounter_ = 0;
   }
+  /// See `Object::visitState`: the direction of the next solve.
+  void visitState(StateArchive& archive);
 
  private:
   void startHistory();
@@ -114,7 +117,7 @@ class ZELVIK_API BisectionContactSolver {
   void repeat(size_t problemCount, Sweep sweep);
 
   int loopCounter_ = 0;
-  bool forwardSweep_ = true;
+  bool forwardSweep_ = true;    ///< of the next solve: state
   double timeStep_ = 0.01;      ///< (s)
   double timeStepInv_ = 100.0;  ///< (1/s)
   double surfaceLayer_ = 0.0;   ///< (m)

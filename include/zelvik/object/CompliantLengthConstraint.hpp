@@ -17,6 +17,9 @@ class ZELVIK_API CompliantLengthConstraint : public LengthConstraint {
   /// active. A stretched wire draws them together.
   void applyTension();
 
+  /// See `LengthConstraint::visitState`: also the tension.
+  void visitState(StateArchive& archive);
+
   double getStiffness() const { return stiffness_; }  ///< (N/m)
   /// (N/m) from the next step on. Fatal and not stored unless finite and at least 0:
   /// "CompliantLengthConstraint::setStiffness: the stiffness must be finite and at least 0, but is

@@ -9,6 +9,7 @@
 namespace zelvik {
 
 class Object;
+class StateArchive;
 
 /// Ties a point of one body to a point of another by a length; base of both kinds of wire.
 ///
@@ -29,6 +30,9 @@ class ZELVIK_API LengthConstraint {
   /// Lets go of both bodies if `body` is one of them; called by the world before it deletes a body
   /// whose wire it keeps. The wire never acts again, and its bodies are null.
   void releaseBody(const Object* body);
+
+  /// See `Object::visitState`: the length, and what the last `update` computed.
+  void visitState(StateArchive& archive);
 
   /// Name for `World::getWire`; need not be unique.
   void setName(const std::string& name) { name_ = name; }
@@ -89,12 +93,12 @@ class ZELVIK_API LengthConstraint {
   Mat<3, 1> worldPos2_{};       ///< (m, world axes) computed by `update`
   size_t localIdx2_;            ///< body inside of `body2_`
   Mat<3, 1> norm_{};            ///< computed by `update`
-  double length_;               ///< (m)
+  double length_;               ///< (m): state, since it may be a winch's
   double distance_ = 0.0;       ///< (m) computed by `update`
   double stretch_ = 0.0;        ///< (m) computed by `update`
   double initialLength_ = 0.0;  ///< (m) of a compliant wire
   int stretchType_ = 1;         ///< see `setStretchType`
-  bool active_ = false;         ///< computed by `update`
+  bool active_ = false;         ///< computed by `update`: state, for other stretch types
 };
 
 }  // namespace zelvik

@@ -15,6 +15,8 @@
 
 namespace zelvik {
 
+class StateArchive;
+
 enum ObjectType {
   SPHERE = 0,
   BOX = 1,
@@ -146,6 +148,10 @@ class ZELVIK_API Object {
   virtual void forgetContacts();
   /// Solves one joint limit in place; returns the residual velocity.
   virtual double enforceJointLimits(contact::Single3DContactProblem& problem);
+  /// Called by `World::saveState` and `World::restoreState`: hands all members to the archive that
+  /// the next step depends on. A class that carries anything from step to step overrides it and
+  /// begins with that of its base.
+  virtual void visitState(StateArchive& archive);
 
   // The same for Eigen types. Those that give something are templates, so that braces mean a `Mat`.
   // Those that fill something fill zeros for an index that is refused.
@@ -209,7 +215,12 @@ class ZELVIK_API Object {
     perObjectContact_.contacts_.push_back(contact);
   }
   /// Drops the contacts; called by the world.
-  void clearPerObjectContact() { perObjectContact_.contacts_.clear(); }
+  void clearPerObjectContact() {
+    perObjectContact_.contacts_.clear();
+    hasForgottenContacts_ = false;
+  }
+  /// Whether `forgetContacts` was called since the world has last dropped the contacts.
+  bool hasForgottenContacts() const { return hasForgottenContacts_; }
   /// Called by the world.
   void setIndexInWorld(size_t index) { indexInWorld_ = index; }
   /// Place in `World::getObjList`; changes when an earlier object is removed.
@@ -255,7 +266,11 @@ class ZELVIK_API Object {
   /// Appends the pending entries to the display lists by their flag.
   void copyPendingForcesToVis();
 
+  /// The part of `visitState` for the pending lists. @return their length, as it is read or written
+  size_t visitPendingForces(StateArchive& archive);
+
   PerObjectContact perObjectContact_;  ///< of the present step
+  bool hasForgottenContacts_ = false;  ///< see `hasForgottenContacts`
   size_t numContacts_ = 0;             ///< computed by `ArticulatedSystem::preContactSolverUpdate1`
   size_t indexInWorld_ = 0;            ///< set by the world
   size_t idInWorld_ = 0;               ///< set by the world
@@ -266,7 +281,7 @@ class ZELVIK_API Object {
   bool toldOfOwnForce_ = false;            ///< of an object without a world
   bool* toldOfForce_ = &toldOfOwnForce_;   ///< see `shareForceWarning`
 
-  // Pending external forces, three parallel lists.
+  // Pending external forces, three parallel lists: state.
   std::vector<bool> externalForceFlags_;           ///< true for a force, false for a torque
   std::vector<Mat<3, 1>> externalForceVectors_;    ///< (N or N m, world axes)
   std::vector<Mat<3, 1>> externalForcePositions_;  ///< (m, world axes)
@@ -278,7 +293,7 @@ class ZELVIK_API Object {
   std::vector<Mat<3, 1>> visTorquePositions_;  ///< (m)
   bool visForcesCurrent_ = true;  ///< single bodies keep their lists, robots clear them
 
-  // Wire forces of the step; used by `ArticulatedSystem` only.
+  // Wire forces of the step; used by `ArticulatedSystem` only: state, if set between steps.
   std::vector<SparseJacobian> constraintJacobians_;  ///< one per force of a wire
   std::vector<Mat<3, 1>> constraintForces_;          ///< (N, world axes)
 };

@@ -86,6 +86,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   void updateTimeStep(double dt) override;
   void updateTimeStepIfNecessary(double dt) override;
   void updateGenVelWithImpulse(size_t contactIdx, const Mat<3, 1>& impulseChange) override;
+  void visitState(StateArchive& archive) override;
 
   /// The same for Eigen types, see `Object`.
   using Object::getOrientation;
@@ -287,14 +288,14 @@ class ZELVIK_API SingleBodyObject : public Object {
   dGeomID collisionObject_ = nullptr;  ///< owned
   ObjectType objectType_;              ///< given at construction
 
-  // Pose.
+  // Pose: state, but for the offset.
   Mat<4, 1> quaternion_{{1.0, 0.0, 0.0, 0.0}};  ///< (w, x, y, z), body to world
   Mat<3, 3> rot_ = Mat<3, 3>::identity();       ///< body to world
   Mat<3, 1> bodyPos_{};                         ///< body origin (m, world axes)
   Mat<3, 1> comPos_{};                          ///< centre of mass (m, world axes)
   Mat<3, 1> comOffset_{};                       ///< centre of mass (m, body frame)
 
-  // Velocity (world axes).
+  // Velocity (world axes): state, but for what a step writes before it reads it.
   Mat<3, 1> linVel_{};     ///< of the centre of mass (m/s)
   Mat<3, 1> linVelOld_{};  ///< `linVel_` at the start of `preContactSolverUpdate2`
   Mat<3, 1> angVel_{};     ///< (rad/s)
@@ -309,8 +310,8 @@ class ZELVIK_API SingleBodyObject : public Object {
 
   Mat<3, 1> linVelFree_{};      ///< after a step without contacts (m/s)
   Mat<3, 1> angVelFree_{};      ///< after a step without contacts (rad/s)
-  Mat<3, 1> force_{};           ///< of this step (N)
-  Mat<3, 1> torque_{};          ///< of this step, about the centre of mass (N m)
+  Mat<3, 1> force_{};           ///< of this step (N): state
+  Mat<3, 1> torque_{};          ///< of this step, about the centre of mass (N m): state
   double mass_ = 0.0;           ///< (kg)
   double invMass_ = 0.0;        ///< (1/kg)
   double linearDamping_ = 0.0;  ///< (N s/m)
@@ -321,7 +322,7 @@ class ZELVIK_API SingleBodyObject : public Object {
   std::vector<Mat<6, 3>> contactImpulseMap_;
   /// Per contact: contact-frame velocity from the six velocities.
   std::vector<Mat<3, 6>> contactJacobian_;
-  bool constraintForceApplied_ = false;  ///< by a wire, in this step
+  bool constraintForceApplied_ = false;  ///< by a wire, in this step: state
   // Kept up to date, read by nothing.
   std::vector<Mat<3, 1>> contactArm_;  ///< centre of mass minus contact point (m, world axes)
 

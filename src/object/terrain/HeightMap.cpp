@@ -78,6 +78,7 @@ void HeightMap::init(unsigned long xSamples, unsigned long ySamples, double xSiz
                      0.0, kQuarterTurnCosine, 1.0,  //
                      0.0, -1.0, kQuarterTurnCosine}};
   createGeom();
+  updateCollision();
 }
 
 bool HeightMap::checkGrid(unsigned long xSamples, unsigned long ySamples, double xSize,
@@ -138,12 +139,6 @@ void HeightMap::createGeom() {
   dGeomHeightfieldDataSetBounds(heightFieldData_, lowest_, highest_);
   probe_ = dCreateRay(nullptr, 1.0);
   dGeomRaySetClosestHit(probe_, 1);
-
-  dMatrix3 rotation;
-  dRSetIdentity(rotation);
-  dRFromAxisAndAngle(rotation, 1.0, 0.0, 0.0, 0.5 * std::numbers::pi);
-  dGeomSetRotation(collisionObject_, rotation);
-  dGeomSetPosition(collisionObject_, centerX_, centerY_, 0.0);
 }
 
 void HeightMap::destroyField() {

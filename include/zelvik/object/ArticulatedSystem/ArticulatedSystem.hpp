@@ -143,6 +143,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void appendJointLimits(contact::ContactProblemList& problems) override;
   void forgetContacts() override;
   double enforceJointLimits(contact::Single3DContactProblem& problem) override;
+  void visitState(StateArchive& archive) override;
 
   // Overloads for Eigen types are templates, so that braces mean a `Mat`. Those of the object
   // interface stand in `Object`.
@@ -805,10 +806,12 @@ class ZELVIK_API ArticulatedSystem : public Object {
   std::vector<std::vector<unsigned int>> meshIndices_;
 
   // ---- state ----------------------------------------------------------------------------------
-  VecDyn gc_;  ///< coordinates; setters and `integrate`
-  VecDyn gv_;  ///< velocities; setters and `integrate`
+  // Here and below, what is marked as state goes through `visitState`.
+  VecDyn gc_;  ///< coordinates; setters and `integrate`: state
+  VecDyn gv_;  ///< velocities; setters and `integrate`: state
 
-  /// Poses by `updateKinematics`, velocities by `computeNonlinearities`.
+  /// Poses by `updateKinematics` (of a fixed root: state), velocities by `computeNonlinearities`:
+  /// state, since controllers read them between steps.
   BodyKinematics kinematics_;
 
   // ---- mass matrix: rewritten by `computeMassMatrix` -------------------------------------------
@@ -839,6 +842,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   bool timeStepUpToDate_ = false;  ///< cleared by the setters of what `computeDampedMass` reads
 
   // ---- contact: rewritten by `preContactSolverUpdate1` and `2`; lists only grow -----------------
+  bool hasMetSomething_ = false;                       ///< since the coordinates were set: state
   std::vector<SparseJacobian> contactJacobians_;       ///< world axes, base columns implicit
   std::vector<SparseJacobian> contactFrameJacobians_;  ///< contact frame
   std::vector<VecDyn> contactResponses_;  ///< M^-1 Jc^T, three rows of `factor_.stride()` values
@@ -859,7 +863,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   VecDyn rkGc0_, rkGc2_, rkGc3_, rkGc4_;
   VecDyn rkVel1_, rkVel2_, rkVel3_, rkVel4_;
   VecDyn rkDelta1_, rkDelta2_, rkDelta3_, rkDelta4_;
-  std::vector<SparseJacobian> externalForceJacobians_;  ///< parallel to the pending forces
+  std::vector<SparseJacobian> externalForceJacobians_;  ///< parallel to the pending forces: state
 };
 
 inline void ArticulatedSystem::setForceLimits(const Eigen::VectorXd& lower,

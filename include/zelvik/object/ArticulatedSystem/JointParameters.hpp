@@ -34,7 +34,8 @@ struct JointParameters {
   std::uint32_t controlMode = 0;  ///< `ArticulatedSystem::ControlMode`
   VecDyn pGain;                   ///< (N/m or N m/rad)
   VecDyn dGain;                   ///< (N s/m or N m s/rad)
-  VecDyn pTarget;                 ///< per coordinate
+  // Of control, and state (`ArticulatedSystem::visitState`).
+  VecDyn pTarget;  ///< per coordinate
   VecDyn dTarget;
   VecDyn feedForward;  ///< joint force (N or N m)
 };
