@@ -239,7 +239,8 @@ std::unique_ptr<World> Continuation::goBack(Way way, std::unique_ptr<World> worl
   // Forces that wait are no part of the moment that is restored.
   for (Object* object : world->getObjList())
     if (object->getBodyType() == BodyType::DYNAMIC) object->setExternalForce(0, Vec3{{1, 2, 3}});
-  return world->restoreState(state) ? std::move(world) : nullptr;
+  if (!world->restoreState(state)) return nullptr;
+  return way == CLONE ? world->clone() : std::move(world);
 }
 
 const char* Continuation::nameOf(Scene scene) {
@@ -253,7 +254,7 @@ const char* Continuation::nameOf(World::BroadPhase phase) {
 }
 
 const char* Continuation::nameOf(Way way) {
-  constexpr const char* names[] = {"same", "fresh"};
+  constexpr const char* names[] = {"same", "fresh", "clone"};
   return names[way];
 }
 

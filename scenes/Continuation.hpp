@@ -15,7 +15,7 @@ class Continuation {
  public:
   enum Scene { ROBOTS, TERRAIN, PILE, EVERYTHING, kScenes };
   /// What is restored.
-  enum Way { SAME_WORLD, FRESH_WORLD, kWays };
+  enum Way { SAME_WORLD, FRESH_WORLD, CLONE, kWays };
   /// What happens beside.
   enum Event {
     NOTHING,

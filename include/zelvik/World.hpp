@@ -324,6 +324,12 @@ class ZELVIK_API World {
   bool restoreState(const State& state);
   /// `State::getHash` of the present moment; 0 where `saveState` is fatal.
   std::uint64_t getStateHash() const;
+  /// A world of its own with the same objects, wires, parameters and state, which continues to the
+  /// last bit as this one does. Reads no files: shapes are made anew, meshes and height maps are
+  /// copied. Objects and wires have the same places in their lists, and the same names and
+  /// `Object::getIdInWorld`. Null, after a fatal message, where `saveState` is fatal, and for an
+  /// object of a class that has no `Object::copy`.
+  std::unique_ptr<World> clone() const;
   /// Whether `integrate1` has run and `integrate2` has not.
   bool isBetweenHalves() const { return betweenHalves_; }
 
@@ -407,6 +413,9 @@ class ZELVIK_API World {
                     unsigned long group, unsigned long mask);
   void moveLastObjectTo(size_t index);
 
+  void copyParameters(const World& other);
+  bool copyObjects(const World& other);
+  void copyWires(const World& other);
   bool canSaveState(const char* operation) const;
   bool visitStructure(StateArchive& archive) const;
   void visitState(StateArchive& archive);

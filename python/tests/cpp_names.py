@@ -113,10 +113,10 @@ REASONS = {
     **dict.fromkeys(
         "addContactToPerObjectContact clearPerObjectContact setIndexInWorld setIdInWorld "
         "releaseBody areVisForcesCurrent setShapes shareForceWarning visitState "
-        "hasForgottenContacts".split(),
+        "hasForgottenContacts rejoin copyParameters".split(),
         _WORLD,
     ),
-    **dict.fromkeys("saveState restoreState getStateHash isBetweenHalves".split(), _LATER),
+    **dict.fromkeys("saveState restoreState getStateHash isBetweenHalves clone".split(), _LATER),
     "MaterialManager::init": "reading of files",
     "generateTerrain": "the constructor's; `World.add_terrain` makes the map",
     "coordinateCount": "`Joint.coordinate_slice` tells it",
@@ -129,6 +129,11 @@ REASONS = {
     "objectTypeToString": "`ObjectType.name`",
     "stringToObjectType": "`ObjectType[name]`",
     "Image::pixel": "images are arrays",
+    **dict.fromkeys(
+        [f"{c}::copy" for c in "Object Sphere Box Cylinder Capsule Ground Cone Mesh Compound "
+         "HeightMap ArticulatedSystem".split()],
+        "a part of `World::clone`",
+    ),
 }
 
 # Why nothing of a header or class has a name.
@@ -158,6 +163,7 @@ WHOLE = {
     "DelassusRow": _SWEEP,
     "TreeDescription": "trees are `Link` records",
     "State.hpp": _LATER,
+    "NotCopied.hpp": "memory of C++",
 }
 
 _TOKEN = re.compile(r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])'""", re.S)

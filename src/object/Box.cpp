@@ -39,4 +39,10 @@ void Box::setDimensions(double x, double y, double z) {
   finishResize(boxInertia(mass_, x, y, z));
 }
 
+std::unique_ptr<Object> Box::copy() const {
+  std::unique_ptr<Box> out(new Box(*this));
+  out->copyGeom(*this);
+  return out;
+}
+
 }  // namespace zelvik

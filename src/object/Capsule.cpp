@@ -48,4 +48,10 @@ void Capsule::setSize(double radius, double height) {
   finishResize(capsuleInertia(mass_, radius, height));
 }
 
+std::unique_ptr<Object> Capsule::copy() const {
+  std::unique_ptr<Capsule> out(new Capsule(*this));
+  out->copyGeom(*this);
+  return out;
+}
+
 }  // namespace zelvik

@@ -3,6 +3,8 @@
 #include <zelvik/object/Compound.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "collision/GeomCopy.hpp"
+
 namespace zelvik {
 
 namespace {
@@ -67,6 +69,17 @@ Compound::Compound(const std::vector<CompoundObjectChild>& children, double mass
   comPos_ = com;
   setMassProperties(mass, inertia);
   updateCollision();
+}
+
+Compound::Compound(const Compound& other) : SingleBodyObject(other), children_(other.children_) {
+  if (other.collisionGeoms_.empty()) return;
+  createGeoms();
+  for (size_t k = 0; k < collisionGeoms_.size(); ++k)
+    copyGeomRecord(other.collisionGeoms_[k], collisionGeoms_[k]);
+}
+
+std::unique_ptr<Object> Compound::copy() const {
+  return std::unique_ptr<Compound>(new Compound(*this));
 }
 
 Compound::~Compound() {

@@ -36,4 +36,10 @@ void Cone::turnAboutOrigin(const Mat<4, 1>& q) {
   updateCollision();
 }
 
+std::unique_ptr<Object> Cone::copy() const {
+  std::unique_ptr<Cone> out(new Cone(*this));
+  out->copyGeom(*this);
+  return out;
+}
+
 }  // namespace zelvik

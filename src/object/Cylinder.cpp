@@ -40,4 +40,10 @@ void Cylinder::setSize(double radius, double height) {
   finishResize(cylinderInertia(mass_, radius, height));
 }
 
+std::unique_ptr<Object> Cylinder::copy() const {
+  std::unique_ptr<Cylinder> out(new Cylinder(*this));
+  out->copyGeom(*this);
+  return out;
+}
+
 }  // namespace zelvik

@@ -17,4 +17,10 @@ Ground::Ground(double height) : SingleBodyObject(GROUND), height_(height) {
 
 void Ground::updateCollision() {}
 
+std::unique_ptr<Object> Ground::copy() const {
+  std::unique_ptr<Ground> out(new Ground(*this));
+  out->copyGeom(*this);
+  return out;
+}
+
 }  // namespace zelvik

@@ -4,6 +4,7 @@
 #include <zelvik/object/Mesh.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "collision/GeomCopy.hpp"
 #include "collision/OdeGuard.hpp"
 
 namespace zelvik {
@@ -73,6 +74,11 @@ void Mesh::_init(dSpaceID space, double mass, const Mat<3, 3>& inertia, const Ma
   gyroscopicMode_ = EXPLICIT_GYROSCOPIC;
 
   dropUnusedVertices(meshVertices_, meshIndices_);
+  createGeom(space);
+  updateCollision();
+}
+
+void Mesh::createGeom(dSpaceID space) {
   const auto lock = lockMeshes();
   meshData_ = dGeomTriMeshDataCreate();
   dGeomTriMeshDataBuildSingle(meshData_, meshVertices_.data(), kStride,
@@ -81,7 +87,14 @@ void Mesh::_init(dSpaceID space, double mass, const Mat<3, 3>& inertia, const Ma
   dGeomTriMeshDataPreprocess2(meshData_, kPreprocessFlags, nullptr);
   adoptGeom(dCreateTriMesh(space, meshData_, nullptr, nullptr, nullptr));
   noteVertices(collisionObject_, meshVertices_);
-  updateCollision();
+}
+
+std::unique_ptr<Object> Mesh::copy() const {
+  std::unique_ptr<Mesh> out(new Mesh(*this));
+  if (collisionObject_ == nullptr) return out;
+  out->createGeom(nullptr);
+  copyGeomRecord(collisionObject_, out->collisionObject_);
+  return out;
 }
 
 }  // namespace zelvik

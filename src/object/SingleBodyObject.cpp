@@ -4,6 +4,7 @@
 #include <zelvik/object/SingleBodyObject.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "collision/GeomCopy.hpp"
 #include "core/ColumnLanes.hpp"
 
 namespace zelvik {
@@ -48,6 +49,12 @@ SingleBodyObject::~SingleBodyObject() {
 void SingleBodyObject::adoptGeom(dGeomID geom) {
   collisionObject_ = geom;
   attachGeomRecord(geom);
+}
+
+void SingleBodyObject::copyGeom(const SingleBodyObject& other) {
+  if (other.collisionObject_ == nullptr) return;
+  adoptGeom(copyOfGeom(other.collisionObject_));
+  copyGeomRecord(other.collisionObject_, collisionObject_);
 }
 
 void SingleBodyObject::destroyGeoms() {

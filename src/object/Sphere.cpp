@@ -36,4 +36,10 @@ void Sphere::setRadius(double radius) {
   finishResize(sphereInertia(mass_, radius));
 }
 
+std::unique_ptr<Object> Sphere::copy() const {
+  std::unique_ptr<Sphere> out(new Sphere(*this));
+  out->copyGeom(*this);
+  return out;
+}
+
 }  // namespace zelvik

@@ -67,6 +67,14 @@ void BisectionContactSolver::setParameters(double relaxation, double reserved1, 
   threshold_ = threshold;
 }
 
+void BisectionContactSolver::copyParameters(const BisectionContactSolver& other) {
+  setParameters(other.relaxation_, other.reservedParam1_, other.reservedParam2_,
+                other.maxIterations_, other.threshold_);
+  setERP(other.erp_, other.erp2_);
+  setSurfaceLayer(other.surfaceLayer_);
+  setTimeStep(other.timeStep_);
+}
+
 void BisectionContactSolver::visitState(StateArchive& archive) {
   archive.flags({&forwardSweep_});
 }

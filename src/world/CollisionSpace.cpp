@@ -38,17 +38,6 @@ dSpaceID createSpace(World::BroadPhase kind) {
   }
 }
 
-/// Whether the geoms of an object take part: not those of one that was put into the list by hand.
-bool isPartOf(dSpaceID space, const Object& object) {
-  if (object.getObjectType() == ARTICULATED_SYSTEM) {
-    const auto& shapes = static_cast<const ArticulatedSystem&>(object).getCollisionBodies();
-    return !shapes.empty() && shapes[0].colObj != nullptr &&
-           dGeomGetSpace(shapes[0].colObj) == space;
-  }
-  const auto& body = static_cast<const SingleBodyObject&>(object);
-  return body.getGeomCount() > 0 && dGeomGetSpace(body.getGeom(0)) == space;
-}
-
 }  // namespace
 
 CollisionSpace::CollisionSpace(const std::vector<Object*>& objects) : objects_(objects) {

@@ -107,6 +107,8 @@ class ZELVIK_API BisectionContactSolver {
     forwardSweep_ = true;
     loopCounter_ = 0;
   }
+  /// Takes the parameters of another solver.
+  void copyParameters(const BisectionContactSolver& other);
   /// See `Object::visitState`: the direction of the next solve.
   void visitState(StateArchive& archive);
 

@@ -29,7 +29,11 @@ class ZELVIK_API Box : public SingleBodyObject {
   }
   ///@}
 
+  std::unique_ptr<Object> copy() const override;
+
  private:
+  Box(const Box&) = default;  // for `copy`
+
   Mat<3, 1> dimensions_;
 };
 

@@ -26,7 +26,11 @@ class ZELVIK_API Capsule : public SingleBodyObject {
   void setRadius(double radius) { setSize(radius, height_); }  ///< see `setSize` (m)
   void setHeight(double height) { setSize(radius_, height); }  ///< see `setSize` (m)
 
+  std::unique_ptr<Object> copy() const override;
+
  private:
+  Capsule(const Capsule&) = default;  // for `copy`
+
   double radius_, height_;
 };
 

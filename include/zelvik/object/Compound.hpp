@@ -75,8 +75,11 @@ class ZELVIK_API Compound : public SingleBodyObject {
   const std::vector<CompoundObjectChild>& getChildren() const { return children_; }
   /// One geom per child, in the order of the children. They never collide with each other.
   const std::vector<dGeomID>& getCollisionGeoms() const { return collisionGeoms_; }
+  std::unique_ptr<Object> copy() const override;
 
  private:
+  Compound(const Compound& other);  // for `copy`
+
   bool areChildrenUsable() const;
   bool checkChild(size_t child, const char* operation) const;
   void createGeoms();

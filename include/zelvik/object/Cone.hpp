@@ -39,7 +39,11 @@ class ZELVIK_API Cone : public SingleBodyObject {
   }
   ///@}
 
+  std::unique_ptr<Object> copy() const override;
+
  private:
+  Cone(const Cone&) = default;  // for `copy`
+
   void turnAboutOrigin(const Mat<4, 1>& q);
 
   double radius_, height_;

@@ -17,7 +17,11 @@ class ZELVIK_API Ground : public SingleBodyObject {
   /// Does nothing: the geom of a plane has no pose.
   void updateCollision() override;
 
+  std::unique_ptr<Object> copy() const override;
+
  private:
+  Ground(const Ground&) = default;  // for `copy`
+
   double height_;
 };
 

@@ -121,8 +121,12 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   /// this static body follows at once.
   void updateCollision() override;
   void destroyCollisionBodies(dSpaceID space) override;
+  /// See `Object::copy`. The copy has the present heights, in ODE's shape, too.
+  std::unique_ptr<Object> copy() const override;
 
  private:
+  HeightMap(const HeightMap&) = default;  // for `copy`
+
   friend class HeightMapRayWalk;
   friend class HeightMapCollider;
   using BoxW = std::array<double, 6>;  ///< low and high x, y, z in turn (m, world axes)
@@ -167,13 +171,13 @@ class ZELVIK_API HeightMap : public SingleBodyObject {
   Mat<3, 1> fieldNormal(const Facet& facet) const;
 
   std::vector<double> heights_;  ///< (m) row 0 at the low y edge
-  dHeightfieldDataID heightFieldData_ = nullptr;
+  NotCopied<dHeightfieldDataID> heightFieldData_;
   double centerX_ = 0.0, centerY_ = 0.0;  ///< (m, world)
   double xSize_ = 0.0, ySize_ = 0.0;      ///< (m)
   size_t xSamples_ = 0, ySamples_ = 0;
   bool exactContacts_ = true;
   double lowest_ = 0.0, highest_ = 0.0;  ///< of the heights (m) as ODE has them
-  dGeomID probe_ = nullptr;              ///< a ray in no space, to find faces of meshes
+  NotCopied<dGeomID> probe_;             ///< a ray in no space, to find faces of meshes
   /// Geom to object: ODE's field stands upright on the y axis of its own frame.
   Mat<3, 3> fixedRotation_{};
 };

@@ -31,6 +31,11 @@ class ZELVIK_API LengthConstraint {
   /// whose wire it keeps. The wire never acts again, and its bodies are null.
   void releaseBody(const Object* body);
 
+  /// Called by `World::clone`: the ends of a copy, in the same bodies of other objects.
+  void rejoin(Object* body1, Object* body2) {
+    body1_ = body1;
+    body2_ = body2;
+  }
   /// See `Object::visitState`: the length, and what the last `update` computed.
   void visitState(StateArchive& archive);
 

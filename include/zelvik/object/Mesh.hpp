@@ -61,15 +61,19 @@ class ZELVIK_API Mesh : public SingleBodyObject {
   const std::vector<float>& getVertices() const { return meshVertices_; }
   /// Three per triangle, from 0.
   const std::vector<unsigned int>& getIndices() const { return meshIndices_; }
+  std::unique_ptr<Object> copy() const override;
 
  private:
+  Mesh(const Mesh&) = default;  // for `copy`
+
+  void createGeom(dSpaceID space);
   void _init(dSpaceID space, double mass, const Mat<3, 3>& inertia, const Mat<3, 1>& com);
   bool hasUsableTriangles() const;
 
   // ODE keeps pointers into both arrays: they neither move nor change while the geom lives.
   std::vector<unsigned int> meshIndices_;
   std::vector<float> meshVertices_;
-  dTriMeshDataID meshData_ = nullptr;
+  NotCopied<dTriMeshDataID> meshData_;
   std::string meshFileName_;
   double scale_ = 1.0;
 };

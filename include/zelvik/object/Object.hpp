@@ -4,6 +4,7 @@
 
 #include <ode/ode.h>
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -86,7 +87,6 @@ struct PerObjectContact {
 class ZELVIK_API Object {
  public:
   Object();
-  Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
   virtual ~Object() = default;
 
@@ -152,6 +152,9 @@ class ZELVIK_API Object {
   /// the next step depends on. A class that carries anything from step to step overrides it and
   /// begins with that of its base.
   virtual void visitState(StateArchive& archive);
+  /// Called by `World::clone`: a copy with geoms of its own that are in no space. Null for a class
+  /// that has no copies.
+  virtual std::unique_ptr<Object> copy() const { return nullptr; }
 
   // The same for Eigen types. Those that give something are templates, so that braces mean a `Mat`.
   // Those that fill something fill zeros for an index that is refused.
@@ -255,6 +258,8 @@ class ZELVIK_API Object {
   bool areVisForcesCurrent() const { return visForcesCurrent_; }
 
  protected:
+  /// For `copy`.
+  Object(const Object&) = default;
   /// Warns if one of `count` values that are handed to `call` is not finite, once per world.
   void checkForce(const char* call, const double* values, size_t count);
   /// Notes a pending force or torque.

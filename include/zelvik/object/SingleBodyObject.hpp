@@ -7,6 +7,7 @@
 #include <Eigen/Geometry>
 #include <string>
 #include <vector>
+#include <zelvik/NotCopied.hpp>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
 #include <zelvik/object/GeomRecord.hpp>
@@ -262,6 +263,11 @@ class ZELVIK_API SingleBodyObject : public Object {
   double getEnergy(const Mat<3, 1>& gravity) const;  ///< potential and kinetic (J)
 
  protected:
+  /// For `copy`: without the geom, which `copyGeom` makes.
+  SingleBodyObject(const SingleBodyObject&) = default;
+  /// Takes a copy of the geom of another body of this kind, if it has one: a sphere, box, capsule,
+  /// cylinder or plane.
+  void copyGeom(const SingleBodyObject& other);
   /// Sets `mass_` (kg), both inertias (kg m^2, about the centre of mass) and all inverses. The
   /// rotation is taken as the identity.
   void setMassProperties(double mass, const Mat<3, 3>& inertia);
@@ -285,8 +291,8 @@ class ZELVIK_API SingleBodyObject : public Object {
   /// Takes a quaternion (w, x, y, z) and updates what follows from it.
   void storeOrientation(const Mat<4, 1>& q);
 
-  dGeomID collisionObject_ = nullptr;  ///< owned
-  ObjectType objectType_;              ///< given at construction
+  NotCopied<dGeomID> collisionObject_;  ///< owned
+  ObjectType objectType_;               ///< given at construction
 
   // Pose: state, but for the offset.
   Mat<4, 1> quaternion_{{1.0, 0.0, 0.0, 0.0}};  ///< (w, x, y, z), body to world

@@ -21,7 +21,11 @@ class ZELVIK_API Sphere : public SingleBodyObject {
   /// @param radius (m), finite and above 0; otherwise fatal, and nothing changes
   void setRadius(double radius);
 
+  std::unique_ptr<Object> copy() const override;
+
  private:
+  Sphere(const Sphere&) = default;  // for `copy`
+
   double radius_;
 };
 

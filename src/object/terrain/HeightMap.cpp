@@ -8,6 +8,7 @@
 #include <zelvik/object/HeightMap.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "collision/GeomCopy.hpp"
 #include "object/terrain/HeightMapCollider.hpp"
 
 namespace zelvik {
@@ -139,6 +140,18 @@ void HeightMap::createGeom() {
   dGeomHeightfieldDataSetBounds(heightFieldData_, lowest_, highest_);
   probe_ = dCreateRay(nullptr, 1.0);
   dGeomRaySetClosestHit(probe_, 1);
+}
+
+std::unique_ptr<Object> HeightMap::copy() const {
+  std::unique_ptr<HeightMap> out(new HeightMap(*this));
+  // The caller has had the heights in hand.
+  if (collisionObject_ == nullptr || !isReadable() || !checkHeights()) return out;
+  out->createGeom();
+  out->lowest_ = lowest_;
+  out->highest_ = highest_;
+  dGeomHeightfieldDataSetBounds(out->heightFieldData_, lowest_, highest_);
+  copyGeomRecord(collisionObject_, out->collisionObject_);
+  return out;
 }
 
 void HeightMap::destroyField() {

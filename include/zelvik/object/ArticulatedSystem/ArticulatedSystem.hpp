@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 #include <zelvik/EigenArguments.hpp>
+#include <zelvik/NotCopied.hpp>
 #include <zelvik/SparseJacobian.hpp>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
@@ -144,6 +145,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void forgetContacts() override;
   double enforceJointLimits(contact::Single3DContactProblem& problem) override;
   void visitState(StateArchive& archive) override;
+  std::unique_ptr<Object> copy() const override;
 
   // Overloads for Eigen types are templates, so that braces mean a `Mat`. Those of the object
   // interface stand in `Object`.
@@ -707,6 +709,10 @@ class ZELVIK_API ArticulatedSystem : public Object {
 
   friend class urdf::LoadFromURDF2;
 
+  ArticulatedSystem(const ArticulatedSystem&) = default;  // for `copy`, which completes it
+  void copyGeoms(const ArticulatedSystem& other);
+  void copyMeshes(const ArticulatedSystem& other);
+
   void writeUnusualPose(const CollisionDefinition& shape);
   bool prepareModelFile(const std::string& argument, const std::string& resDir);
   void init();
@@ -774,8 +780,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   // ---- what the system is made of, and what its joints do ---------------------------------------
   TreeDescription tree_;    ///< written by `init`; masses, centres, inertias by their setters
   JointParameters joints_;  ///< of the model, and of the setters
-  std::unique_ptr<TreePasses> passes_;  ///< over `tree_`, with arrays of their own
-  Mat<3, 1> fixedBasePosition_{};       ///< of a fixed root (m, world axes); the constructors
+  NotCopied<std::unique_ptr<TreePasses>> passes_;  ///< over `tree_`, with arrays of their own
+  Mat<3, 1> fixedBasePosition_{};  ///< of a fixed root (m, world axes); the constructors
   bool doNotCollideWithParent = true;
   bool ignoreInitialOverlaps_ = false;
   /// Two shapes, by their places in `collisionBodies_`.

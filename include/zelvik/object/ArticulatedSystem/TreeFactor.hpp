@@ -76,6 +76,8 @@ class ZELVIK_API TreeFactor {
 
   /// @param pattern must outlive the factor
   void setPattern(const TreePattern& pattern);
+  /// @param pattern an equal one, to which a copy of a factor goes over
+  void movePattern(const TreePattern& pattern) { pattern_ = &pattern; }
   /// Length of a row of a response: `size` rounded up to a multiple of four. The surplus is zero.
   size_t stride() const { return stride_; }
 
