@@ -95,8 +95,7 @@ REASONS = {
     **dict.fromkeys(
         "addContactPointVel subContactPointVel getContactPointVel updateGenVelWithImpulse "
         "getDelassusAndTauStar getPerObjectContact usesFullDelassus getImpactVel "
-        "getContactFrameJacobians getContactResponse getDampedDiagonal viewContacts "
-        "getImpulseMaps".split(),
+        "getContactFrameJacobians getContactResponse getDampedDiagonal".split(),
         _SWEEP,
     ),
     **dict.fromkeys(
