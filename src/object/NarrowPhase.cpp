@@ -5,7 +5,7 @@
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/object/HeightMap.hpp>
 
-#include "collision/CylinderOnPlane.hpp"
+#include "collision/ContactPoints.hpp"
 #include "collision/OdeGuard.hpp"
 
 namespace zelvik {
@@ -90,9 +90,10 @@ int collidePair(dGeomID o1, dGeomID o2, const std::vector<Object*>& objects, dCo
   const GeomClass c1 = dGeomGetClass(o1), c2 = dGeomGetClass(o2);
   if (hasNoSize(o1, c1) || hasNoSize(o2, c2)) return 0;
   if (needsCare(c1) || needsCare(c2)) return collideWithCare(o1, o2, c1, c2, objects, points);
+  if (hasOwnContactPoints(c1, c2)) return findContactPoints(o1, o2, points);
   const int count = collideByOde(o1, o2, points);
-  return count == 1 && (c1 == dCylinderClass || c2 == dCylinderClass)
-             ? completeCylinderOnPlane(o1, o2, points)
+  return (count == 1 || count == 2) && (c1 == dCylinderClass || c2 == dCylinderClass)
+             ? completeCylinderOnPlane(o1, o2, points, count)
              : count;
 }
 

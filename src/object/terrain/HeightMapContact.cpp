@@ -52,8 +52,12 @@ double closestParameter(const Vec3& a, const Vec3& b, const Vec3& c, const Vec3&
   return std::clamp((uv * t - uw) / uu, 0.0, 1.0);
 }
 
-/// Fixed points on the rim of a cylinder's end, beside the lowest one: they carry it standing.
-constexpr int kRimPoints = 6;
+/// Points on the rim of a cylinder's end that faces the ground, the lowest one among them.
+constexpr int kRimPoints = 8;
+/// An end faces the ground from this cosine between its axis and the normal on.
+constexpr double kFacingCosine = 0.7071;
+/// Facets of which the normals have a greater cosine are one surface.
+constexpr double kParallelFacets = 1.0 - 1e-9;
 
 class RoundCollider : public HeightMapCollider {
  public:
@@ -154,18 +158,59 @@ class RoundCollider : public HeightMapCollider {
     touchEnds();
   }
 
-  /// Points of a rim that are below the ground: the lowest one and some fixed ones.
+  /// Points of a rim that are below the ground: for each facet below it the lowest one, and, where
+  /// the end faces the ground, more of them round from there. None of them turns with the cylinder,
+  /// so that it rolls.
   void touchRim(const Vec3& end) {
     double gap = 0.0;
     Vec3 up{{0.0, 0.0, 1.0}};
     gapBelow(end, gap, up);
+    const double cosine = dot(up, axes_[2]);
+    if (dot(end - center_, axes_[2]) * cosine < 0.0 && std::fabs(cosine) > kFacingCosine)
+      touchFacingRim(end, up);
+    else
+      touchLowest(end, up);
+    touchOtherFacets(end, up);
+  }
+
+  /// Direction from the axis to the lowest point of a rim; false if there is none.
+  bool findLowest(const Vec3& up, Vec3& outwards) const {
     const Vec3 down = dot(up, axes_[2]) * axes_[2] - up;
-    if (norm(down) > 1e-9) touchPoint(end + (radius_ / norm(down)) * down);
+    const double length = norm(down);
+    if (length > 1e-6) outwards = (1.0 / length) * down;
+    return length > 1e-6;
+  }
+
+  void touchLowest(const Vec3& end, const Vec3& up) {
+    Vec3 outwards;
+    if (findLowest(up, outwards)) touchPoint(end + radius_ * outwards);
+  }
+
+  void touchFacingRim(const Vec3& end, const Vec3& up) {
+    Vec3 u = axes_[0];
+    findLowest(up, u);
+    const Vec3 v = cross(axes_[2], u);
     for (int k = 0; k < kRimPoints; ++k) {
       const double angle = 2.0 * std::numbers::pi * k / kRimPoints;
-      touchPoint(end + (radius_ * std::cos(angle)) * axes_[0] +
-                 (radius_ * std::sin(angle)) * axes_[1]);
+      touchPoint(end + (radius_ * std::cos(angle)) * u + (radius_ * std::sin(angle)) * v);
     }
+  }
+
+  /// The lowest points over facets that are not parallel to the one below the middle.
+  void touchOtherFacets(const Vec3& end, const Vec3& up) {
+    Vec3 reach, last = up;
+    for (size_t i = 0; i < 3; ++i)
+      reach[i] = radius_ * std::sqrt(std::max(1.0 - axes_[2][i] * axes_[2][i], 0.0));
+    forTriangles(end - reach, end + reach, [&](const Triangle& t) {
+      if (dot(t.normal, up) > kParallelFacets || dot(t.normal, last) > kParallelFacets) return;
+      last = t.normal;
+      Vec3 outwards;
+      if (!findLowest(t.normal, outwards)) return;
+      const Vec3 p = end + radius_ * outwards;
+      double gap = 0.0;
+      Vec3 below{};
+      if (gapBelow(p, gap, below) && dot(below, t.normal) > kParallelFacets) touchPoint(p);
+    });
   }
 
   /// Vertices of the ground that have come through a flat end.

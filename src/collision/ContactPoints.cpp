@@ -1,0 +1,179 @@
+// SPDX-FileCopyrightText: 2026 the zelvik authors
+// SPDX-License-Identifier: BSD-3-Clause
+#include "collision/ContactPoints.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "collision/FaceClip.hpp"
+#include "collision/PortalSearch.hpp"
+
+namespace zelvik {
+
+namespace {
+
+using Kind = ConvexShape::Kind;
+
+/// Points that reach this share of the overlap show that its normal is the right one.
+constexpr double kReached = 0.99;
+/// A normal of a face is preferred to one that the search for a portal finds, up to this.
+constexpr double kPreference = 1.001;
+
+/// Points that are apart by less than this share of the smaller size, seen along the normal, are
+/// one.
+constexpr double kAboveEachOther = 0.02;
+/// Overlaps below this share of the smaller shape's size are rounding: their normal is that of a
+/// face, or they are none.
+constexpr double kRounding = 1e-10;
+
+/// The points of two shapes: a separating axis test over the normals of faces and of round sides,
+/// and the search for a portal where none of these is reached by a point of both shapes.
+class PairOfShapes {
+ public:
+  PairOfShapes(const ConvexShape& a, const ConvexShape& b) : a_(a), b_(b) {}
+
+  /// @return whether the shapes overlap; `normal` and `points` then tell how
+  bool run() {
+    best_.depth = std::numeric_limits<double>::infinity();
+    if (!tryFaces(a_) || !tryFaces(b_) || !trySides()) return false;
+    clip(best_);
+    const double rounding = kRounding * std::min(a_.size(), b_.size());
+    if (points_.deepest() + rounding >= kReached * best_.depth) return points_.count > 0;
+    Overlap found;
+    if (!searchPortal(a_, b_, found)) return false;
+    if (found.depth * kPreference + rounding < best_.depth) clip(best_ = found);
+    if (points_.deepest() < kReached * best_.depth) touchInOnePoint();
+    return true;
+  }
+
+  const Vec3& normal() const { return best_.normal; }
+  TouchingPoints& points() { return points_; }
+
+ private:
+  /// Notes a normal, turned into the first shape. @return false if it parts the shapes
+  bool tryNormal(Vec3 n) {
+    if (dot(b_.center - a_.center, n) > 0.0) n = -n;
+    const double depth = dot(b_.center - a_.center, n) + a_.halfWidth(n) + b_.halfWidth(n);
+    if (!(depth > 0.0)) return false;
+    if (depth < best_.depth) best_ = {n, depth};
+    return true;
+  }
+
+  bool tryDirection(const Vec3& d) {
+    const double length = norm(d);
+    return !(length > 1e-9) || tryNormal((1.0 / length) * d);
+  }
+
+  bool tryFaces(const ConvexShape& shape) {
+    if (shape.kind == Kind::BOX)
+      for (const Vec3& axis : shape.axes)
+        if (!tryNormal(axis)) return false;
+    return shape.kind != Kind::CYLINDER || tryNormal(shape.axes[2]);
+  }
+
+  bool trySides() {
+    if (a_.isRound() && b_.isRound()) return tryCrossing() && tryParallel();
+    const ConvexShape &round = a_.isRound() ? a_ : b_, &box = a_.isRound() ? b_ : a_;
+    for (const Vec3& edge : box.axes)
+      if (!tryDirection(cross(round.axes[2], edge))) return false;
+    return true;
+  }
+
+  bool tryCrossing() { return tryDirection(cross(a_.axes[2], b_.axes[2])); }
+
+  /// The way from one axis to the other where they run side by side.
+  bool tryParallel() {
+    const Vec3 between = a_.center - b_.center;
+    for (const Vec3& axis : {a_.axes[2], b_.axes[2]})
+      if (!tryScaled(between - dot(between, axis) * axis, norm(between))) return false;
+    return true;
+  }
+
+  bool tryScaled(const Vec3& d, double size) {
+    const double length = norm(d);
+    return !(length > 1e-9 * size) || tryNormal((1.0 / length) * d);
+  }
+
+  void clip(const Overlap& overlap) {
+    Face faceA, faceB;
+    a_.faceAlong(-overlap.normal, faceA);
+    b_.faceAlong(overlap.normal, faceB);
+    const double radii = (a_.isRound() ? a_.radius : 0.0) + (b_.isRound() ? b_.radius : 0.0);
+    points_.count = 0;
+    clipFaces(faceA, faceB, overlap.normal, radii > 0.0 ? 1.0 / radii : 0.0, points_);
+  }
+
+  /// Adds the farthest points of both shapes as one, where the faces do not hold it: two rims, or
+  /// the end of a capsule and a rim. They lie one above the other then.
+  void touchInOnePoint() {
+    const Vec3 onA = a_.support(-best_.normal), onB = b_.support(best_.normal);
+    const Vec3 lateral = onB - onA - best_.depth * best_.normal;
+    if (points_.count == 0 || norm(lateral) < kAboveEachOther * std::min(a_.size(), b_.size()))
+      points_.add(0.5 * (onA + onB), best_.depth);
+  }
+
+  const ConvexShape &a_, &b_;
+  Overlap best_{};
+  TouchingPoints points_;
+};
+
+void write(const TouchingPoints::Point& from, const Vec3& normal, dGeomID o1, dGeomID o2,
+           dContactGeom& to) {
+  for (size_t i = 0; i < 3; ++i) {
+    to.pos[i] = from.position[i];
+    to.normal[i] = normal[i];
+  }
+  to.depth = from.depth;
+  to.g1 = o1;
+  to.g2 = o2;
+  to.side1 = to.side2 = -1;
+}
+
+}  // namespace
+
+bool hasOwnContactPoints(int class1, int class2) {
+  const bool round1 = class1 == dCapsuleClass || class1 == dCylinderClass;
+  const bool round2 = class2 == dCapsuleClass || class2 == dCylinderClass;
+  if (class1 == dCapsuleClass && class2 == dCapsuleClass) return false;
+  return (round1 && (round2 || class2 == dBoxClass)) || (round2 && class1 == dBoxClass);
+}
+
+int findContactPoints(dGeomID o1, dGeomID o2, dContactGeom* points) {
+  ConvexShape a, b;
+  if (!readConvexShape(o1, a) || !readConvexShape(o2, b)) return 0;
+  PairOfShapes pair(a, b);
+  if (!pair.run()) return 0;
+  pair.points().keep(kMostConvexPoints, pair.normal());
+  const int count = pair.points().count;
+  for (int k = 0; k < count; ++k) write(pair.points().points[k], pair.normal(), o1, o2, points[k]);
+  return count;
+}
+
+int completeCylinderOnPlane(dGeomID o1, dGeomID o2, dContactGeom* points, int count) {
+  dGeomID geom = o1, plane = o2;
+  if (dGeomGetClass(geom) == dPlaneClass) std::swap(geom, plane);
+  if (dGeomGetClass(geom) != dCylinderClass || dGeomGetClass(plane) != dPlaneClass) return count;
+  dVector4 parameters;  // n . x = offset
+  dGeomPlaneGetParams(plane, parameters);
+  const Vec3 nW{{parameters[0], parameters[1], parameters[2]}};
+  ConvexShape cylinder;
+  readConvexShape(geom, cylinder);
+  if (count == 2 && !cylinder.showsCap(nW)) return count;
+
+  Face rim;
+  if (!cylinder.rimAlong(-nW, rim)) return count;
+  TouchingPoints touching;
+  for (int k = 0; k < rim.count; ++k)
+    touching.add(rim.corners[k], parameters[3] - dot(nW, rim.corners[k]));
+  touching.keep(kMostConvexPoints, nW);
+  const dContactGeom deepest = points[0];
+  for (int k = 1; k < touching.count; ++k) {
+    points[k] = deepest;
+    points[k].depth = touching.points[k].depth;
+    for (size_t i = 0; i < 3; ++i) points[k].pos[i] = touching.points[k].position[i];
+  }
+  return std::max(touching.count, 1);
+}
+
+}  // namespace zelvik
