@@ -3,10 +3,12 @@
 #include "collision/ContactPoints.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <utility>
 
 #include "collision/FaceClip.hpp"
+#include "collision/OdeGuard.hpp"
 #include "collision/PortalSearch.hpp"
 
 namespace zelvik {
@@ -22,10 +24,12 @@ constexpr double kPreference = 1.001;
 
 /// Points that are apart by less than this share of the smaller size, seen along the normal, are
 /// one.
-constexpr double kAboveEachOther = 0.02;
+constexpr double kAboveEachOther = 0.1;
 /// Overlaps below this share of the smaller shape's size are rounding: their normal is that of a
 /// face, or they are none.
-constexpr double kRounding = 1e-10;
+constexpr double kTinyOverlap = 1e-10;
+
+enum class Found : std::uint8_t { NOTHING, POINTS, NO_NORMAL };
 
 /// The points of two shapes: a separating axis test over the normals of faces and of round sides,
 /// and the search for a portal where none of these is reached by a point of both shapes.
@@ -33,16 +37,22 @@ class PairOfShapes {
  public:
   PairOfShapes(const ConvexShape& a, const ConvexShape& b) : a_(a), b_(b) {}
 
-  /// @return whether the shapes overlap; `normal` and `points` then tell how
-  bool run() {
+  /// Tries the normals of faces and of round sides.
+  Found run() {
     best_.depth = std::numeric_limits<double>::infinity();
-    if (!tryFaces(a_) || !tryFaces(b_) || !trySides()) return false;
+    if (!tryFaces(a_) || !tryFaces(b_) || !trySides()) return Found::NOTHING;
     clip(best_);
-    const double rounding = kRounding * std::min(a_.size(), b_.size());
-    if (points_.deepest() + rounding >= kReached * best_.depth) return points_.count > 0;
+    const double deepest = points_.deepest() + kTinyOverlap * smallerSize();
+    if (deepest < kReached * best_.depth) return Found::NO_NORMAL;
+    return points_.count > 0 ? Found::POINTS : Found::NOTHING;
+  }
+
+  /// Searches another normal, for the case that none of those was it.
+  /// @return whether the shapes overlap
+  bool searchNormal() {
     Overlap found;
     if (!searchPortal(a_, b_, found)) return false;
-    if (found.depth * kPreference + rounding < best_.depth) clip(best_ = found);
+    if (found.depth * kPreference + kTinyOverlap * smallerSize() < best_.depth) clip(best_ = found);
     if (points_.deepest() < kReached * best_.depth) touchInOnePoint();
     return true;
   }
@@ -104,12 +114,14 @@ class PairOfShapes {
     clipFaces(faceA, faceB, overlap.normal, radii > 0.0 ? 1.0 / radii : 0.0, points_);
   }
 
+  double smallerSize() const { return std::min(a_.size(), b_.size()); }
+
   /// Adds the farthest points of both shapes as one, where the faces do not hold it: two rims, or
   /// the end of a capsule and a rim. They lie one above the other then.
   void touchInOnePoint() {
     const Vec3 onA = a_.support(-best_.normal), onB = b_.support(best_.normal);
     const Vec3 lateral = onB - onA - best_.depth * best_.normal;
-    if (points_.count == 0 || norm(lateral) < kAboveEachOther * std::min(a_.size(), b_.size()))
+    if (points_.count == 0 || norm(lateral) < kAboveEachOther * smallerSize())
       points_.add(0.5 * (onA + onB), best_.depth);
   }
 
@@ -117,6 +129,15 @@ class PairOfShapes {
   Overlap best_{};
   TouchingPoints points_;
 };
+
+/// An order of two shapes that does not depend on which of them was given first, so that a pair and
+/// the swapped one give the same points.
+bool comesFirst(const ConvexShape& a, const ConvexShape& b) {
+  if (a.kind != b.kind) return a.kind < b.kind;
+  for (size_t i = 0; i < 3; ++i)
+    if (a.center[i] != b.center[i]) return a.center[i] < b.center[i];
+  return false;
+}
 
 void write(const TouchingPoints::Point& from, const Vec3& normal, dGeomID o1, dGeomID o2,
            dContactGeom& to) {
@@ -142,11 +163,24 @@ bool hasOwnContactPoints(int class1, int class2) {
 int findContactPoints(dGeomID o1, dGeomID o2, dContactGeom* points) {
   ConvexShape a, b;
   if (!readConvexShape(o1, a) || !readConvexShape(o2, b)) return 0;
-  PairOfShapes pair(a, b);
-  if (!pair.run()) return 0;
+  const bool isSwapped = comesFirst(b, a);
+  PairOfShapes pair(isSwapped ? b : a, isSwapped ? a : b);
+  switch (pair.run()) {
+    case Found::NOTHING:
+      return 0;
+    case Found::NO_NORMAL:
+      if (a.kind == Kind::CYLINDER || b.kind == Kind::CYLINDER) {
+        if (!pair.searchNormal()) return 0;
+        break;
+      }
+      return collideGuarded(o1, o2, kMostConvexPoints, points, sizeof(dContactGeom));
+    case Found::POINTS:
+      break;
+  }
   pair.points().keep(kMostConvexPoints, pair.normal());
+  const Vec3 normal = (isSwapped ? -1.0 : 1.0) * pair.normal();
   const int count = pair.points().count;
-  for (int k = 0; k < count; ++k) write(pair.points().points[k], pair.normal(), o1, o2, points[k]);
+  for (int k = 0; k < count; ++k) write(pair.points().points[k], normal, o1, o2, points[k]);
   return count;
 }
 

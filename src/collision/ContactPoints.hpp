@@ -14,8 +14,10 @@ constexpr int kMostConvexPoints = 4;
 bool hasOwnContactPoints(int class1, int class2);
 
 /// Points of contact of a box, capsule or cylinder with another one: the faces in which they meet,
-/// clipped against each other along the shortest way out of each other. Swapping the geoms gives
-/// the same points with the opposite normal, but for rounding.
+/// clipped against each other along the shortest way out of each other. That way is one of the
+/// normals of faces and of round sides; where none of them is reached by points of both shapes, it
+/// is searched for, and a capsule on the edge of a box has the point of ODE. Swapping the geoms
+/// gives the same points with the opposite normal.
 /// @param points gets up to `kMostConvexPoints` points; positions lie in the middle between both
 ///   surfaces, world frame (m)
 /// @return number of points

@@ -101,30 +101,68 @@ void closestOnLines(const Vec3& w, const Vec3& u, const Vec3& v, double& s, doub
   s = onFirst(t);
 }
 
-/// The stretch in which two lines run side by side, or the place where they cross.
-void clipLines(const Face& a, const Face& b, const Vec3& n, double curvature, TouchingPoints& out) {
-  const Vec3 &p = a.corners[0], &q = b.corners[0];
-  const Vec3 u = a.corners[1] - p, v = b.corners[1] - q;
-  const double uu = squaredNorm(u), vv = squaredNorm(v);
-  const auto touch = [&](double s, double t) {
-    const Vec3 onA = p + s * u, gap = q + t * v - onA;
-    const double depth = dot(gap, n);
-    const double lateral2 = std::max(squaredNorm(gap) - depth * depth, 0.0);
-    out.add(onA + 0.5 * gap, depth - 0.5 * curvature * lateral2);
-  };
-  if (squaredNorm(cross(u, v)) < kParallel * kParallel * uu * vv) {
-    const double s0 = dot(q - p, u) / uu, s1 = dot(q + v - p, u) / uu;
-    const double first = std::max(std::min(s0, s1), 0.0), last = std::min(std::max(s0, s1), 1.0);
-    if (first <= last)
-      for (const double s : {first, last})
-        touch(s, std::clamp(dot(p + s * u - q, v) / vv, 0.0, 1.0));
+/// Two lines in which round shapes face each other.
+class LinePair {
+ public:
+  LinePair(const Face& a, const Face& b, const Vec3& n, double curvature, TouchingPoints& out)
+      : p_(a.corners[0]),
+        u_(a.corners[1] - p_),
+        q_(b.corners[0]),
+        v_(b.corners[1] - q_),
+        n_(n),
+        curvature_(curvature),
+        out_(out) {}
+
+  /// The stretch in which the lines run side by side, and where there is none the deepest point.
+  void clip() {
+    const double uu = squaredNorm(u_), vv = squaredNorm(v_);
+    if (squaredNorm(cross(u_, v_)) < kParallel * kParallel * uu * vv) {
+      const double s0 = dot(q_ - p_, u_) / uu, s1 = dot(q_ + v_ - p_, u_) / uu;
+      const double first = std::max(std::min(s0, s1), 0.0), last = std::min(std::max(s0, s1), 1.0);
+      if (first <= last)
+        for (const double s : {first, last}) add(pointAt(s, onOther(p_ + s * u_, q_, v_)));
+    }
+    if (out_.count >= 2) return;
+    const TouchingPoints::Point deepest = findDeepest();
+    if (deepest.depth > (1.0 + 1e-9) * out_.deepest()) add(deepest);
   }
-  if (out.count >= 2) return;
-  const auto flat = [&](const Vec3& d) { return d - dot(d, n) * n; };
-  double s = 0.0, t = 0.0;
-  closestOnLines(flat(p - q), flat(u), flat(v), s, t);
-  touch(s, t);
-}
+
+ private:
+  using Point = TouchingPoints::Point;
+
+  /// Parameter of the point of a line that is closest to x, from 0 to 1.
+  static double onOther(const Vec3& x, const Vec3& begin, const Vec3& d) {
+    const double length2 = squaredNorm(d);
+    return length2 > 0.0 ? std::clamp(dot(x - begin, d) / length2, 0.0, 1.0) : 0.0;
+  }
+
+  Point pointAt(double s, double t) const {
+    const Vec3 onA = p_ + s * u_, gap = q_ + t * v_ - onA;
+    const double depth = dot(gap, n_);
+    const double lateral2 = std::max(squaredNorm(gap) - depth * depth, 0.0);
+    return {onA + 0.5 * gap, depth - 0.5 * curvature_ * lateral2};
+  }
+
+  void add(const Point& point) { out_.add(point.position, point.depth); }
+
+  /// At an end of one of the lines or where they cross, seen along the normal.
+  Point findDeepest() const {
+    const auto flat = [&](const Vec3& d) { return d - dot(d, n_) * n_; };
+    const Vec3 p = flat(p_), u = flat(u_), q = flat(q_), v = flat(v_);
+    double s = 0.0, t = 0.0;
+    closestOnLines(p - q, u, v, s, t);
+    Point best = pointAt(s, t);
+    for (const double end : {0.0, 1.0})
+      for (const Point& other :
+           {pointAt(end, onOther(p + end * u, q, v)), pointAt(onOther(q + end * v, p, u), end)})
+        if (other.depth > best.depth) best = other;
+    return best;
+  }
+
+  const Vec3 p_, u_, q_, v_, &n_;
+  const double curvature_;
+  TouchingPoints& out_;
+};
 
 }  // namespace
 
@@ -161,7 +199,7 @@ void TouchingPoints::keep(int most, const Vec3& n) {
 
 void clipFaces(const Face& a, const Face& b, const Vec3& n, double curvature, TouchingPoints& out) {
   const bool aIsFlat = a.count > 2, bIsFlat = b.count > 2;
-  if (!aIsFlat && !bIsFlat) return clipLines(a, b, n, curvature, out);
+  if (!aIsFlat && !bIsFlat) return LinePair(a, b, n, curvature, out).clip();
   const double aFacing = aIsFlat ? -dot(n, a.normal) : -1.0;
   const double bFacing = bIsFlat ? dot(n, b.normal) : -1.0;
   if (bFacing >= aFacing)

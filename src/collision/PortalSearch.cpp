@@ -9,10 +9,15 @@ namespace zelvik {
 
 namespace {
 
-/// The surface is known to this share of the size of the shapes: the depth, and the square of the
-/// normal's error.
-constexpr double kTolerance = 1e-11;
+/// The depth is known to this share of itself, and of the size of the shapes.
+constexpr double kTolerance = 1e-4, kRounding = 1e-10;
 constexpr int kMostTurns = 64;
+/// The search begins anew close to the origin, which lies that share of the depth ahead of it along
+/// the normal found, as long as the depth falls by more than the second share.
+constexpr int kMostRestarts = 3;
+constexpr double kAhead = 0.1, kGain = 1e-2;
+/// The farthest points of both shapes lie above each other to this share of the depth.
+constexpr double kAligned = 0.1;
 
 /// The Minkowski difference b - a, which holds the origin where the shapes overlap.
 class PortalSearch {
@@ -22,19 +27,36 @@ class PortalSearch {
   bool run(Overlap& overlap) {
     p0_ = b_.center - a_.center;
     if (!(squaredNorm(p0_) > 1e-30)) p0_ = 1e-6 * support(Vec3{{1.0, 0.0, 0.0}});
+    if (!search(overlap)) return false;
+    for (int k = 0; k < kMostRestarts && !isAligned(overlap); ++k) {
+      p0_ = (-kAhead * overlap.depth) * overlap.normal;
+      Overlap other;
+      if (!search(other) || other.depth > (1.0 - kGain) * overlap.depth) break;
+      overlap = other;
+    }
+    return true;
+  }
+
+ private:
+  enum class Found { NOTHING, PORTAL, SURFACE };
+
+  bool isAligned(const Overlap& overlap) const {
+    const Vec3 lateral = support(overlap.normal) - overlap.depth * overlap.normal;
+    return squaredNorm(lateral) < kAligned * kAligned * overlap.depth * overlap.depth;
+  }
+
+  /// Follows the ray from p0 through the origin.
+  bool search(Overlap& overlap) {
     switch (discover()) {
       case Found::NOTHING:
         return false;
       case Found::SURFACE:
-        overlap = {normal_, dot(normal_, p1_)};
+        overlap = {normal_, dot(normal_, support(normal_))};
         return true;
       default:
         return refine(overlap);
     }
   }
-
- private:
-  enum class Found { NOTHING, PORTAL, SURFACE };
 
   Vec3 support(const Vec3& d) const { return b_.support(d) - a_.support(-d); }
 
@@ -82,7 +104,7 @@ class PortalSearch {
       if (outer <= 0.0) return false;
       overlap = {normal_, outer};
       const double inner = dot(p1_, normal_);
-      if (outer - inner <= kTolerance * size) return true;
+      if (outer - inner <= kTolerance * outer + kRounding * size) return true;
       replaceBy(p4);
     }
     overlap = {normal_, dot(support(normal_), normal_)};

@@ -13,8 +13,8 @@ struct Overlap {
 };
 
 /// Whether two convex shapes overlap, and along which normal. The normal is that of the surface of
-/// their Minkowski difference where the ray from its middle through the origin leaves it: for
-/// overlaps that are small beside the shapes, the shortest way out.
+/// their Minkowski difference where a ray through the origin leaves it, which is turned until it
+/// does so along the normal: the shortest way out, at least of all that are near.
 /// G. Snethen, XenoCollide: complex collision made simple, Game Programming Gems 7 (2008).
 bool searchPortal(const ConvexShape& a, const ConvexShape& b, Overlap& overlap);
 
