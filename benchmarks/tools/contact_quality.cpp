@@ -1,6 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -51,7 +54,8 @@ struct GroundKind {
 
 std::string objFile(const std::string& name, const std::vector<Vec3>& vertices,
                     const std::vector<std::array<int, 3>>& faces) {
-  const auto path = std::filesystem::temp_directory_path() / (name + ".obj");
+  const auto path =
+      std::filesystem::temp_directory_path() / (name + "_" + std::to_string(getpid()) + ".obj");
   std::ofstream file(path);
   for (const Vec3& v : vertices) file << "v " << v[0] << ' ' << v[1] << ' ' << v[2] << '\n';
   for (const auto& f : faces)
