@@ -61,4 +61,18 @@ inline AS* addFlap(World& world) {
   return world.addArticulatedSystem(hinge);
 }
 
+/// One step without contacts, as a world drives it; joint limits are solved by plain sweeps.
+inline void step(ArticulatedSystem& system, const Vec3& gravity, double dt) {
+  contact::ContactProblemList problems;
+  system.clearPerObjectContact();
+  system.updateTimeStepIfNecessary(dt);
+  system.updateCollision();
+  system.preContactSolverUpdate1(gravity, dt);
+  system.appendJointLimits(problems);
+  system.preContactSolverUpdate2(gravity, dt);
+  for (int sweep = 0; sweep < 100; ++sweep)
+    for (auto& problem : problems) system.enforceJointLimits(problem);
+  system.integrate(dt, gravity);
+}
+
 }  // namespace zelvik::articulated_test

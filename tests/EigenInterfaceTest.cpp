@@ -41,7 +41,7 @@ TEST(EigenInterface, MatricesAreTakenGivenAndConverted) {
   EXPECT_EQ(v[0], 1.0);
 }
 
-TEST(EigenInterface, BodiesAndWires) {
+TEST(EigenInterface, BodiesAndWiresTakeVectorsAndBraces) {
   World world;
   world.setGravity(Mat<3, 1>{});
   Box* box = world.addBox(0.1, 0.2, 0.3, 2.0);
@@ -75,7 +75,7 @@ TEST(EigenInterface, BodiesAndWires) {
   EXPECT_EQ(spring->getLocalPos2()[2], 1.0);
 }
 
-TEST(EigenInterface, Robots) {
+TEST(EigenInterface, RobotsFillMatrices) {
   World world;
   ArticulatedSystem* robot = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
   world.integrate1();

@@ -8,7 +8,7 @@ namespace zelvik {
 namespace {
 
 using articulated_test::body;
-using Eigen::Quaterniond, Eigen::Vector3d, Eigen::VectorXd;
+using Eigen::Quaterniond, Eigen::Vector3d;
 const Vec3 kSize{{0.4, 0.3, 0.2}};
 
 /// A box above ground as a single body in one world, as the root of a tree in another.
@@ -68,34 +68,6 @@ TEST(FloatingBody, TakesContactsLikeASingleBody) {
       EXPECT_GT(norm(p), 0.01);
     }
   }
-}
-
-TEST(JointLimits, ConvergeTogetherWithContacts) {
-  Child root = body("hip", Joint::FLOATING, 3.0, {{0.1, 0.02, 0.2}}, 0.05);
-  Child shank = body("shank", Joint::REVOLUTE, 0.6, {{0.0, 0.0, -0.2}}, 0.0);
-  shank.jointLimit[1] = 0.5;
-  shank.collisionBodies.emplace_back().size = {0.05};
-  shank.collisionBodies[0].posOffset = {{0.0, 0.0, -0.4}};
-  root.childrenMovable.push_back(shank);
-
-  World world;
-  world.setContactSolverParam(1.0, 1.0, 1.0, 1000, 1e-14);
-  world.addGround();
-  ArticulatedSystem& robot = *world.addArticulatedSystem(root, ".");
-  // The foot in the ground, the knee beyond its limit and bending on.
-  robot.setGeneralizedCoordinate({0, 0, 0.049 + 0.4 * std::cos(0.51), 1, 0, 0, 0, 0.51});
-  robot.setGeneralizedVelocity({0.5, 0.1, -0.6, 0.0, 0.3, 0.0, 0.2});
-  world.integrate1();
-  ASSERT_TRUE(robot.getContacts().size() == 1 && world.getContactProblems().size() == 2);
-  MatDyn J;
-  robot.getDenseJacobian(1, robot.getContacts()[0].position_, J);
-  world.integrate2();
-
-  const auto &foot = world.getContactProblems()[0], &knee = world.getContactProblems()[1];
-  const VectorXd u = robot.getGeneralizedVelocity().e();
-  EXPECT_TRUE(foot.imp_[2] > 0.1 && knee.imp_[0] < -0.01);  // from the upper limit inwards
-  EXPECT_LT((J.e() * u - foot.targetVelZ_ * Vector3d::UnitZ()).norm(), 1e-4);  // sticks
-  EXPECT_LT(std::fabs(u[6]), 1e-4);
 }
 
 }  // namespace

@@ -153,7 +153,7 @@ TEST(HeightMapRay, RandomRaysGiveTheHitsOfAllTriangles) {
   EXPECT_GT(total, 600u);  // or the comparison would say little
 }
 
-TEST(HeightMapRay, EdgesEndsDiagonalsBadInputAndCapacity) {
+TEST(HeightMapRay, BordersEndsAndLinesBelongToOneTriangleEach) {
   const OdeScope ode;
   const HeightMap map(3, 3, 2.0, 2.0, 0.0, 0.0, {0, 0, 0, 0, 1, 0, 0, 0, 0});
   const double infinity = std::numeric_limits<double>::infinity(), half = std::sqrt(0.5);
@@ -178,7 +178,7 @@ TEST(HeightMapRay, EdgesEndsDiagonalsBadInputAndCapacity) {
   EXPECT_LT(nearest.positionW[0], 0.0);
 }
 
-TEST(HeightMap, RefusedMaps) {
+TEST(HeightMap, BrokenFilesAndTerrainsAreRefusedAndLeaveNoGeom) {
   const OdeScope ode;
   const std::pair<const char*, const char*> table[] = {
       {"2 3 x 4 1 2 3", "Height Map is in a wrong format"},
@@ -196,23 +196,22 @@ TEST(HeightMap, RefusedMaps) {
       EXPECT_EQ(refused.getCollisionObject(), nullptr);
       EXPECT_TRUE(std::isnan(refused.getHeight(0.0, 0.0)));
     };
-    messages::expect(message, build, messages::OnFatal::GO_ON);
+    messages::refused(message, build);
   }
   TerrainProperties terrain;
   terrain.frequency = std::nan("");
   messages::expect("The height at position 0", [&] { HeightMap(0.0, 0.0, terrain); });
   const auto build = [&] { EXPECT_EQ(HeightMap(0.0, 0.0, terrain).getCollisionObject(), nullptr); };
   terrain.fractalOctaves = 1000000000;
-  messages::expect("but 1000000000 are asked for", build, messages::OnFatal::GO_ON);
+  messages::refused("but 1000000000 are asked for", build);
   terrain.xSamples = terrain.ySamples = 1u << 16;
-  messages::expect("65536 x 65536 samples is too large", build, messages::OnFatal::GO_ON);
-  messages::expect(
-      "Error opening file",
-      [] { EXPECT_EQ(HeightMap(0.0, 0.0, "/no/such/file").getCollisionObject(), nullptr); },
-      messages::OnFatal::GO_ON);
+  messages::refused("65536 x 65536 samples is too large", build);
+  messages::refused("Error opening file", [] {
+    EXPECT_EQ(HeightMap(0.0, 0.0, "/no/such/file").getCollisionObject(), nullptr);
+  });
 }
 
-TEST(Terrain, KnownValues) {
+TEST(Terrain, NoiseIsThatOfThePublishedAlgorithm) {
   const OdeScope ode;
   TerrainProperties terrain;
   terrain.frequency = 0.1;

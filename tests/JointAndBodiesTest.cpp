@@ -119,7 +119,7 @@ Child named(const std::string& name, Joint::Type type) {
   return node;
 }
 
-TEST(ConsumeFixedBodies, OrderOfChildrenAndFrames) {
+TEST(ConsumeFixedBodies, KeepsTheOrderOfChildrenAndFrames) {
   // root -> m1, root =f1= (=f2= m3, m2), where = is a fixed joint.
   Child f2 = named("f2", Joint::FIXED), f1 = named("f1", Joint::FIXED), root;
   f2.jointPosition = {{0, 1, 0}};
@@ -167,9 +167,8 @@ TEST(Child, NoDepthExhaustsTheStack) {
   }
   Child copy = root;
   copy = root;
-  messages::expect(
-      "the tree is more than 2000 joints deep", [&] { ArticulatedSystem system(copy, "."); },
-      messages::OnFatal::GO_ON);
+  messages::refused("the tree is more than 2000 joints deep",
+                    [&] { ArticulatedSystem system(copy, "."); });
   std::vector<CoordinateFrame> frames;
   copy.consumeFixedBodies(frames);
   EXPECT_EQ(frames.size(), 50000u);
@@ -182,8 +181,7 @@ TEST(VisualObjects, OfAnUnknownShapeAreRefused) {
   node.visObjects.resize(2);
   node.visObjects[0].shape = static_cast<Shape::Type>(6);
   std::vector<VisObject> output;
-  messages::expect(
-      "unknown shape 6", [&] { node.initVisuals(output); }, messages::OnFatal::GO_ON);
+  messages::refused("unknown shape 6", [&] { node.initVisuals(output); });
   EXPECT_EQ(output.size(), 1u);
 }
 

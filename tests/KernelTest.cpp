@@ -164,7 +164,7 @@ TEST(TreePasses, EqualTheSumsOverSingleBodies) {
   }
 }
 
-TEST(ArticulatedInverse, ReadingItChangesNoStep) {
+TEST(ArticulatedInverse, ReadingItAndInvertingAnotherMatrixChangeNoStep) {
   const auto read = randomSystem(true, 3, 8), untouched = randomSystem(true, 3, 8);
   for (int step = 0; step < 20; ++step)
     for (AS* system : {read.get(), untouched.get()}) {
@@ -172,10 +172,6 @@ TEST(ArticulatedInverse, ReadingItChangesNoStep) {
       system->preContactSolverUpdate1({{0.0, 0.0, -9.81}}, 0.002);
       if (system == read.get()) {
         const Eigen::MatrixXd M = system->getMassMatrix().e();
-        EXPECT_LT(
-            (system->getInverseMassMatrix().e() * M - Eigen::MatrixXd::Identity(M.rows(), M.cols()))
-                .norm(),
-            1e-9);
         MatDyn other(system->getDOF(), system->getDOF()), inverse = other;
         other.e() = 2.0 * M;
         system->computeSparseInverse(other, inverse);

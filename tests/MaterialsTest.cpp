@@ -5,6 +5,8 @@
 #include <string>
 #include <zelvik/Materials.hpp>
 
+#include "TerrainTestTools.hpp"
+
 namespace zelvik {
 namespace {
 
@@ -51,6 +53,23 @@ TEST(Materials, PairsDoNotCollideAreSymmetricAndOverwritten) {
     for (int j = 0; j <= i; ++j)
       ASSERT_EQ(manager.getMaterialPairProp(std::to_string(j), std::to_string(i)).friction,
                 i + 0.001 * j);
+}
+
+TEST(Materials, TheFirstDefaultAndTheLastOfEqualPairsOfAFileCount) {
+  const terrain_test::TemporaryFile file(
+      "materials.xml",
+      "<zelvik><material>"
+      "<pair_prop name1='a' name2='b' friction='1' restitution='2' restitution_threshold='3'/>"
+      "<default friction='0.5' restitution='0.6' restitution_threshold='0.7'/>"
+      "<default friction='9' restitution='9' restitution_threshold='9'/>"
+      "<pair_prop name1='b' name2='a' friction='0.4' restitution='0' restitution_threshold='0'/>"
+      "</material><material><default/></material></zelvik>");
+  MaterialManager manager(file.path);
+  EXPECT_EQ(manager.getMaterialPairProp("a", "b").friction, 0.4);
+  const auto fallback = manager.getMaterialPairProp("a", "unknown");
+  EXPECT_EQ(fallback.friction, 0.5);
+  EXPECT_EQ(fallback.restitution, 0.6);
+  EXPECT_EQ(fallback.restitutionThreshold, 0.7);
 }
 
 }  // namespace

@@ -5,16 +5,10 @@
 #include <Eigen/Cholesky>
 #include <Eigen/Geometry>
 #include <Eigen/LU>
-#include <limits>
-#include <locale>
-#include <regex>
-#include <string>
 #include <tuple>
-#include <zelvik/Path.hpp>
 #include <zelvik/math.hpp>
 #include <zelvik/rotation.hpp>
 
-#include "Messages.hpp"
 #include "RandomTree.hpp"
 
 namespace zelvik {
@@ -102,7 +96,7 @@ TEST(Rotation, QuaternionOfEveryBranchAndAtItsTies) {
   }
 }
 
-TEST(Rotation, InertiaRoutines) {
+TEST(Rotation, InertiasTurnAndShiftAsDenseProductsSay) {
   Random random;
   const Mat33 R = random.rotation(), a = random.mat(), symmetric = a + transpose(a);
   Mat33 out = symmetric, inertia = symmetric;
@@ -121,7 +115,7 @@ TEST(Rotation, InertiaRoutines) {
   EXPECT_EQ(out(1, 0), 7.0);
 }
 
-TEST(Rotation, SmallSolvers) {
+TEST(Rotation, SmallSystemsAreSolvedAndSingularOnesStayFinite) {
   Random random;
   for (int i = 0; i < 500; ++i) {
     const Mat33 A = random.mat();
@@ -148,111 +142,6 @@ TEST(Rotation, SmallSolvers) {
     solve33(A, {{1, 1, 1}}, x);
     EXPECT_NEAR(x[0], x0, 1e-12 * std::fabs(x0)) << why;
   }
-}
-
-TEST(Messages, FormatAndCallback) {
-  const auto before = ZelvikMsg::fatalCallback_;
-  const auto matches = [](auto&& action, const std::string& rest) {
-    const std::string stamp = R"(\[\d{4}:[01]\d:[0-3]\d:[0-2]\d:[0-5]\d:[0-6]\d )";
-    testing::internal::CaptureStdout();
-    action();
-    const std::string text = testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(std::regex_match(text, std::regex(stamp + rest + "\x1b\\[0m\n"))) << text;
-  };
-  const auto raw = [](const char* file, int severity) {
-    std::stringstream message("text");
-    ZelvikMsg().stream(file, 1234, message, severity);
-  };
-  int calls = 0;
-  ZelvikMsg::fatalCallback_ = [&] { ++calls; };
-  matches([] { MSG_INFO("mass is " << 1.5); }, R"(CoreTest\.cpp:\d+\] mass is 1\.5)");
-  matches([] { MSG_WARN("careful"); }, "CoreTest\\.cpp:\\d+\\] \x1b\\[33mcareful");
-  EXPECT_EQ(calls, 0);
-  matches([] { MSG_FATAL("broken " << 7); }, "CoreTest\\.cpp:\\d+\\] \x1b\\[1;31mbroken 7");
-  EXPECT_EQ(calls, 1);
-  matches([&] { raw("/a/b/", 3); }, ":1234\\] text");
-  ZelvikMsg::fatalCallback_ = nullptr;
-  matches([] { EXPECT_THROW(MSG_FATAL("nobody"), std::bad_function_call); },
-          "CoreTest\\.cpp:\\d+\\] \x1b\\[1;31mnobody");
-  ZelvikMsg::fatalCallback_ = before;
-  EXPECT_EXIT(MSG_FATAL("the end"), testing::ExitedWithCode(1), "");
-}
-
-TEST(Messages, ASinkTakesThePartsInsteadOfTheOutput) {
-  const auto before = ZelvikMsg::fatalCallback_;
-  std::string taken;
-  ZelvikMsg::sink_ = [&](ZelvikMsg::Severity severity, const char* file, int line,
-                         const std::string& text) {
-    taken += std::to_string(severity) + "|" + file + "|" + std::to_string(line) + "|" + text + "\n";
-  };
-  ZelvikMsg::fatalCallback_ = [&] { taken += "fatal callback\n"; };
-  testing::internal::CaptureStdout();
-  for (const int severity : {0, 1, 2, 7}) {
-    std::stringstream message("text");
-    ZelvikMsg().stream("/a/World.cpp", 65, message, severity);
-  }
-  ZelvikMsg::sink_ = nullptr;
-  ZelvikMsg::fatalCallback_ = before;
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(taken,
-            "0|World.cpp|65|text\n1|World.cpp|65|text\n2|World.cpp|65|text\nfatal callback\n"
-            "0|World.cpp|65|text\n");
-}
-
-TEST(Messages, NumbersDoNotFollowTheLocaleOfTheHost) {
-  struct German : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-  };
-  const std::locale before = std::locale::global(std::locale(std::locale(), new German));
-  const std::string told = messages::of([] { MSG_WARN("row:" << 1501 << " " << -2.5); });
-  std::locale::global(before);
-  EXPECT_EQ(told, "CoreTest.cpp: row:1501 -2.5");
-}
-
-TEST(Paths, Normalisation) {
-  for (const auto& [given, expected] :
-       {std::pair{"", ""},
-        {"a\\b", "a/b"},
-        {"/a/b/../c", "/a/c"},
-        {"/a/b/c/../../d", "/a/d"},
-        {"/a//b", "/a/b"},
-        {"/a////b", "/a/b"},
-        {"/a/..", ""},
-        {"\\a\\b\\..\\c", "/a/c"},
-        {"/a/bb..c/d", "/ac/d"},  // dots inside a name take the component away
-        {"/a/b..c/d", "c/d"},     // and the one before, if a single letter stands before them
-        {"/a/./b", "/a/./b"},
-        {"x/yy/../z", "x/z"},
-        {"/a/b//../c", "/a/c"}})
-    EXPECT_EQ(Path(given).getString(), expected) << given;
-  EXPECT_EQ(Path("../a\\..//b", true).getString(), "../a/..//b");
-}
-
-TEST(Paths, ImpossibleStepsAreFatal) {
-  for (const std::string given :
-       {"../a", "/../a", "ab..", "a/..", "abc..", "aa/../b", "/a/../../b"}) {
-    const std::string text = "Path.hpp: '" + given + "' is an invalid path";
-    messages::expect(text, [&] { Path{given}; });
-    // A callback that comes back must not leave the loop running.
-    messages::expect(
-        text, [&] { Path{given}; }, messages::OnFatal::GO_ON);
-  }
-}
-
-TEST(Paths, DirectoriesAndSuffixes) {
-  for (const auto& [given, directory, top] : {std::tuple{"/a/b/c.urdf", "/a/b", "b"},
-                                              {"b", "", "b"},
-                                              {"/b", "", ""},
-                                              {"/a/b/", "/a/b", "b"}}) {
-    EXPECT_EQ(Path(given).getDirectory().getString(), directory) << given;
-    EXPECT_EQ(Path(given).getTopDirectory().getString(), top) << given;
-  }
-  // Only the tail of a pair is taken.
-  for (const auto& [suffix, expected] :
-       {std::pair{"/b.xml", "/a/b.xml"}, {"x/", "/a/"}, {"/../b", "/a/../b"}})
-    EXPECT_EQ((Path("/a") + suffix).getString(), expected);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ using namespace terrain_test;
 
 const std::string kFourVertices = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0.5\n";
 
-TEST(MeshObj, FaceLines) {
+TEST(MeshObj, FacesOfEveryKindOfLineBecomeTriangles) {
   const std::pair<const char*, std::vector<unsigned int>> table[] = {
       {"f 1 2 3 4\n", {0, 1, 2, 2, 3, 0}},  // the second turns from the third corner
       {"f 1//9 2//9 3//9 4//9 1//9\n", {0, 1, 2, 2, 3, 0}},  // more than a quad: dropped
@@ -42,7 +42,7 @@ TEST(MeshObj, VerticesAreScaledInDoubleAndAppended) {
   EXPECT_EQ(indices, (std::vector<unsigned int>{0, 0, 0, 0, 1, 3}));
 }
 
-TEST(MeshObj, Faults) {
+TEST(MeshObj, BrokenFilesAreRefusedByFileAndLine) {
   std::vector<float> vertices;
   std::vector<unsigned int> indices;
   const auto load = [&](const std::string& path) { Mesh::loadObj(path, vertices, indices, 1.0); };
@@ -60,7 +60,7 @@ TEST(MeshObj, Faults) {
   for (const auto& row : table) {
     const TemporaryFile file(row.name, row.text);
     const auto action = [&] { load(file.path); };
-    messages::expect(row.message, action, messages::OnFatal::GO_ON);
+    messages::refused(row.message, action);
     EXPECT_TRUE(vertices.empty() && indices.empty()) << row.name;
   }
   // Two blanks between numbers, a missing and a malformed number.
@@ -103,7 +103,7 @@ TEST(Mesh, ArraysAreCheckedBeforeTheyReachTheCollider) {
       Mesh mesh(row.vertices, row.indices, nullptr, 1.0, Mat33::identity(), {}, 1.0);
       EXPECT_EQ(mesh.getCollisionObject(), nullptr);
     };
-    messages::expect(row.message, build, messages::OnFatal::GO_ON);
+    messages::refused(row.message, build);
   }
 }
 

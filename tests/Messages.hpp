@@ -40,4 +40,10 @@ void expect(const std::string& text, Action&& action, OnFatal onFatal = OnFatal:
   EXPECT_NE(printed.find(text), std::string::npos) << text << " is not in: " << printed;
 }
 
+/// The same for a fatal message after which the program goes on.
+template <typename Action>
+void refused(const std::string& text, Action&& action) {
+  expect(text, action, OnFatal::GO_ON);
+}
+
 }  // namespace zelvik::messages

@@ -13,6 +13,7 @@
 #include <zelvik/rotation.hpp>
 
 #include "Messages.hpp"
+#include "ModelTestTools.hpp"
 #include "TemporaryDirectory.hpp"
 
 // Meshes of robots: finding of files, formats, mending, collision shapes, cache.
@@ -174,12 +175,6 @@ class ModelMesh : public testing::Test {
     return volume;
   }
 };
-
-const model::Finding* findingOf(const model::Report& report, const std::string& code) {
-  const auto found = std::find_if(report.findings.begin(), report.findings.end(),
-                                  [&](const model::Finding& f) { return f.code == code; });
-  return found != report.findings.end() ? &*found : nullptr;
-}
 
 // A box of 1 x 2 x 3 in each format has its volume and eight corners; a mirrored one still looks
 // outwards.
@@ -390,7 +385,7 @@ TEST_F(ModelMesh, HullsKeepTheCornersThatMatter) {
   std::size_t corners = 0;
   const double volume = volumeOf(m, m.root.collisionBodies.at(0).meshFileName, &corners);
   EXPECT_EQ(corners, 50u);
-  const double ball = 4.0 / 3.0 * 3.14159265358979;
+  const double ball = 4.0 / 3.0 * M_PI;
   EXPECT_LT(volume, ball);
   EXPECT_GT(volume, 0.75 * ball);
   // Radius r of the largest ball inside: the farthest corner lies 1 - r outside.

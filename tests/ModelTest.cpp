@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <zelvik/model/Robot.hpp>
 
 #include "Messages.hpp"
+#include "ModelTestTools.hpp"
 #include "TemporaryDirectory.hpp"
 
 // Reading of robots as they are published: structure, findings, base, pose.
@@ -19,12 +19,6 @@ namespace {
 using model::Model;
 using model::Options;
 using model::Severity;
-
-const model::Finding* findingOf(const model::Report& report, const std::string& code) {
-  const auto found = std::find_if(report.findings.begin(), report.findings.end(),
-                                  [&](const model::Finding& f) { return f.code == code; });
-  return found != report.findings.end() ? &*found : nullptr;
-}
 
 const std::string kMass =
     "<inertial><mass value='1'/><inertia ixx='.01' iyy='.01' izz='.01'/></inertial>";

@@ -69,7 +69,7 @@ TEST(Png, RowsAreMirroredAndScaled) {
             (std::vector<double>{2, 1}));
 }
 
-TEST(Png, Faults) {
+TEST(Png, BrokenImagesAreRefusedWithOneMessage) {
   const PngImage good{2, 2, 8, 0, bytes({0, 1, 2, 0, 3, 4})};
   std::string badChecksum = good.file();
   badChecksum[30] = static_cast<char>(badChecksum[30] + 1);
@@ -114,9 +114,9 @@ TEST(Png, TooManySamplesAreRefusedBeforeTheyTakeMemory) {
 TEST(Png, BecomesAHeightMap) {
   const OdeScope ode;
   const auto missing = [] { HeightMap(0, 0, "no.png", 1, 1, 1, 0); };
-  messages::expect("no.png not found", missing, messages::OnFatal::GO_ON);
+  messages::refused("no.png not found", missing);
   const auto other = [] { HeightMap(0, 0, "map.PNG", 1, 1, 1, 0); };
-  messages::expect("This constructor is for png file", other, messages::OnFatal::GO_ON);
+  messages::refused("This constructor is for png file", other);
   // Row 0 of the image at low y, its rightmost pixel at low x.
   const TemporaryFile file("terrain.png",
                            PngImage{3, 2, 8, 0, bytes({0, 1, 2, 3, 0, 4, 5, 6})}.file());

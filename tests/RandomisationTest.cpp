@@ -147,7 +147,7 @@ TEST(Randomisation, AChangedBodyMovesOnAsOneThatWasMadeSo) {
   }
 }
 
-TEST(Randomisation, GettersExportAndBodiesAtRestFollow) {
+TEST(Randomisation, InertiaExportAndBodiesAtRestFollow) {
   const TemporaryDirectory directory;
   World world;
   Sphere* ball = world.addSphere(0.1, 1.0);
@@ -161,10 +161,7 @@ TEST(Randomisation, GettersExportAndBodiesAtRestFollow) {
   compound->setChildSize(1, {{0.2}});
   compound->setMaterial("rubber");
   capsule->setSize(0.2, 0.0);
-  EXPECT_EQ(ball->getRadius(), 0.5);
-  EXPECT_EQ(ball->getMass(0), 3.0);
   EXPECT_NEAR(ball->getBodyInertia()(1, 1), 0.4 * 3.0 * 0.25, 1e-15);
-  EXPECT_EQ(compound->getChildren()[1].material, "rubber");
   // A body that never moves is met by its new size, too.
   EXPECT_NEAR(world.rayTest(Vec3{{0, 0, 2}}, Vec3{{0, 0, -1}}, 5.0).hits[0].geom.depth, 1.5, 1e-12);
 
@@ -239,7 +236,7 @@ TEST(Randomisation, BadValuesAreRefusedWithAMessageAndChangeNothing) {
       {"LengthConstraint::setLength: ", [&] { wire->setLength(nan); }},
       {"CompliantLengthConstraint::setStiffness: ", [&] { wire->setStiffness(-1.0); }},
   };
-  for (const auto& row : table) messages::expect(row.text, row.call, messages::OnFatal::GO_ON);
+  for (const auto& row : table) messages::refused(row.text, row.call);
   EXPECT_EQ(ball->getRadius(), 0.1);
   EXPECT_EQ(ball->getMass(0), 1.0);
   EXPECT_EQ(box->getDimensions()[1], 0.2);

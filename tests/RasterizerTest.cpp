@@ -243,14 +243,13 @@ TEST(Picture, EveryShapeCoversItsSilhouette) {
   }
 }
 
-TEST(Picture, BadInput) {
+TEST(Picture, OptionsAndFilesThatCannotBeAreRefused) {
   World world;
   world.addSphere(0.1, 1.0);
   Recorder recorder(world);
   const auto expect = [&](const std::string& text, const std::string& file,
                           const PictureOptions& options) {
-    messages::expect(
-        text, [&] { EXPECT_FALSE(recorder.writePng(file, options)); }, messages::OnFatal::GO_ON);
+    messages::refused(text, [&] { EXPECT_FALSE(recorder.writePng(file, options)); });
   };
   expect("nothing has been captured", "a.png", {});
   recorder.capture();
@@ -261,12 +260,9 @@ TEST(Picture, BadInput) {
   expect("1000000 x 400", "a.png", wide);
   expect("field of view 0", "a.png", flat);
   expect("its target is out of range", "a.png", lost);
-  messages::expect(
-      "a.png is not written: an image of 2 x 2 pixels with 0 bytes",
-      [] {
-        EXPECT_FALSE(writePng("a.png", {2, 2, {}}));
-      },
-      messages::OnFatal::GO_ON);
+  messages::refused("a.png is not written: an image of 2 x 2 pixels with 0 bytes", [] {
+    EXPECT_FALSE(writePng("a.png", {2, 2, {}}));
+  });
   expect("no such directory/a.png cannot be written: No such file", "no such directory/a.png", {});
   PictureOptions follow;
   follow.camera.follow = "nobody";

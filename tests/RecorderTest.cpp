@@ -111,7 +111,7 @@ void expectPose(const std::array<double, 7>& pose, const Object& object, std::si
   for (std::size_t i = 0; i < 9; ++i) EXPECT_NEAR(S[i], R[i], 6e-5);
 }
 
-TEST(Recorder, PosesAndContactsOfARobot) {
+TEST(Recorder, AReplayHoldsPosesAndContactsOfARobot) {
   scenes::StandingRobot scene(ZELVIK_MODEL_DIR "/quadruped.urdf");
   Recorder recorder(scene.world);
   std::map<std::size_t, std::vector<std::array<double, 7>>> expected;
@@ -186,7 +186,7 @@ TEST(Recorder, AContactNamesTheBodiesOfBothSides) {
   }
 }
 
-TEST(Recorder, ObjectsComeAndGo) {
+TEST(Recorder, ObjectsThatComeAndGoHaveTheirFrames) {
   World world;
   world.addGround();
   Sphere* ball = world.addSphere(0.1, 1.0);
@@ -242,7 +242,7 @@ TEST(Recorder, ABodyOfAnotherSizeIsAnotherBody) {
   EXPECT_EQ(bodies[1]["shapes"][0]["size"], nlohmann::json::array({0.2}));
 }
 
-TEST(Recorder, NumbersThatAreNotFiniteAndTurnsOfMoreThanOneCircle) {
+TEST(Recorder, WhatIsNotFiniteSpoilsNothingAndQuaternionsDoNotFlip) {
   World world;
   world.setGravity(Mat<3, 1>{});
   Box* spinner = world.addBox(0.1, 0.2, 0.3, 1.0);
@@ -274,7 +274,7 @@ TEST(Recorder, NumbersThatAreNotFiniteAndTurnsOfMoreThanOneCircle) {
   EXPECT_EQ(recorder.render().width, 640);
 }
 
-TEST(Recorder, WiresAndForcesOfTheirOwnStep) {
+TEST(Recorder, WiresAndForcesAreThoseOfTheirOwnStep) {
   World world;
   Box* hook = world.addBox(0.1, 0.1, 0.1, 1.0);
   hook->setPosition(0, 0, 2);
@@ -303,7 +303,7 @@ TEST(Recorder, WiresAndForcesOfTheirOwnStep) {
   EXPECT_EQ(replay.rows("forces", "vector", 2).size(), 0u) << "it has ceased";
 }
 
-TEST(Recorder, MeshesAndLayers) {
+TEST(Recorder, ALayerIsShownAndBadMeshesAreNot) {
   const TemporaryDirectory directory;
   directory.write("robot.urdf",
                   "<robot name='r'><link name='base'><inertial><mass value='1'/><inertia ixx='1' "

@@ -30,7 +30,7 @@ SingleBodyObject& bodyOf(World& world, const std::string& name) {
 }
 
 /// Whatever the file says arrives in the world, and goes out again to the digit.
-TEST(WorldExport, FormatToTheDigit) {
+TEST(WorldExport, WhatTheFileSaysGoesOutAgainToTheDigit) {
   World world(kData + "every_attribute.xml");
   EXPECT_EQ(bodyOf(world, "box").getMaterial() + bodyOf(world, "box").getAppearance(), "ared");
   EXPECT_EQ(world.getMaterialManager().getMaterialPairProp("a", "b").friction, 0.3);
@@ -44,7 +44,7 @@ TEST(WorldExport, FormatToTheDigit) {
   EXPECT_EQ(text, expected.str());
 }
 
-TEST(WorldExport, LoadingAndExportingAgain) {
+TEST(WorldExport, AnExportedWorldExportsTheSameAgain) {
   World empty, world(kData + "every_attribute.xml");
   for (const char* name : {"mesh", "noise", "heights", "ground"})
     world.removeObject(world.getObject(name));
@@ -87,7 +87,7 @@ TEST(WorldExport, ABodyWithAnOffsetStandsWhereItWasPutAndComesBack) {
   }
 }
 
-TEST(WorldExport, WhatCannotBeLoadedAgain) {
+TEST(WorldExport, MeshesAndHeightMapsDoNotLoadAgain) {
   for (const std::string name : {"mesh", "heights"}) {
     World world(kData + "every_attribute.xml");
     while (world.getObjList().size() > 1)
@@ -99,7 +99,7 @@ TEST(WorldExport, WhatCannotBeLoadedAgain) {
 }
 
 // The host may have chosen a locale that writes 0,25.
-TEST(WorldExport, HostsWithADecimalComma) {
+TEST(WorldExport, ADecimalCommaOfTheHostLeavesNumbersAlone) {
   const std::string command =
       "localedef -i de_DE -f UTF-8 " + temporary.path + "de_DE.UTF-8 >/dev/null 2>&1";
   if (std::system(command.c_str()) != 0) GTEST_SKIP() << "localedef cannot make de_DE.UTF-8 here";
@@ -112,7 +112,7 @@ TEST(WorldExport, HostsWithADecimalComma) {
 }
 
 // Its text goes into a file of its own; without shapes the mask is written as -1, all bits.
-TEST(WorldExport, RobotFromText) {
+TEST(WorldExport, ARobotFromTextGetsAFile) {
   World world;
   messages::of([&] { world.addArticulatedSystem(kRobot); });
   EXPECT_NE(exported(world).find("<articulatedSystem name=\"unnamed_0\" resDir=\"\" urdfPath=\"" +
@@ -166,7 +166,7 @@ TEST(WorldExport, AnOrderOfJointsIsWarnedOf) {
   EXPECT_EQ(told.find("cat"), std::string::npos);
 }
 
-TEST(WorldExport, Faults) {
+TEST(WorldExport, WhatHasNoFormatOrPlaceIsRefused) {
   World tree, cone, empty;
   messages::of([&] { tree.addArticulatedSystem(Child()); });
   messages::of([&] { cone.getObjList().push_back(new Cone(1, 1, 1)); }, messages::OnFatal::GO_ON);

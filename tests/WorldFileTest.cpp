@@ -20,7 +20,7 @@ std::string objects(const std::string& text) {
 }
 
 // The first fault in the order of reading is told, whatever stands first in the file.
-TEST(WorldFile, Faults) {
+TEST(WorldFile, TheFirstFaultIsToldAndEndsTheReading) {
   const auto attribute = [](const std::string& node, const std::string& what) {
     return ", the node '" + node + "' does not contain a attribute called '" + what + "'";
   };
@@ -78,7 +78,7 @@ TEST(WorldFile, Faults) {
                std::invalid_argument);
 }
 
-TEST(WorldFile, RobotsOfOtherDimensionsAndInNestedDirectories) {
+TEST(WorldFile, StatesOfOtherLengthAreCutAndNestedRobotsFound) {
   const fs::path here = fs::current_path();
   fs::current_path(temporary.path);
   temporary.write("nest/nest/a.urdf",
@@ -105,7 +105,7 @@ TEST(WorldFile, RobotsOfOtherDimensionsAndInNestedDirectories) {
   fs::current_path(here);
 }
 
-TEST(WorldFile, DirectoryOfTheFile) {
+TEST(WorldFile, TheDirectoryOfTheFileIsPastedIn) {
   const fs::path here = fs::current_path();
   for (const std::string name :
        {"plain", "two words", "a&b", "q'u\"o<t>e", "[THIS_DIR]", "&amp;"}) {

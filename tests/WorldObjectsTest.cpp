@@ -214,20 +214,6 @@ TEST(WorldObjects, ADumbbellLandsOnBothEnds) {
   EXPECT_NEAR(bell->getRotationMatrix()(2, 0), 0.0, 2e-3);
 }
 
-TEST(WorldObjects, AMeshCubeRestsAsABox) {
-  World world;
-  world.addGround();
-  const TemporaryFile obj("cube.obj", scenes::cubeObj(0.3));
-  Box* box = world.addBox(0.3, 0.3, 0.3, 2.0);
-  Mesh* mesh = world.addMesh(obj.path, 2.0, box->getBodyInertia(), {}, 1.0);
-  for (SingleBodyObject* body : std::initializer_list<SingleBodyObject*>{box, mesh}) {
-    body->setOrientation(Eigen::Quaterniond(1.0, 0.05, 0.08, 0.0));
-    body->setPosition(0, body == box ? 3.0 : 0.0, 0.25);
-  }
-  for (int i = 0; i < 1000; ++i) world.integrate();
-  expectSamePose(*box, *mesh, {{0, 3, 0}}, 1e-3);
-}
-
 /// A robot of one link, whose collision shape is `geometry`.
 std::string linkWith(const std::string& geometry) {
   return "<robot name='r'><link name='base'><inertial><mass value='1'/><inertia ixx='0.02' "
@@ -266,31 +252,11 @@ TEST(WorldObjects, WhatALinkCannotLoadIsRefused) {
       {"<mesh filename='none.obj'/>", "none.obj is not found."},
       {"<cylinder radius='-1' length='1'/>", "-1 is no size of a cylinder"}};
   for (const auto& row : table)
-    messages::expect(
-        row.second, [&] { world.addArticulatedSystem(linkWith(row.first), directory.path); },
-        messages::OnFatal::GO_ON);
+    messages::refused(row.second,
+                      [&] { world.addArticulatedSystem(linkWith(row.first), directory.path); });
   const std::string file = directory.write("robot.sdf", linkWith("<sphere radius='1'/>"));
-  messages::expect(
-      "robot.sdf: unsupported file type", [&] { world.addArticulatedSystem(file); },
-      messages::OnFatal::GO_ON);
+  messages::refused("robot.sdf: unsupported file type", [&] { world.addArticulatedSystem(file); });
   world.integrate();
-}
-
-TEST(WorldObjects, NothingIsNoSourceAndNoEndOfAWire) {
-  World world;
-  Sphere* ball = world.addSphere(0.1, 1.0);
-  const std::pair<const char*, std::function<bool()>> table[] = {
-      {"addMesh: Got a nullptr", [&] { return world.addMesh(nullptr) != nullptr; }},
-      {"addHeightMap: Got a nullptr", [&] { return world.addHeightMap(nullptr) != nullptr; }},
-      {"addStiffWire: Got a nullptr for body 2",
-       [&] { return world.addStiffWire(ball, 0, {}, nullptr, 0, {}, 1.0) != nullptr; }},
-      {"addCompliantWire: Got a nullptr for body 1",
-       [&] { return world.addCompliantWire(nullptr, 0, {}, ball, 0, {}, 1.0, 9.0) != nullptr; }}};
-  for (const auto& row : table)
-    messages::expect(
-        row.first, [&] { EXPECT_FALSE(row.second()); }, messages::OnFatal::GO_ON);
-  world.integrate();
-  EXPECT_EQ(world.getObjList().size(), 1u);
 }
 
 TEST(WorldObjects, AMaskSetLaterLetsABodyFall) {
@@ -326,15 +292,18 @@ TEST(WorldObjects, TheBufferOfContactsGrows) {
   }
 }
 
-TEST(WorldObjects, FailedChecksInsideOfOdeDoNotEndTheProcess) {
+TEST(WorldObjects, FailedChecksInsideOfOdeCostThePairOnly) {
   World world;
-  world.addBox(0.2, 0.2, 0.0, 1.0);
-  world.addBox(0.0, 0.2, 0.2, 1.0);
-  world.addCylinder(0.2, 0.0, 1.0);
-  world.addCylinder(0.2, 0.2, 1.0)->setPosition(0.01, 0.03, 0.01);
-  world.addCapsule(0.0, 0.3, 1.0);
-  const Sphere* point = world.addSphere(0.0, 1.0);
-  world.integrate();
+  world.addGround();
+  // The space skips sizes of 0; a disc as thin as this fails with every cylinder and capsule.
+  world.addCylinder(0.2, 1e-20, 1.0)->setPosition(0, 0, 0.1);
+  Cylinder* cylinder = world.addCylinder(0.2, 0.4, 1.0);
+  cylinder->setPosition(0, 0, 0.2);
+  world.addBox(0.2, 0.2, 0.0, 1.0)->setPosition(0.01, 0.03, 0.1);
+  world.addCapsule(0.0, 0.3, 1.0)->setPosition(0, 0, 0.2);
+  Sphere* point = world.addSphere(0.0, 1.0);
+  for (int i = 0; i < 100; ++i) world.integrate();
+  EXPECT_NEAR(cylinder->getComPosition()[2], 0.2, 1e-2);
   const Vec3 above = point->getComPosition() + Vec3{{0, 0, 2}};
   EXPECT_GT(world.rayTest(above, Vec3{{0, 0, -1}}, 5.0).count, 0u);
 }

@@ -11,7 +11,7 @@ namespace zelvik::model {
 
 namespace {
 
-constexpr std::size_t kMaxDepth = 2000;  // of the core
+constexpr std::size_t kDeepestTree = 2000;  // joints, as in the core (TreeWalk.hpp)
 
 using LinkIndex = std::map<std::string, std::size_t>;
 
@@ -107,7 +107,7 @@ bool isTooDeep(const RobotRecord& robot, const Structure& structure, Findings& f
     const std::size_t joint = structure.parentJoint[link];
     if (joint == kNone) continue;
     depth[link] = depth[structure.parentLink[joint]] + 1;
-    if (depth[link] <= kMaxDepth) continue;
+    if (depth[link] <= kDeepestTree) continue;
     findings.error("too-deep", robot.links[link].place, "more than 2000 joints lead to this link");
     return true;
   }
