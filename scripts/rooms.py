@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """The rooms of the sources, from the lowest to the highest, and the rule between them.
 
-A room is a folder of src/ with the public headers that belong to it. A room includes from itself
-and from rooms below it, so no two rooms include each other.
+A room is a folder of src/ with the public headers that belong to it. Sources and public headers of
+a room include from itself and from rooms below it, so no two rooms include each other.
 
     scripts/rooms.py check       fails and names each include that points upwards
     scripts/rooms.py draw FILE   draws the rooms and their includes as SVG
@@ -86,6 +86,9 @@ def check():
     for room, path in files():
         if room not in height:
             offences.append(f"{path.relative_to(TOP)}: {room} is no room (see scripts/rooms.py)")
+    for name in ROOM_OF_HEADER:
+        if not (TOP / "include/zelvik" / name).is_file():
+            offences.append(f"scripts/rooms.py: there is no header {name}")
     for room, path, number, below, name in includes():
         where = f"{path.relative_to(TOP)}:{number}"
         if below not in height:
