@@ -204,39 +204,40 @@ NeutralScene binaryTree() {
   return freeTree(63, [](int i) { return (i - 1) / 2; });
 }
 
-FreeBody flatBox(double x, double y) {
-  FreeBody box;
-  box.shape = ShapeKind::BOX;
-  box.size = {{0.4, 0.4, 0.1}};
-  box.position = {{x, y, 0.05}};
-  return box;
-}
-
-/// A1: boxes that slide away at 3 m/s, 0, 15, ... 60 degrees to the x axis.
-NeutralScene slidingBoxes() {
+/// Flat boxes on the ground, far apart.
+NeutralScene flatBoxes(int count) {
   NeutralScene scene;
   scene.friction = 0.5;
   scene.steps = 800;
-  for (int i = 0; i < 5; ++i) {
-    FreeBody box = flatBox(0.0, 20.0 * i);
-    const double angle = pi / 12.0 * i;
-    box.velocity = {{3.0 * std::cos(angle), 3.0 * std::sin(angle), 0.0}};
+  for (int i = 0; i < count; ++i) {
+    FreeBody box;
+    box.shape = ShapeKind::BOX;
+    box.size = {{0.4, 0.4, 0.1}};
+    box.position = {{0.0, 20.0 * i, 0.05}};
     scene.bodies.push_back(box);
   }
   return scene;
 }
 
-/// A2: boxes pulled by 0.9 and 1.1 times the friction limit, 0, 15, ... 60 degrees to the x axis.
+/// A vector at 0, 15, ... 60 degrees to the x axis.
+Vec3 fan(double length, int i) {
+  const double angle = pi / 12.0 * (i % 5);
+  return {{length * std::cos(angle), length * std::sin(angle), 0.0}};
+}
+
+/// A1: boxes that slide away at 3 m/s in five directions.
+NeutralScene slidingBoxes() {
+  NeutralScene scene = flatBoxes(5);
+  for (int i = 0; i < 5; ++i) scene.bodies[i].velocity = fan(3.0, i);
+  return scene;
+}
+
+/// A2: boxes pulled by 0.9 and 1.1 times the friction limit in five directions.
 NeutralScene pulledBoxes() {
-  NeutralScene scene;
-  scene.friction = 0.5;
-  scene.steps = 800;
+  NeutralScene scene = flatBoxes(10);
   for (int i = 0; i < 10; ++i) {
-    FreeBody box = flatBox(0.0, 20.0 * i);
-    const double angle = pi / 12.0 * (i % 5);
-    const double pull = (i < 5 ? 0.9 : 1.1) * scene.friction * box.mass * 9.81;
-    box.force = {{pull * std::cos(angle), pull * std::sin(angle), 0.0}};
-    scene.bodies.push_back(box);
+    FreeBody& box = scene.bodies[i];
+    box.force = fan((i < 5 ? 0.9 : 1.1) * scene.friction * box.mass * 9.81, i);
   }
   return scene;
 }
