@@ -12,6 +12,7 @@ template <typename T>
 class NotCopied {
  public:
   NotCopied() = default;
+  /// Begins empty.
   NotCopied(const NotCopied&) {}
   NotCopied& operator=(const NotCopied&) = delete;
   ~NotCopied() = default;

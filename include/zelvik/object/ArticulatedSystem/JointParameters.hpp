@@ -23,20 +23,21 @@ using JointLimit = Mat<2, 1>;
 /// values that the setters of `ArticulatedSystem` write. Per velocity unless said otherwise.
 struct JointParameters {
   // Of the model.
-  std::vector<JointLimit> limits;           ///< first of a joint
-  VecDyn damping;                           ///< (N s/m or N m s/rad), first velocity of a joint
-  VecDyn friction;                          ///< stored only, first velocity of a joint
-  VecDyn rotorInertia;                      ///< added to the diagonal of M (kg or kg m^2)
-  VecDyn forceUpperLimit, forceLowerLimit;  ///< (N or N m)
-  std::vector<JointSpring> springs;         ///< in the order in which they were set
+  std::vector<JointLimit> limits;    ///< first of a joint
+  VecDyn damping;                    ///< (N s/m or N m s/rad), first velocity of a joint
+  VecDyn friction;                   ///< stored only, first velocity of a joint
+  VecDyn rotorInertia;               ///< added to the diagonal of M (kg or kg m^2)
+  VecDyn forceUpperLimit;            ///< (N or N m)
+  VecDyn forceLowerLimit;            ///< (N or N m)
+  std::vector<JointSpring> springs;  ///< in the order in which they were set
 
   // Of control.
   std::uint32_t controlMode = 0;  ///< `ArticulatedSystem::ControlMode`
   VecDyn pGain;                   ///< (N/m or N m/rad)
   VecDyn dGain;                   ///< (N s/m or N m s/rad)
   // Of control, and state (`ArticulatedSystem::visitState`).
-  VecDyn pTarget;  ///< per coordinate
-  VecDyn dTarget;
+  VecDyn pTarget;      ///< per coordinate
+  VecDyn dTarget;      ///< per velocity
   VecDyn feedForward;  ///< joint force (N or N m)
 };
 

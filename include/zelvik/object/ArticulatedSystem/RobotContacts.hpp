@@ -15,10 +15,10 @@ struct RobotContacts {
   size_t count;                                  ///< contacts that have Jacobians and responses
   const std::vector<SparseJacobian>& jacobians;  ///< Jc, contact frame
   const std::vector<VecDyn>& responses;  ///< M^-1 Jc^T, three rows of `responseStride` values
-  size_t responseStride;
-  const TreeDescription& tree;
-  const MatDyn& massInverse;  ///< formed if a joint has a limit problem
-  VecDyn& velocity;           ///< during the solve
+  size_t responseStride;                 ///< of the rows of a response
+  const TreeDescription& tree;           ///< of the system
+  const MatDyn& massInverse;             ///< formed if a joint has a limit problem
+  VecDyn& velocity;                      ///< during the solve
 };
 
 }  // namespace zelvik

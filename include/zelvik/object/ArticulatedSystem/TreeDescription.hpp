@@ -16,7 +16,7 @@ namespace zelvik {
 /// Suffixes: `W` world axes, `B` axes of the body, `P` axes of the parent.
 struct TreeDescription {
   // Per body.
-  std::vector<Joint::Type> jointType;
+  std::vector<Joint::Type> jointType;        ///< of the joint above the body
   std::vector<Mat<3, 3>> jointOrientationP;  ///< joint frame to parent at coordinate zero
   std::vector<Mat<3, 1>> jointOffsetP;       ///< joint position (m, parent frame)
   std::vector<Mat<3, 1>> jointAxisB;         ///< joint axis (unit, body axes)
@@ -26,14 +26,19 @@ struct TreeDescription {
   std::vector<double> compositeMass;         ///< of the subtree (kg)
 
   // Topology.
-  size_t bodyCount = 0, dof = 0, gcDim = 0;
-  std::vector<size_t> gcDimOfBody, dofOfBody;
-  std::vector<size_t> dofStart, gcStart;      ///< per body; `kNone` for a fixed root
-  std::vector<size_t> parent;                 ///< per body; `kNone` for the root
+  size_t bodyCount = 0;             ///< bodies, the root included
+  size_t dof = 0;                   ///< velocities
+  size_t gcDim = 0;                 ///< coordinates
+  std::vector<size_t> gcDimOfBody;  ///< per body: coordinates of its joint
+  std::vector<size_t> dofOfBody;    ///< per body: velocities of its joint
+  std::vector<size_t> dofStart;     ///< per body: its first velocity; `kNone` for a fixed root
+  std::vector<size_t> gcStart;      ///< per body: its first coordinate, likewise
+  std::vector<size_t> parent;       ///< per body; `kNone` for the root
   std::vector<std::vector<size_t>> children;  ///< per body, ascending
   std::vector<size_t> leaves;                 ///< ascending
   std::vector<size_t> depth;                  ///< per body, 1 at the root
-  std::vector<size_t> pathDof, pathGc;        ///< per body, this joint included
+  std::vector<size_t> pathDof;    ///< per body: velocities from the root on, its own included
+  std::vector<size_t> pathGc;     ///< per body: coordinates, likewise
   std::vector<size_t> dofParent;  ///< per velocity: the next towards the root, or `kNone`
   TreePattern pattern;            ///< of the mass matrix, from `dofParent`
 
