@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
+#include <Eigen/Geometry>
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <vector>
 #include <zelvik/World.hpp>
 
 #include "Messages.hpp"
@@ -104,7 +106,7 @@ TEST(ContactEnergy, ARodThatStumblesOverItsTipGainsNone) {
       }
 }
 
-TEST(ContactEnergy, AnArmAtAStraightElbowIsNotFlungFromAWall) {
+TEST(ContactEnergy, AnArmAtAStraightElbowIsNotFlungFromWhatItPresses) {
   // Straight, the tip cannot move along the arm: ranks change on the way.
   const std::string joint =
       "' type='revolute'><axis xyz='0 0 1'/><limit lower='-3' upper='3' "
@@ -123,19 +125,33 @@ TEST(ContactEnergy, AnArmAtAStraightElbowIsNotFlungFromAWall) {
       joint + "<parent link='base'/><child link='upper'/></joint>" + "<joint name='elbow" + joint +
       "<parent link='upper'/><child link='lower'/><origin xyz='0.5 0 0'/></joint>"
       "</robot>";
-  for (const double elbow : {0.0, 1e-8, 1e-6, 1e-4, 1e-3, 1e-2})
-    for (const double depth : {0.0, 1e-4}) {
-      World world;
-      world.setTimeStep(0.002);
-      world.setGravity(Vec3{});
-      ArticulatedSystem* robot = world.addArticulatedSystem(arm, ".");
-      robot->setGeneralizedCoordinate(Eigen::VectorXd(Eigen::Vector2d(-0.5 * elbow, elbow)));
-      Box* wall = world.addBox(1.0, 4.0, 4.0, 1.0);
-      wall->setBodyType(BodyType::STATIC);
-      wall->setPosition(std::cos(0.5 * elbow) + 0.55 - depth, 0.0, 0.0);
-      EXPECT_LT(gainOf(world, 500, [&] { return robot->getEnergy(Vec3{}); }), 1e-3)
-          << elbow << ' ' << depth;
-    }
+  for (const bool meetsArm : {false, true})
+    for (const double elbow : {0.0, 1e-8, 1e-6, 1e-4, 1e-3, 1e-2})
+      for (const double depth : {0.0, 1e-4, 1e-2}) {
+        World world;
+        world.setTimeStep(0.002);
+        world.setGravity(Vec3{});
+        const Eigen::VectorXd pose = Eigen::Vector2d(-0.5 * elbow, elbow);
+        std::vector<ArticulatedSystem*> robots = {world.addArticulatedSystem(arm, ".")};
+        const double reach = std::cos(0.5 * elbow) + 0.05 - depth;
+        if (meetsArm) {
+          robots.push_back(world.addArticulatedSystem(arm, "."));
+          robots[1]->setBasePos({reach + std::cos(0.5 * elbow) + 0.05, 0.0, 0.0});
+          robots[1]->setBaseOrientation(
+              Eigen::AngleAxisd(M_PI, Eigen::Vector3d::UnitZ()).toRotationMatrix());
+        } else {
+          Box* wall = world.addBox(1.0, 4.0, 4.0, 1.0);
+          wall->setBodyType(BodyType::STATIC);
+          wall->setPosition(reach + 0.5, 0.0, 0.0);
+        }
+        for (ArticulatedSystem* robot : robots) robot->setGeneralizedCoordinate(pose);
+        const auto energy = [&] {
+          double sum = 0.0;
+          for (const ArticulatedSystem* robot : robots) sum += robot->getEnergy(Vec3{});
+          return sum;
+        };
+        EXPECT_LT(gainOf(world, 500, energy), 1e-3) << meetsArm << ' ' << elbow << ' ' << depth;
+      }
 }
 
 }  // namespace

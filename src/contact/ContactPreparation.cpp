@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "contact/ContactPreparation.hpp"
 
+#include <algorithm>
+#include <cmath>
+
 #include "contact/ContactLaw.hpp"
 #include "core/ColumnLanes.hpp"
 
@@ -17,14 +20,16 @@ double stickingMass(const Single3DContactProblem& p) {
   return n[0] * k[0] + n[1] * k[1];
 }
 
-/// A target t costs a contact that sticks the energy 1/2 t^2 m, with m its sticking mass. Between
-/// two bodies of one system that can hardly part, m is beyond all bounds, and a centimetre of
-/// overlap can cost more energy than the robot has: there the target falls with the mobility, so
-/// that the energy stays below 1/2 t^2 M / 0.1, with M the mass of the system.
-void fadeTarget(Single3DContactProblem& p) {
+/// A correction of depth with the velocity t costs a contact that sticks the energy 1/2 t^2 m, with
+/// m its sticking mass. Between two bodies of one system that can hardly part, and where a system
+/// on a fixed base pushes along a straight limb, m is beyond all bounds, and a centimetre of
+/// overlap can cost more energy than the robot has: there the correction falls with the mobility,
+/// so that the energy stays below 1/2 t^2 M / 0.1, with M the mass of the system.
+void fadeTarget(Single3DContactProblem& p, double correction) {
   const double heaviest = p.systemMass_ / Single3DContactProblem::kLeastSystemMobility;
   const double mass = stickingMass(p);
-  if (mass > heaviest && p.targetVelZ_ > 0.0) p.targetVelZ_ *= std::sqrt(heaviest / mass);
+  if (mass > heaviest && correction > 0.0)
+    p.targetVelZ_ -= (1.0 - std::sqrt(heaviest / mass)) * correction;
 }
 
 }  // namespace
@@ -56,7 +61,7 @@ void ContactPreparation::prepare(Single3DContactProblem& p, double normalVelocit
   storeLastColumn(p.tangentMap_.v + 3, x, y);
   if (p.mu_ == 0.0) p.imp_[0] = p.imp_[1] = 0.0;
   if (p.rank_ == Problem::FULL) cholInv<3>(D.v, p.delassusInv_.v);
-  if (p.systemMass_ > 0.0) fadeTarget(p);
+  if (p.systemMass_ > 0.0) fadeTarget(p, std::min(p.targetVelZ_, -p.depth_ * erp));
 }
 
 }  // namespace zelvik::contact

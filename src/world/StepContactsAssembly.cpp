@@ -44,6 +44,15 @@ bool canPart(const Problem& p) {
   return !(p.delassus_(2, 2) * p.systemMass_ < Problem::kLeastSystemMobility);
 }
 
+/// Mass of the moving bodies of a system on a fixed base (kg); 0 for all else, whose mass at a
+/// contact is bounded: what can move as a whole never resists with more than what it weighs.
+double anchoredMass(Object& object) {
+  if (object.getObjectType() != ARTICULATED_SYSTEM) return 0.0;
+  auto& system = static_cast<ArticulatedSystem&>(object);
+  if (system.getJointType(0) != Joint::FIXED) return 0.0;
+  return system.getCompositeMass()[0] - system.getMass(0);
+}
+
 /// A wire that can move nothing, since both ends are on one body or an end has lost its contacts
 /// between the halves, would take an infinite impulse.
 void takeOutIfNothingMoves(Problem& p) {
@@ -85,6 +94,7 @@ void StepContacts::assembleSingleSided(Object& object, size_t i, Problem& p) {
   const Contact& c = object.getContacts()[i];
   p.impactVel_ = c.impactVel_;
   p.delassus_ = ownBlock(object, i);
+  p.systemMass_ = anchoredMass(object);
   if (object.usesFullDelassus()) {
     p.tauStar_ = object.getDelassusAndTauStar()[i].tauStar;
   } else {
@@ -130,6 +140,8 @@ void StepContacts::assembleTwoSided(Object& object, size_t i, Problem& p) {
   const size_t k = c.pairContactIndex_;
   p.impactVel_ -= q.getImpactVel(k);
   addBlocks(ownBlock(object, i), ownBlock(q, k), p.delassus_);
+  const double massA = anchoredMass(object), massB = anchoredMass(q);
+  if (massA > 0.0 && massB > 0.0) p.systemMass_ = massA + massB;
   if (q.usesFullDelassus()) {
     p.tauStar_ -= q.getDelassusAndTauStar()[k].tauStar;
   } else {

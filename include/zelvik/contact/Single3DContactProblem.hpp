@@ -58,7 +58,8 @@ struct ZELVIK_API Single3DContactProblem {
   /// Normal velocity above which the contact opens, by the solver (m/s): 0, or the target where a
   /// surface layer makes that negative.
   double openingVelZ_ = 0.0;
-  /// Of the articulated system two of whose bodies touch (kg); 0 for contacts of other kinds.
+  /// Of the articulated system two of whose bodies touch, or that touches something else from a
+  /// fixed base (kg); 0 for contacts of other kinds.
   double systemMass_ = 0.0;
   Object* objA_ = nullptr;  ///< object whose velocity is queried and updated on the A side, or null
   Object* objB_ = nullptr;  ///< the same on the B side
