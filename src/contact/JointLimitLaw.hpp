@@ -20,6 +20,14 @@ inline double enforceAxisLimit(Single3DContactProblem& p, double u, double& chan
   return residual;
 }
 
+/// The same of a limit that gives back what it no longer needs.
+/// @return the change of the impulse
+inline double changeOfAxisLimit(Single3DContactProblem& p, double u) {
+  const double old = p.imp_[0], wanted = old + (p.targetVelZ_ - u) * p.delassusInv_(0, 0);
+  p.imp_[0] = wanted * p.mu_ > 0.0 ? wanted : 0.0;
+  return p.imp_[0] - old;
+}
+
 /// @param u relative angular velocity (rad/s, body axes)
 inline double enforceConeLimit(Single3DContactProblem& p, const Vec3& u, Vec3& change) {
   const Vec3& e = p.planeBasis_[0];

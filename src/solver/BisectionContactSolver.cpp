@@ -147,7 +147,13 @@ void BisectionContactSolver::solve(ContactProblemList& problems,
   startHistory();
   rows_->build(problems, objects, {erp_, erp2_, surfaceLayer_, timeStepInv_});
   rows_->handOnInitialImpulses();
-  repeat(problems.size(), [this](bool forward) { return rows_->sweep(forward, relaxation_); });
+  const auto sweep = [this](bool forward) { return rows_->sweep(forward, relaxation_); };
+  repeat(problems.size(), sweep);
+  if (rows_->restartWhereEnergyIsMade()) {
+    loopCounter_ = 0;
+    forwardSweep_ = !forwardSweep_;  // as before
+    repeat(problems.size(), sweep);
+  }
   rows_->finish();
 }
 

@@ -73,6 +73,11 @@ __attribute__((noinline)) bool solveByLaw(ContactRow& row, const Lanes& start, c
                                           double z, Lanes& impulse) {
   Single3DContactProblem& p = *row.problem;
   const Vec3 withoutOwn = toVec3(v) - p.delassus_ * toVec3(row.impulse);
+  if (row.isBound) {
+    const Vec3 w{{withoutOwn[0], withoutOwn[1], z}}, sticking = stickingImpulse(p, w);
+    impulse = toLanes(sticks(sticking, p.mu_) ? sticking : coneMinimum(p, w, sticking));
+    return true;
+  }
   p.imp_ = toVec3(start);
   const bool isClosed = row.isOrdinary ? slide(p, withoutOwn, z) : solveClosed(p, withoutOwn, z);
   impulse = toLanes(p.imp_);
@@ -173,6 +178,13 @@ inline void ContactSweep::changeImpulse(ContactRow& row, const Lanes& change) {
   if (!isZero(change)) handOn(row, change);
 }
 
+/// The row's impulse becomes zero.
+void ContactSweep::takeBack(ContactRow& row) {
+  if (row.kind == RowKind::CONTACT) return changeImpulse(row, -row.impulse);
+  handOnTo(row.points[0], -*row.points[0].applied);
+  row.problem->imp_.setZero();
+}
+
 double ContactSweep::visitLimit(ContactRow& row) {
   Single3DContactProblem& p = *row.problem;
   if (row.sideKinds[0] != SideKind::POINT) {
@@ -181,6 +193,11 @@ double ContactSweep::visitLimit(ContactRow& row) {
   }
   const Lanes& u = *row.points[0].velocity;
   Vec3 change{};
+  if (row.isBound) {
+    change[0] = changeOfAxisLimit(p, u[0]);
+    handOnTo(row.points[0], toLanes(change));
+    return change[0] == 0.0 ? 0.0 : u[0] * u[0];
+  }
   const double residual = row.isOrdinary ? enforceAxisLimit(p, u[0], change[0])
                                          : enforceConeLimit(p, toVec3(u), change);
   if (residual != 0.0) handOnTo(row.points[0], toLanes(change));

@@ -101,6 +101,7 @@ struct ContactRow {
   RowKind kind;
   Coupling coupling;
   bool isOrdinary;  ///< rank 3 with friction
+  bool isBound;     ///< takes the minimum over the cone, see `restartWhereEnergyIsMade`
   SideKind sideKinds[2];
   double sign;  ///< of the only side
   PointSide points[2];
@@ -125,6 +126,11 @@ class ContactSweep {
   /// One visit of all problems, from the first to the last or backwards.
   /// @return the error of the sweep (m^2/s^2)
   double sweep(bool forward, double relaxation);
+  /// Looks for robots whose contacts with themselves made more energy than the correction of their
+  /// overlaps may cost, and lets them start again from zero impulses, without that correction,
+  /// under a law that makes none.
+  /// @return whether there is one, so that sweeps are due
+  bool restartWhereEnergyIsMade();
   /// Writes impulses back to the records, and velocities to the objects that hold them.
   void finish();
   /// See `BisectionContactSolver::Immovable`.
@@ -151,6 +157,7 @@ class ContactSweep {
     size_t dof;
     size_t first, count;  ///< in the list of points
     size_t firstBlock;    ///< in `blocks_`
+    double budget;        ///< what the correction of overlaps may cost (J); 0 where none is kept
   };
   struct Body {
     SingleBodyObject* body = nullptr;      ///< null for what is no rigid body
@@ -199,6 +206,9 @@ class ContactSweep {
   void connectPoints();
   void computePoints(const Robot& robot);
   void chooseCouplings();
+  double budgetOf(size_t firstPoint) const;
+  bool makesEnergy(const Robot& robot) const;
+  void restart(const Robot& robot);
   void finishRobot(const Robot& robot);
 
   Lanes velocity(const ContactRow& row) const;
@@ -208,8 +218,10 @@ class ContactSweep {
   double visitRow(ContactRow& row, double relaxation);
   double visitContact(ContactRow& row, double relaxation);
   void changeImpulse(ContactRow& row, const Lanes& change);
+  void takeBack(ContactRow& row);
   double visitLimit(ContactRow& row);
 
+  double erp_ = 0.0;  ///< (1/s)
   SweepOrder order_;
   std::vector<Run> runs_;
   Batches<1> oneBody_;

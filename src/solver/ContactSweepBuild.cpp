@@ -60,6 +60,7 @@ void transposeBlock(const Lanes* from, Lanes* to) {
 
 void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*>& objects,
                          const ContactPreparation& preparation) {
+  erp_ = preparation.erp;
   listSides(problems, objects);
   order_.clear(objects.size());
   oneBody_.clear();
@@ -247,6 +248,7 @@ void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
              : p.rank_ == Problem::NOTHING_MOVES ? RowKind::IDLE
                                                  : RowKind::CONTACT;
   row.sideKinds[0] = row.sideKinds[1] = SideKind::NONE;
+  row.isBound = false;
   row.sign = 1.0;
   row.target = p.targetVelZ_;
   row.opening = p.openingVelZ_;
@@ -305,7 +307,8 @@ void ContactSweep::attachRobot(ArticulatedSystem& system, const ContactProblemLi
     for (size_t k = 0; k < limits; ++k)
       appendLimitPoint(view, problems[limit + k], rowOf_[limit + k]);
     if (points_.size() > first)
-      robots_.push_back({view.velocity.v, view.tree.dof, first, points_.size() - first, 0});
+      robots_.push_back(
+          {view.velocity.v, view.tree.dof, first, points_.size() - first, 0, budgetOf(first)});
   } else {
     for (size_t i = 0; i < contacts.size(); ++i)
       if (!contacts[i].skip_) attachQuery(system, i);
