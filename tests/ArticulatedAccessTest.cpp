@@ -84,6 +84,14 @@ TEST(ArticulatedAccess, IndicesAndCountsOutOfRangeAreRefused) {
         [](AS& s) { s.setBasePos(Eigen::VectorXd(2)); }},
        {"setBaseOrientation: 3 x 3 values are needed, 2 x 4 are given",
         [](AS& s) { s.setBaseOrientation(Eigen::MatrixXd(2, 4)); }},
+       {"setBaseOrientation: 4 values of a quaternion or 9 of a matrix are needed, 3 are given",
+        [](AS& s) {
+          s.setBaseOrientation({1, 0, 0});
+        }},
+       {"setBaseOrientation: the quaternion has no direction",
+        [](AS& s) {
+          s.setBaseOrientation({0, 0, 0, 0});
+        }},
        {"computeNonlinearities: the vector has 1 entries",
         [&](AS& s) { s.computeNonlinearities(Vec3{}, one); }},
        {"the matrix is 1 by 2", [&](AS& s) { s.computeMassMatrix(narrow); }},
@@ -132,7 +140,7 @@ TEST(ArticulatedAccess, TheBaseTurnsAsTold) {
     system->setBasePos(Vec3{});
     system->setBaseOrientation(Mat33::identity());
     system->getPosition(5, before);
-    system->setBaseOrientation(quarter);
+    system->setBaseOrientation({2, 0, 0, 2});  // w, x, y, z
     system->setBasePos(position);
     system->getPosition(5, after);
     EXPECT_LT(norm(after - (position + quarter * before)), 1e-14);

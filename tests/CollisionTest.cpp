@@ -67,7 +67,7 @@ TEST(Collision, PairsThatOverlapInTheZeroPoseAreToldOfOnceOrIgnored) {
   apart[3] = apart[7] = 1.0;  // the pose of the first step does not matter
   robot->setGeneralizedCoordinate(apart);
   const std::string text = firstStep(world);
-  EXPECT_NE(text.find("shapes of the robot '' overlap"), std::string::npos) << text;
+  EXPECT_NE(text.find("shapes of the robot 'walker' overlap"), std::string::npos) << text;
   EXPECT_NE(text.find("'left/0' and 'right/0' by 20 mm"), std::string::npos) << text;
   for (const char* way : {"ignoreInitialOverlaps", "ignoreCollisionBetween", "mask"})
     EXPECT_NE(text.find(way), std::string::npos) << way;

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <Eigen/Dense>
+#include <string>
 #include <type_traits>
 #include <zelvik/World.hpp>
+
+#include "Messages.hpp"
 
 // Eigen types, expressions and braces in calls. Most of it is that it compiles, and picks the form
 // that is meant.
@@ -101,6 +104,34 @@ TEST(EigenInterface, RobotsFillMatrices) {
   EXPECT_EQ(robot->getJointDamping()[17], 0.5);
   robot->setJointDamping({0.1, 0.2});
   EXPECT_EQ(robot->getJointDamping()[1], 0.2);
+}
+
+TEST(EigenInterface, SizesThatAreKnownAtRunTimeAreChecked) {
+  World world;
+  Box* box = world.addBox(0.1, 0.2, 0.3, 2.0);
+  box->setPosition({5, 0, 0});
+  ArticulatedSystem* robot = world.addArticulatedSystem(ZELVIK_MODEL_DIR "/quadruped.urdf");
+  world.setGravity(Mat<3, 1>{});
+  const Eigen::VectorXd two(2), three = Eigen::VectorXd::Ones(3);
+  const Eigen::MatrixXd wide(3, 4);
+  const auto refuses = [](const std::string& operation, const auto& call) {
+    messages::expect(operation + " values are needed, ", call, messages::OnFatal::GO_ON);
+  };
+  refuses("setExternalForce: 3 x 1", [&] { box->setExternalForce(0, two); });
+  refuses("setExternalForce: 3 x 1", [&] { box->setExternalForce(0, three, two); });
+  refuses("setExternalTorque: 3 x 1", [&] { box->setExternalTorque(0, two); });
+  refuses("setDimensions: 3 x 1", [&] { box->setDimensions(two); });
+  refuses("setComOffset: 3 x 1", [&] { box->setComOffset(two); });
+  refuses("setBodyCom: 3 x 1", [&] { robot->setBodyCom(1, two); });
+  refuses("setBodyInertia: 3 x 3", [&] { robot->setBodyInertia(1, wide); });
+  refuses("addCompound: 3 x 3", [&] { EXPECT_FALSE(world.addCompound({}, 1.0, three, wide)); });
+  refuses("addStiffWire: 3 x 1",
+          [&] { EXPECT_FALSE(world.addStiffWire(box, 0, two, robot, 0, three, 1.0)); });
+  Vec3 v{{1.0, 2.0, 3.0}};
+  refuses("toMat: 3 x 1", [&] { v = two; });
+  EXPECT_EQ(norm(v), 0.0);
+  world.integrate();
+  EXPECT_EQ(box->getLinearVelocity().e().norm(), 0.0);
 }
 
 }  // namespace

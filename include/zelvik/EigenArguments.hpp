@@ -5,7 +5,6 @@
 #include <Eigen/Core>
 #include <type_traits>
 #include <zelvik/math.hpp>
-#include <zelvik/zlv_message_logger.hpp>
 
 // How overloads for Eigen types read their arguments. They are templates over expressions, so that
 // braces in a call mean a `Mat`. A type of another size does not compile; where the type leaves the
@@ -32,8 +31,8 @@ template <typename Derived>
 bool readArgument(const Eigen::MatrixBase<Derived>& given, const char* operation, Mat<3, 1>& out) {
   const auto& values = given.eval();
   if (values.size() != 3) {
-    MSG_FATAL(operation << ": 3 x 1 values are needed, " << values.rows() << " x " << values.cols()
-                        << " are given");
+    refuseSize(operation, 3, 1, static_cast<size_t>(values.rows()),
+               static_cast<size_t>(values.cols()));
     return false;
   }
   for (int i = 0; i < 3; ++i) out[static_cast<size_t>(i)] = values(i);
@@ -43,8 +42,8 @@ template <typename Derived>
 bool readArgument(const Eigen::MatrixBase<Derived>& given, const char* operation, Mat<3, 3>& out) {
   const auto& values = given.eval();
   if (values.rows() != 3 || values.cols() != 3) {
-    MSG_FATAL(operation << ": 3 x 3 values are needed, " << values.rows() << " x " << values.cols()
-                        << " are given");
+    refuseSize(operation, 3, 3, static_cast<size_t>(values.rows()),
+               static_cast<size_t>(values.cols()));
     return false;
   }
   for (int j = 0; j < 3; ++j)

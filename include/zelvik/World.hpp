@@ -169,12 +169,16 @@ class ZELVIK_API World {
                         Mat<3, 1> com, const Mat<3, 3>& inertia,
                         unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// The same for Eigen types.
-  template <typename Com, typename Inertia>
+  template <typename Com, typename Inertia, typename = IfVector3<Com>,
+            typename = IfMatrix33<Inertia>>
   Compound* addCompound(const std::vector<Compound::CompoundObjectChild>& children, double mass,
                         const Eigen::MatrixBase<Com>& com,
                         const Eigen::MatrixBase<Inertia>& inertia,
                         unsigned long group = kDefaultGroup, unsigned long mask = kAllMask) {
-    return addCompound(children, mass, toVec3(com), toMat33(inertia), group, mask);
+    Vec3 c;
+    Mat33 M;
+    const bool ok = readArgument(com, "addCompound", c) && readArgument(inertia, "addCompound", M);
+    return ok ? addCompound(children, mass, c, M, group, mask) : nullptr;
   }
   /// A triangle mesh from an OBJ file; errors: those of `Mesh::loadObj`. @param mass (kg) @param
   /// inertia about the centre of mass (kg m^2, body axes) @param com centre of mass (m, body axes)
@@ -183,11 +187,15 @@ class ZELVIK_API World {
                 const Mat<3, 1>& com, double scale, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
   /// The same for Eigen types.
-  template <typename Inertia, typename Com>
+  template <typename Inertia, typename Com, typename = IfMatrix33<Inertia>,
+            typename = IfVector3<Com>>
   Mesh* addMesh(const std::string& fileName, double mass, const Eigen::MatrixBase<Inertia>& inertia,
                 const Eigen::MatrixBase<Com>& com, double scale, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask) {
-    return addMesh(fileName, mass, toMat33(inertia), toVec3(com), scale, material, group, mask);
+    Mat33 M;
+    Vec3 c;
+    const bool ok = readArgument(inertia, "addMesh", M) && readArgument(com, "addMesh", c);
+    return ok ? addMesh(fileName, mass, M, c, scale, material, group, mask) : nullptr;
   }
   /// A second mesh from the file of the first, with the same mass data; an empty `material` means
   /// that of the source. Null is fatal: "World::addMesh: Got a nullptr for the reference mesh";
@@ -257,20 +265,27 @@ class ZELVIK_API World {
                                               double length, double stiffness);
   ///@{
   /// The same for points of Eigen types.
-  template <typename Point1, typename Point2>
+  template <typename Point1, typename Point2, typename = IfVector3<Point1>,
+            typename = IfVector3<Point2>>
   StiffLengthConstraint* addStiffWire(Object* body1, unsigned long localIdx1,
                                       const Eigen::MatrixBase<Point1>& pos1, Object* body2,
                                       unsigned long localIdx2,
                                       const Eigen::MatrixBase<Point2>& pos2, double length) {
-    return addStiffWire(body1, localIdx1, toVec3(pos1), body2, localIdx2, toVec3(pos2), length);
+    Vec3 p1, p2;
+    const bool ok =
+        readArgument(pos1, "addStiffWire", p1) && readArgument(pos2, "addStiffWire", p2);
+    return ok ? addStiffWire(body1, localIdx1, p1, body2, localIdx2, p2, length) : nullptr;
   }
-  template <typename Point1, typename Point2>
+  template <typename Point1, typename Point2, typename = IfVector3<Point1>,
+            typename = IfVector3<Point2>>
   CompliantLengthConstraint* addCompliantWire(Object* body1, int localIdx1,
                                               const Eigen::MatrixBase<Point1>& pos1, Object* body2,
                                               int localIdx2, const Eigen::MatrixBase<Point2>& pos2,
                                               double length, double stiffness) {
-    return addCompliantWire(body1, localIdx1, toVec3(pos1), body2, localIdx2, toVec3(pos2), length,
-                            stiffness);
+    Vec3 p1, p2;
+    if (!readArgument(pos1, "addCompliantWire", p1) || !readArgument(pos2, "addCompliantWire", p2))
+      return nullptr;
+    return addCompliantWire(body1, localIdx1, p1, body2, localIdx2, p2, length, stiffness);
   }
   ///@}
   /// The first stiff wire of that name, else the first compliant one, else null.

@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+#include <zelvik/export.hpp>
 
 namespace zelvik {
 
@@ -109,10 +110,15 @@ using Vec3 = Mat<3, 1>;
 using Vec4 = Mat<4, 1>;
 using Mat33 = Mat<3, 3>;
 
+/// Fatal: "setBasePos: 3 x 1 values are needed, 2 x 1 are given".
+ZELVIK_API void refuseSize(const char* operation, std::size_t rows, std::size_t cols,
+                           std::size_t givenRows, std::size_t givenCols);
+
 /// The values of an Eigen matrix, vector or expression of doubles. Its size has to be n x m, or
 /// n m values in a vector: what is known when compiling is checked then, what is known at run time
-/// (`Eigen::VectorXd`) by Eigen's own assertion. Values are read one by one, so that caller and
-/// library may differ in what Eigen makes of alignment.
+/// (`Eigen::VectorXd`) is fatal, "toMat: 3 x 1 values are needed, 2 x 1 are given", and gives
+/// zeros. Values are read one by one, so that caller and library may differ in what Eigen makes of
+/// alignment.
 template <unsigned long n, unsigned long m, typename Derived>
 inline Mat<n, m> toMat(const Eigen::MatrixBase<Derived>& a) {
   constexpr int rows = static_cast<int>(n), cols = static_cast<int>(m);
@@ -121,7 +127,11 @@ inline Mat<n, m> toMat(const Eigen::MatrixBase<Derived>& a) {
   static_assert((givenRows == rows || givenRows == Eigen::Dynamic) &&
                     (givenCols == cols || givenCols == Eigen::Dynamic),
                 "another number of rows or columns is wanted");
-  eigen_assert(a.rows() == rows && a.cols() == cols);
+  if (a.rows() != rows || a.cols() != cols) {
+    refuseSize("toMat", n, m, static_cast<std::size_t>(a.rows()),
+               static_cast<std::size_t>(a.cols()));
+    return Mat<n, m>{};
+  }
   const auto& values = a.derived().eval();  // a matrix itself, the value of an expression
   Mat<n, m> out;
   for (Eigen::Index j = 0; j < cols; ++j)

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <cmath>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -61,6 +62,33 @@ void ArticulatedSystem::setBaseOrientation(const Mat<3, 3>& rot) {
     std::copy_n(quat.v, 4, gc_.v + 3);
   }
   updateKinematics();
+}
+
+void ArticulatedSystem::setBaseOrientation(const Mat<4, 1>& quat) {
+  const double length =
+      std::sqrt(quat[0] * quat[0] + quat[1] * quat[1] + quat[2] * quat[2] + quat[3] * quat[3]);
+  if (!(length > 0.0)) {
+    MSG_FATAL("setBaseOrientation: the quaternion has no direction");
+    return;
+  }
+  Mat<3, 3> rot;
+  quatToRotMat((1.0 / length) * quat, rot);
+  setBaseOrientation(rot);
+}
+
+void ArticulatedSystem::setBaseOrientation(std::initializer_list<double> values) {
+  if (values.size() == 4) {
+    Mat<4, 1> quat;
+    std::copy_n(values.begin(), 4, quat.v);
+    setBaseOrientation(quat);
+  } else if (values.size() == 9) {
+    Mat<3, 3> rot;
+    std::copy_n(values.begin(), 9, rot.v);
+    setBaseOrientation(rot);
+  } else {
+    MSG_FATAL("setBaseOrientation: 4 values of a quaternion or 9 of a matrix are needed, "
+              << values.size() << " are given");
+  }
 }
 
 void ArticulatedSystem::getBaseOrientation(Mat<4, 1>& quat) const {

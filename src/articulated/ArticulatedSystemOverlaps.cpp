@@ -4,6 +4,7 @@
 #include <cmath>
 #include <sstream>
 #include <tuple>
+#include <zelvik/ZelvikTinyXmlWrapper.hpp>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -104,8 +105,12 @@ void ArticulatedSystem::warnOfInitialOverlaps() {
           << "' and '" << nameOf(collisionBodies_[overlaps[i].b], bodyNames_) << "' by "
           << std::round(1e4 * overlaps[i].depth) / 10.0 << " mm";
   if (overlaps.size() > kNamedPairs) pairs << " and " << overlaps.size() - kNamedPairs << " more";
+  // That of a robot which was given as a text stands in the text only.
+  std::string name = robotName_;
+  if (name.empty() && !modelText_.empty())
+    ZelvikTinyXmlWrapper(modelText_, "robot").getAttributeIfExists("name", name);
   MSG_WARN("shapes of the robot '"
-           << robotName_ << "' overlap while all its joints are at zero, and push each other apart "
+           << name << "' overlap while all its joints are at zero, and push each other apart "
            << "in every step: " << pairs.str()
            << ". Ways out: ArticulatedSystemOption::ignoreInitialOverlaps, ignoreCollisionBetween "
            << "of their bodies, or a collision mask without the robot's own group");

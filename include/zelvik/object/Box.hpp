@@ -23,9 +23,10 @@ class ZELVIK_API Box : public SingleBodyObject {
   void setDimensions(const Mat<3, 1>& lengths) {
     setDimensions(lengths[0], lengths[1], lengths[2]);
   }
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setDimensions(const Eigen::MatrixBase<Derived>& lengths) {
-    setDimensions(toMat<3, 1>(lengths));
+    Vec3 v;
+    if (readArgument(lengths, "setDimensions", v)) setDimensions(v);
   }
   ///@}
 

@@ -53,9 +53,10 @@ class ZELVIK_API Compound : public SingleBodyObject {
   /// @param lengths (m) as `CompoundObjectChild::objectParam`; what the shape does not need is not
   /// read
   void setChildSize(size_t child, const Mat<3, 1>& lengths);
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setChildSize(size_t child, const Eigen::MatrixBase<Derived>& lengths) {
-    setChildSize(child, toMat<3, 1>(lengths));
+    Vec3 v;
+    if (readArgument(lengths, "setChildSize", v)) setChildSize(child, v);
   }
   ///@}
   ///@{
@@ -64,10 +65,13 @@ class ZELVIK_API Compound : public SingleBodyObject {
   /// @param position child origin (m, body frame)
   /// @param rotation child to body
   void setChildPose(size_t child, const Mat<3, 1>& position, const Mat<3, 3>& rotation);
-  template <typename P, typename R>
+  template <typename P, typename R, typename = IfVector3<P>, typename = IfMatrix33<R>>
   void setChildPose(size_t child, const Eigen::MatrixBase<P>& position,
                     const Eigen::MatrixBase<R>& rotation) {
-    setChildPose(child, toMat<3, 1>(position), toMat<3, 3>(rotation));
+    Vec3 p;
+    Mat33 M;
+    if (readArgument(position, "setChildPose", p) && readArgument(rotation, "setChildPose", M))
+      setChildPose(child, p, M);
   }
   ///@}
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <zelvik/EigenArguments.hpp>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
 
@@ -56,13 +57,13 @@ class ZELVIK_API LengthConstraint {
   /// Moves an attachment point (m, body frame), from the next step on.
   void setLocalPos1(const Mat<3, 1>& localPos) { localPos1_ = localPos; }
   void setLocalPos2(const Mat<3, 1>& localPos) { localPos2_ = localPos; }
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setLocalPos1(const Eigen::MatrixBase<Derived>& localPos) {
-    setLocalPos1(toMat<3, 1>(localPos));
+    readArgument(localPos, "setLocalPos1", localPos1_);
   }
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setLocalPos2(const Eigen::MatrixBase<Derived>& localPos) {
-    setLocalPos2(toMat<3, 1>(localPos));
+    readArgument(localPos, "setLocalPos2", localPos2_);
   }
   ///@}
   const Mat<3, 1>& getLocalPos1() const { return localPos1_; }  ///< (m, frame of body 1)

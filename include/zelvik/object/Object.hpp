@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 #include <vector>
+#include <zelvik/EigenArguments.hpp>
 #include <zelvik/SparseJacobian.hpp>
 #include <zelvik/contact/Contact.hpp>
 #include <zelvik/export.hpp>
@@ -161,18 +162,23 @@ class ZELVIK_API Object {
 
   ///@{
   /// See the forms above.
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setExternalForce(size_t localIdx, const Eigen::MatrixBase<Derived>& force) {
-    setExternalForce(localIdx, toVec3(force));
+    Vec3 f;
+    if (readArgument(force, "setExternalForce", f)) setExternalForce(localIdx, f);
   }
-  template <typename Point, typename Force>
+  template <typename Point, typename Force, typename = IfVector3<Point>,
+            typename = IfVector3<Force>>
   void setExternalForce(size_t localIdx, const Eigen::MatrixBase<Point>& pos,
                         const Eigen::MatrixBase<Force>& force) {
-    setExternalForce(localIdx, toVec3(pos), toVec3(force));
+    Vec3 p, f;
+    if (readArgument(pos, "setExternalForce", p) && readArgument(force, "setExternalForce", f))
+      setExternalForce(localIdx, p, f);
   }
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setExternalTorque(size_t localIdx, const Eigen::MatrixBase<Derived>& torque) {
-    setExternalTorque(localIdx, toVec3(torque));
+    Vec3 t;
+    if (readArgument(torque, "setExternalTorque", t)) setExternalTorque(localIdx, t);
   }
   void getPosition(size_t localIdx, Eigen::Vector3d& pos) const {
     Vec3 p{};
@@ -189,11 +195,11 @@ class ZELVIK_API Object {
     getOrientation(localIdx, R);
     rot = R;
   }
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void getPosition(size_t localIdx, const Eigen::MatrixBase<Derived>& bodyPoint,
                    Eigen::Vector3d& worldPoint) const {
-    Vec3 p{};
-    getPosition(localIdx, toVec3(bodyPoint), p);
+    Vec3 b, p{};
+    if (readArgument(bodyPoint, "getPosition", b)) getPosition(localIdx, b, p);
     worldPoint = p;
   }
   ///@}

@@ -176,9 +176,10 @@ class ZELVIK_API SingleBodyObject : public Object {
   /// Drag torque per angular velocity (N m s/rad, body axes). Acts only if the first value is above
   /// 0, whatever the others are. Values that are negative or not finite are stored after a warning.
   void setAngularDamping(const Mat<3, 1>& damping);
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setAngularDamping(const Eigen::MatrixBase<Derived>& damping) {
-    setAngularDamping(toMat<3, 1>(damping));
+    Vec3 v;
+    if (readArgument(damping, "setAngularDamping", v)) setAngularDamping(v);
   }
   ///@}
   /// (N s/m)
@@ -241,9 +242,10 @@ class ZELVIK_API SingleBodyObject : public Object {
   /// and velocity, which are from then on those of the new centre. Fatal and not stored unless
   /// finite: "SingleBodyObject::setComOffset: the offset must be finite, but is *offset*".
   void setComOffset(const Mat<3, 1>& offset);
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setComOffset(const Eigen::MatrixBase<Derived>& offset) {
-    setComOffset(toMat<3, 1>(offset));
+    Vec3 v;
+    if (readArgument(offset, "setComOffset", v)) setComOffset(v);
   }
   ///@}
 

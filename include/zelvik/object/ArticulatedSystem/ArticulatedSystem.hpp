@@ -230,8 +230,12 @@ class ZELVIK_API ArticulatedSystem : public Object {
   }
   ///@}
   ///@{
-  /// Turns the root, also a fixed one; `rot` maps body to world.
+  /// Turns the root, also a fixed one; `rot` maps body to world, `quat` is w, x, y, z of any length
+  /// but 0 (fatal: "setBaseOrientation: the quaternion has no direction"). Numbers in braces are
+  /// the four of a quaternion or the nine of a matrix, column by column; fatal for another count.
   void setBaseOrientation(const Mat<3, 3>& rot);
+  void setBaseOrientation(const Mat<4, 1>& quat);
+  void setBaseOrientation(std::initializer_list<double> values);
   template <typename Derived, typename = IfMatrix33<Derived>>
   void setBaseOrientation(const Eigen::MatrixBase<Derived>& rot) {
     Mat<3, 3> R;
@@ -361,18 +365,20 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// Centre of mass of a body (m, body axes). The inertia stays what it is about that point; the
   /// centre in world axes follows at once, all else with the next step.
   void setBodyCom(size_t localIdx, const Mat<3, 1>& comB);
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void setBodyCom(size_t localIdx, const Eigen::MatrixBase<Derived>& comB) {
-    setBodyCom(localIdx, toVec3(comB));
+    Vec3 v;
+    if (readArgument(comB, "setBodyCom", v)) setBodyCom(localIdx, v);
   }
   ///@}
   ///@{
   /// Inertia of a body about its centre of mass (kg m^2, body axes), symmetric: the lower triangle
   /// is used. From the next step on.
   void setBodyInertia(size_t localIdx, const Mat<3, 3>& inertiaB);
-  template <typename Derived>
+  template <typename Derived, typename = IfMatrix33<Derived>>
   void setBodyInertia(size_t localIdx, const Eigen::MatrixBase<Derived>& inertiaB) {
-    setBodyInertia(localIdx, toMat33(inertiaB));
+    Mat33 M;
+    if (readArgument(inertiaB, "setBodyInertia", M)) setBodyInertia(localIdx, M);
   }
   ///@}
   /// Recomputes the masses of subtrees, and adds the subtrees to mass moments and centres of mass.
@@ -448,10 +454,11 @@ class ZELVIK_API ArticulatedSystem : public Object {
     getDenseJacobian(bodyIdx, pointW, J);
     copyMatrix(J, jac);
   }
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void getDenseJacobian(size_t bodyIdx, const Eigen::MatrixBase<Derived>& pointW,
                         Eigen::MatrixXd& jac) const {
-    getDenseJacobian(bodyIdx, toVec3(pointW), jac);
+    Vec3 p;
+    if (readArgument(pointW, "getDenseJacobian", p)) getDenseJacobian(bodyIdx, p, jac);
   }
   void getDenseRotationalJacobian(size_t bodyIdx, Eigen::MatrixXd& jac) const {
     MatDyn J(3, tree_.dof);
@@ -470,10 +477,13 @@ class ZELVIK_API ArticulatedSystem : public Object {
 
   ///@{
   /// The same for Eigen types.
-  template <typename Derived>
+  template <typename Derived, typename = IfVector3<Derived>>
   void getVelocity(size_t localIdx, const Eigen::MatrixBase<Derived>& pointB,
                    Eigen::Vector3d& out) const {
-    out = filled<Vec3>([&](Vec3& v) { getVelocity(localIdx, toVec3(pointB), v); });
+    out = filled<Vec3>([&](Vec3& v) {
+      Vec3 p;
+      if (readArgument(pointB, "getVelocity", p)) getVelocity(localIdx, p, v);
+    });
   }
   void getAngularVelocity(size_t localIdx, Eigen::Vector3d& out) const {
     out = filled<Vec3>([&](Vec3& v) { getAngularVelocity(localIdx, v); });
@@ -538,10 +548,13 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setExternalForce(size_t localIdx, Frame forceFrame, const Mat<3, 1>& force, Frame pointFrame,
                         const Mat<3, 1>& point);
   /// The same for Eigen types.
-  template <typename Force, typename Point>
+  template <typename Force, typename Point, typename = IfVector3<Force>,
+            typename = IfVector3<Point>>
   void setExternalForce(size_t localIdx, Frame forceFrame, const Eigen::MatrixBase<Force>& force,
                         Frame pointFrame, const Eigen::MatrixBase<Point>& point) {
-    setExternalForce(localIdx, forceFrame, toVec3(force), pointFrame, toVec3(point));
+    Vec3 f, p;
+    if (readArgument(force, "setExternalForce", f) && readArgument(point, "setExternalForce", p))
+      setExternalForce(localIdx, forceFrame, f, pointFrame, p);
   }
   /// Moves the pending forces to the display lists.
   void clearExternalForces();
