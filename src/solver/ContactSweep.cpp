@@ -152,16 +152,25 @@ double ContactSweep::visitRow(ContactRow& row, double relaxation) {
   return row.kind == RowKind::LIMIT ? visitLimit(row) : 0.0;
 }
 
-/// The closed form where it serves, and the law of the record where it does not.
-inline double ContactSweep::visitContact(ContactRow& row, double relaxation) {
+__attribute__((always_inline)) inline void ContactSweep::changeImpulse(ContactRow& row,
+                                                                       const Lanes& change) {
+  row.impulse += change;
+  if (!isZero(change)) handOn(row, change);
+}
+
+/// The closed form where it serves, and the law of the record where it does not. As a call of its
+/// own it would cost a robot on four feet one instruction in a hundred.
+__attribute__((always_inline)) inline double ContactSweep::visitContact(ContactRow& row,
+                                                                        double relaxation) {
   const Lanes v = velocity(row), old = row.impulse;
   const ClosedForm<OneContact> f = closedForm<OneContact>(row, old, v);
+  Lanes change;
   if (f.opens) {
-    if (!isZero(old)) changeImpulse(row, -relaxation * old);
-    return f.w * f.w;
-  }
-  Lanes change = relaxation * f.change;
-  if (!(row.isOrdinary && f.sticks)) {
+    if (isZero(old)) return f.w * f.w;
+    change = -relaxation * old;
+  } else if (row.isOrdinary && f.sticks) {
+    change = relaxation * f.change;
+  } else {
     const Lanes withTarget = v + Lanes{0.0, 0.0, row.target, 0.0};
     Lanes impulse;
     const bool isClosed =
@@ -170,12 +179,8 @@ inline double ContactSweep::visitContact(ContactRow& row, double relaxation) {
     if (isClosed) change *= relaxation;
   }
   changeImpulse(row, change);
-  return v[2] * v[2];
-}
-
-inline void ContactSweep::changeImpulse(ContactRow& row, const Lanes& change) {
-  row.impulse += change;
-  if (!isZero(change)) handOn(row, change);
+  const double error = f.opens ? f.w : v[2];
+  return error * error;
 }
 
 /// The row's impulse becomes zero.
