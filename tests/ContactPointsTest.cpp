@@ -109,10 +109,10 @@ TEST(ContactPoints, ADiscDoesNotWorkItsWayDown) {
 }
 
 struct Solid {
-  char kind;  // 'b'ox, 'c'apsule, cylinder 'y'
-  Vec3 size;  // half sides, or radius, half length
-  Eigen::Vector3d place;
-  Eigen::Quaterniond pose;
+  char kind = 0;  // 'b'ox, 'c'apsule, cylinder 'y'
+  Vec3 size;      // half sides, or radius, half length
+  Eigen::Vector3d place = Eigen::Vector3d::Zero();
+  Eigen::Quaterniond pose = Eigen::Quaterniond::Identity();
 
   Eigen::Vector3d support(const Eigen::Vector3d& d) const {
     const Eigen::Vector3d e = pose.conjugate() * d;
