@@ -26,8 +26,7 @@ std::unique_ptr<World> makeWorld() {
   world->addGround();
   Sphere* ball = world->addSphere(0.1, 1.0);
   ball->setPosition(0.0, 0.0, 0.1);
-  ArticulatedSystem* robot =
-      world->addArticulatedSystem(std::string(ZELVIK_MODEL_DIR) + "/arm.urdf");
+  ArticulatedSystem* robot = world->addArticulatedSystem(ZELVIK_MODEL_DIR "/arm.urdf");
   world->addStiffWire(robot, 1, {}, ball, 0, {}, 0.5);
   world->addCompliantWire(robot, 2, {}, ball, 0, {}, 0.5, 3.0);
   for (int i = 0; i < 3; ++i) world->integrate();
