@@ -179,7 +179,9 @@ TEST(ContactPoints, TouchesOfRandomPosesAreFoundAndAsDeepAsTheyAre) {
   };
   for (const char* kinds : {"yy", "yb", "cb", "cy", "yc"})
     for (int trial = 0; trial < 40; ++trial) {
-      Solid a{kinds[0], {{uniform(random), uniform(random), uniform(random)}}, {0.0, 0.0, 0.0}, {}};
+      Solid a;
+      a.kind = kinds[0];
+      a.size = {{uniform(random), uniform(random), uniform(random)}};
       Solid b = a;
       b.kind = kinds[1];
       b.size = {{uniform(random), uniform(random), uniform(random)}};
