@@ -1,6 +1,5 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
-#include <fstream>
 #include <zelvik/Path.hpp>
 #include <zelvik/TextFile.hpp>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
@@ -69,19 +68,6 @@ bool ArticulatedSystem::prepareModelFile(const std::string& argument, const std:
   robotName_ = modelPath_.substr(modelPath_.rfind('/') + 1);
   modelTopDirectory_ = path.getTopDirectory().getString();
   return checkModelFile(modelPath_, argument);
-}
-
-bool ArticulatedSystem::exportModelText(const std::string& fileName) const {
-  if (modelText_.empty()) {
-    MSG_FATAL("This articulated system was created with an existing urdf file");
-    return false;
-  }
-  if (fileName.size() < 5 || fileName.compare(fileName.size() - 5, 5, ".urdf") != 0) {
-    MSG_FATAL("Articulated System is only saved to a URDF format");
-    return false;
-  }
-  std::ofstream(fileName, std::ios::trunc) << modelText_;
-  return true;
 }
 
 }  // namespace zelvik

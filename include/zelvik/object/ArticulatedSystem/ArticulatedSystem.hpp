@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <fstream>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -602,7 +603,18 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// "This articulated system was created with an existing urdf file" (or from a tree: there is no
   /// text), "Articulated System is only saved to a URDF format" for a name without ".urdf".
   /// @return false after a fatal message
-  bool exportModelText(const std::string& fileName) const;
+  bool exportModelText(const std::string& fileName) const {  // here: its messages name this file
+    if (modelText_.empty()) {
+      MSG_FATAL("This articulated system was created with an existing urdf file");
+      return false;
+    }
+    if (fileName.size() < 5 || fileName.compare(fileName.size() - 5, 5, ".urdf") != 0) {
+      MSG_FATAL("Articulated System is only saved to a URDF format");
+      return false;
+    }
+    std::ofstream(fileName, std::ios::trunc) << modelText_;
+    return true;
+  }
   /// Name of the directory that holds the URDF file, without those above it: "b" for
   /// "/a/b/c.urdf". The file name itself if it was given without a directory; empty for text and
   /// for a tree. The whole directory is that of `getModelPath`.
