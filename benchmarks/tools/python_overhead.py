@@ -83,6 +83,11 @@ def main() -> None:
     measure("body.position", loop(lambda: robot.bodies[3].position))
     measure("contacts", loop(lambda: robot.contacts))
     measure("mass_matrix", loop(lambda: robot.mass_matrix))
+    state = world.save_state()
+    measure("save_state(into=state)", loop(lambda: world.save_state(into=state)))
+    measure("save_state()", loop(world.save_state))
+    measure("restore_state(state)", loop(lambda: world.restore_state(state)))
+    measure("clone()", loop(world.clone))
 
 
 if __name__ == "__main__":

@@ -144,6 +144,8 @@ void bindObject(nb::class_<ObjectHandle>& object) {
             return withBody(self, i, "get_body_type").getBodyType(i);
           },
           "local_idx"_a = 0, "Get how a body takes part in a step.")
+      .def("__deepcopy__", twinOfObject, "memo"_a,
+           nb::sig("def __deepcopy__(self, memo: dict[int, object], /) -> typing.Self"))
       .def("__repr__", [](const ObjectHandle& self) -> std::string {
         if (self.object == nullptr) return "<removed object>";
         const Object& held = self.get();

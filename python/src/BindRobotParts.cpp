@@ -114,6 +114,15 @@ nb::class_<T> bindPart(nb::module_& m, RobotClass& robot, const char* name, cons
              return static_cast<Py_ssize_t>(nb::hash(p.owner)) * 31 +
                     static_cast<Py_ssize_t>(p.index);
            })
+      .def(
+          "__deepcopy__",
+          [](const T& p, const nb::dict& memo) {
+            T twin;
+            twin.owner = twinOfOwner(p, memo);
+            twin.index = p.index;
+            return twin;
+          },
+          "memo"_a, nb::sig("def __deepcopy__(self, memo: dict[int, object], /) -> typing.Self"))
       .def("__repr__", [name = std::string(name)](const T& p) {
         return "<" + name + " '" + T::names(p.robot())[p.index] + "', " + std::to_string(p.index) +
                " of its robot>";
@@ -146,6 +155,10 @@ nb::class_<T> bindPart(nb::module_& m, RobotClass& robot, const char* name, cons
       .def_prop_ro(
           "names", [](const List& self) { return T::names(self.robot()); },
           "Names in the order of the entries.")
+      .def(
+          "__deepcopy__",
+          [](const List& self, const nb::dict& memo) { return List{{twinOfOwner(self, memo)}}; },
+          "memo"_a, nb::sig("def __deepcopy__(self, memo: dict[int, object], /) -> typing.Self"))
       .def("__repr__", [list](const List& self) {
         std::string text;
         for (const std::string& each : T::names(self.robot()))

@@ -34,6 +34,8 @@ nb::object objectOf(const WireHandle& wire, Object* object) {
 void bindWires(nb::module_& m, nb::class_<WorldHandle>& world) {
   nb::class_<WireHandle>(m, "LengthConstraint", nb::type_slots(collectorSlots<WireHandle>()),
                          "Ties a point of one body to a point of another by a length.")
+      .def("__deepcopy__", twinOfWire, "memo"_a,
+           nb::sig("def __deepcopy__(self, memo: dict[int, object], /) -> typing.Self"))
       .def_prop_rw(
           "name", [](const WireHandle& w) { return w.get().getName(); },
           [](const WireHandle& w, const std::string& name) { w.get().setName(name); },

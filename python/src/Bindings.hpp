@@ -33,8 +33,16 @@ void bindWires(nb::module_& m, nb::class_<WorldHandle>& world);
 void bindWorld(nb::class_<WorldHandle>& world);
 void bindWorldObjects(nb::class_<WorldHandle>& world);
 void bindWorldQueries(nb::module_& m, nb::class_<WorldHandle>& world);
+void bindStates(nb::module_& m, nb::class_<WorldHandle>& world);
 void bindRecorder(nb::module_& m);
 void bindUrdf(nb::module_& m);
+
+///@{
+/// For `copy.deepcopy`, which copies the world along: the same object, wire or owner in the copy.
+nb::object twinOfObject(const ObjectHandle& self, const nb::dict& memo);
+nb::object twinOfWire(const WireHandle& self, const nb::dict& memo);
+nb::object twinOfOwner(const Owned& self, const nb::dict& memo);
+///@}
 
 /// Collision group and mask of the add functions, each with the library's default.
 constexpr unsigned long kDefaultGroup = World::kDefaultGroup;

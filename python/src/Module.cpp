@@ -41,6 +41,7 @@ NB_MODULE(_core, m) {
   bindWorldQueries(m, world);
   bindWorld(world);
   bindWorldObjects(world);
+  bindStates(m, world);
   bindRecorder(m);
   bindUrdf(m);
 }

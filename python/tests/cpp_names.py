@@ -56,6 +56,7 @@ NAMES = {
     "SingleBodyObject::getBodyInertia": "SingleBodyObject.inertia",
     "SingleBodyObject::getBodyPosition": "SingleBodyObject.position",
     "SingleBodyObject::getQuaternion": "SingleBodyObject.orientation",
+    "State::getBytes": "State.to_bytes",
     "World::addArticulatedSystem": "World.add_articulated_system or "
     "World.add_articulated_system_from_tree",
     "World::addHeightMap": "World.add_height_map or World.add_height_map_from_png or "
@@ -115,7 +116,6 @@ REASONS = {
         "hasForgottenContacts rejoin copyParameters".split(),
         _WORLD,
     ),
-    **dict.fromkeys("saveState restoreState getStateHash isBetweenHalves clone".split(), _LATER),
     "MaterialManager::init": "reading of files",
     "generateTerrain": "the constructor's; `World.add_terrain` makes the map",
     "coordinateCount": "`Joint.coordinate_slice` tells it",
@@ -161,7 +161,6 @@ WHOLE = {
     "contact/Single3DContactProblem.hpp": "linear algebra: numpy",
     "DelassusRow": _SWEEP,
     "TreeDescription": "trees are `Link` records",
-    "State.hpp": _LATER,
     "NotCopied.hpp": "memory of C++",
 }
 

@@ -3,7 +3,7 @@
 from collections.abc import Iterator, Sequence
 import enum
 import os
-from typing import Any, overload
+from typing import Any, NoReturn, Self, SupportsIndex, overload
 
 import numpy
 import numpy.typing
@@ -229,6 +229,8 @@ class Object:
 
     def get_body_type(self, local_idx: int = 0) -> BodyType:
         """Get how a body takes part in a step."""
+
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
 
     def __repr__(self) -> str: ...
 
@@ -767,6 +769,56 @@ class World:
     GROUND_GROUP: int = 9223372036854775808
 
     ALL_MASK: int = 18446744073709551615
+
+    def save_state(self, into: State | None = None) -> State:
+        """
+        Save this moment: all that the next step depends on, apart from parameters.
+
+        Parameters
+        ----------
+        into : State, optional
+            Its memory is used again and it is returned; by default a new one is made.
+
+        Raises
+        ------
+        FatalError
+            With `BroadPhase.QUADTREE`, whose order nobody can restore.
+        """
+
+    def restore_state(self, state: State) -> None:
+        """
+        Go back to a saved moment.
+
+        The world then continues to the last bit as the one that was saved, if it was built by the
+        same calls and has the same parameters, materials, shapes and gains, which are no part of a
+        state. Views follow. Contacts are empty until the next step.
+
+        Raises
+        ------
+        FatalError
+            For a state of a world of another structure; nothing has changed then.
+        """
+
+    @property
+    def state_hash(self) -> int:
+        """`State.hash` of the present moment."""
+
+    @property
+    def is_between_halves(self) -> bool:
+        """Whether `integrate1` has run and `integrate2` has not."""
+
+    def clone(self) -> World:
+        """
+        Make a world of its own with the same objects, wires, parameters and state.
+
+        It continues to the last bit as this one does. Objects and wires have the same places in
+        their lists. `copy.deepcopy` does the same, also for attributes of a subclass, and gives the
+        twins of objects, wires and joints that are copied along: `copy.deepcopy((world, robot))`.
+        """
+
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
+
+    def __reduce_ex__(self, protocol: SupportsIndex, /) -> str | tuple[object, ...]: ...
 
 class MaterialPairProperties:
     """What two surfaces do to each other; a copy from the table."""
@@ -1625,6 +1677,8 @@ class Body:
 
     def __hash__(self) -> int: ...
 
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
+
     def __repr__(self) -> str: ...
 
     @property
@@ -1718,6 +1772,8 @@ class BodyList:
     def names(self) -> list[str]:
         """Names in the order of the entries."""
 
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
+
     def __repr__(self) -> str: ...
 
 class Joint:
@@ -1734,6 +1790,8 @@ class Joint:
     def __eq__(self, arg: object, /) -> bool: ...
 
     def __hash__(self) -> int: ...
+
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
 
     def __repr__(self) -> str: ...
 
@@ -1798,6 +1856,8 @@ class JointList:
     def names(self) -> list[str]:
         """Names in the order of the entries."""
 
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
+
     def __repr__(self) -> str: ...
 
 class CoordinateFrame:
@@ -1814,6 +1874,8 @@ class CoordinateFrame:
     def __eq__(self, arg: object, /) -> bool: ...
 
     def __hash__(self) -> int: ...
+
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
 
     def __repr__(self) -> str: ...
 
@@ -1879,6 +1941,8 @@ class CoordinateFrameList:
     def names(self) -> list[str]:
         """Names in the order of the entries."""
 
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
+
     def __repr__(self) -> str: ...
 
 class CollisionDefinition:
@@ -1895,6 +1959,8 @@ class CollisionDefinition:
     def __eq__(self, arg: object, /) -> bool: ...
 
     def __hash__(self) -> int: ...
+
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
 
     def __repr__(self) -> str: ...
 
@@ -1955,10 +2021,14 @@ class CollisionDefinitionList:
     def names(self) -> list[str]:
         """Names in the order of the entries."""
 
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
+
     def __repr__(self) -> str: ...
 
 class LengthConstraint:
     """Ties a point of one body to a point of another by a length."""
+
+    def __deepcopy__(self, memo: dict[int, object], /) -> Self: ...
 
     @property
     def name(self) -> str:
@@ -2110,6 +2180,64 @@ class ContactSolver:
         """Sweep limit."""
 
     def __repr__(self) -> str: ...
+
+class State:
+    """
+    A moment of a world, made by `World.save_state`: a value that can be compared, copied,
+    pickled and sent.
+
+    Parameters
+    ----------
+    bytes : bytes, optional
+        What `to_bytes` gave; empty without.
+
+    Raises
+    ------
+    FatalError
+        For bytes that are no state, of another version, or damaged.
+    """
+
+    @overload
+    def __init__(self) -> None: ...
+
+    @overload
+    def __init__(self, bytes: bytes) -> None: ...
+
+    @staticmethod
+    def from_bytes(bytes: bytes) -> State:
+        """Make the state that gave these bytes."""
+
+    def to_bytes(self) -> bytes:
+        """Give the state as bytes (docs/state-format.md)."""
+
+    def __bytes__(self) -> bytes: ...
+
+    def __len__(self) -> int: ...
+
+    @property
+    def is_empty(self) -> bool:
+        """Whether it holds no moment, as at first."""
+
+    @property
+    def hash(self) -> int:
+        """
+        Hash of all values (64 bits): equal for states equal to the last bit; 0 for an
+        empty one.
+        """
+
+    def __eq__(self, arg: object, /) -> bool: ...
+
+    def __hash__(self) -> NoReturn: ...
+
+    def __copy__(self) -> State: ...
+
+    def __deepcopy__(self, memo: dict[int, object], /) -> State: ...
+
+    def __reduce__(self) -> tuple[type[State], tuple[bytes]]: ...
+
+    def __repr__(self) -> str: ...
+
+    VERSION: int = 1
 
 class Recorder:
     """
