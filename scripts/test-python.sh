@@ -44,5 +44,5 @@ write_stub build/_core.pyi
 diff -u python/zelvik/_core.pyi build/_core.pyi ||
   { echo "The stubs are out of date: scripts/test-python.sh stubs"; exit 1; }
 "$python" -m mypy
-"$python" -m pyright --pythonpath "$python" python/zelvik python/tests
+"$python" -m pyright --pythonpath "$python" python/zelvik python/tests python/examples
 echo "Python: tests, stubs and types pass"
