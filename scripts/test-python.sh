@@ -7,6 +7,7 @@
 #   scripts/test-python.sh              everything
 #   scripts/test-python.sh stubs        builds, and writes the stubs anew after a change of bindings
 #   scripts/test-python.sh quick [...]  builds, and runs pytest with the further arguments
+#   scripts/test-python.sh peers        builds, and runs what the pages say of other libraries
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 mode=${1:-all}
@@ -35,6 +36,9 @@ case $mode in
   stubs)
     write_stub python/zelvik/_core.pyi
     exit ;;
+  peers)
+    "$venv/bin/pip" install -q --disable-pip-version-check -r python/tests/peers/requirements.txt
+    exec "$python" -m pytest -rs python/tests/peers ;;
   quick)
     exec "$python" -m pytest "$@" ;;
 esac
