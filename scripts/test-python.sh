@@ -36,9 +36,11 @@ case $mode in
   stubs)
     write_stub python/zelvik/_core.pyi
     exit ;;
-  peers)
-    "$venv/bin/pip" install -q --disable-pip-version-check -r python/tests/peers/requirements.txt
-    exec "$python" -m pytest -rs python/tests/peers ;;
+  peers) # in an environment of their own, since types are checked without them
+    python3 -m venv "$venv-peers"
+    "$venv-peers/bin/pip" install -q --disable-pip-version-check \
+      -r python/tests/requirements.txt -r python/tests/peers/requirements.txt
+    exec "$venv-peers/bin/python" -m pytest -rs python/tests/peers ;;
   quick)
     exec "$python" -m pytest "$@" ;;
 esac

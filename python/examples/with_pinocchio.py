@@ -45,7 +45,7 @@ def torques(wrench: np.ndarray) -> np.ndarray:
     (q, _, T), axes = convert(), pin.LOCAL_WORLD_ALIGNED
     J = np.vstack([pin.computeFrameJacobian(model, data, q, f, axes)[:3] for f in feet]) @ T
     tau: np.ndarray = dynamics()[1] - J.T @ np.linalg.lstsq(J[:, :6].T, wrench, rcond=None)[0]
-    return np.r_[np.zeros(6), tau[6:]]
+    return np.concatenate([np.zeros(6), tau[6:]])
 
 
 if __name__ == "__main__":
@@ -56,4 +56,4 @@ if __name__ == "__main__":
         wish = dynamics()[1][:6] + stiffness * (error - 0.1 * u[:6])
         robot.feed_forward_force = torques(wish)
         world.integrate()
-    print(f"base at {q[2]:.4f} m, wished 0.43 m")
+    print(f"base at {robot.generalized_coordinate[2]:.4f} m, wished 0.43 m")

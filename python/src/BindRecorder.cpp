@@ -178,6 +178,12 @@ void bindRecorder(nb::module_& m) {
             return nb::bytes(bytes.data(), bytes.size());
           },
           "title"_a = "zelvik replay", "Get the bytes of `write_replay`.")
+      .def(
+          "_repr_html_",
+          [](nb::handle_t<RecorderHandle> self) {
+            return nb::module_::import_("zelvik._notebook").attr("recorder_html")(self);
+          },
+          nb::sig("def _repr_html_(self) -> str"))
       .def("__repr__", [](Self self) {
         return "<Recorder: " + std::to_string(self.recorder->getFrameCount()) + " frames>";
       });

@@ -193,6 +193,12 @@ void bindWorld(nb::class_<WorldHandle>& world) {
       .def_prop_ro(
           "config_file", [](const WorldHandle& self) { return self.get().getConfigFile(); },
           "Normalised path of the world file; empty without one.")
+      .def(
+          "_repr_html_",
+          [](nb::handle_t<WorldHandle> self) {
+            return nb::module_::import_("zelvik._notebook").attr("world_html")(self);
+          },
+          nb::sig("def _repr_html_(self) -> str"))
       .def("__repr__", [](const WorldHandle& self) {
         const World& held = self.get();
         return nb::str("<World: {} objects, {} wires, t = {} s, time step {} s>")

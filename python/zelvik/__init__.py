@@ -62,6 +62,7 @@ from ._records import (
     TerrainProperties,
     VisualShape,
 )
+from ._run import Log, run
 
 MODEL_DIR = _Path(__file__).parent / "models"
 """Where the robots, meshes, terrains and worlds of the package are."""
@@ -96,6 +97,7 @@ __all__ = [
     "JointType",
     "LengthConstraint",
     "Link",
+    "Log",
     "MaterialManager",
     "MaterialPairProperties",
     "Mesh",
@@ -113,5 +115,6 @@ __all__ = [
     "World",
     "__version__",
     "read_urdf_tree",
+    "run",
     "write_png",
 ]
