@@ -201,7 +201,7 @@ void bindWorld(nb::class_<WorldHandle>& world) {
           nb::sig("def _repr_html_(self) -> str"))
       .def("__repr__", [](const WorldHandle& self) {
         const World& held = self.get();
-        return nb::str("<World: {} objects, {} wires, t = {} s, time step {} s>")
+        return nb::str("<World: {} objects, {} wires, t = {:.6g} s, time step {:.6g} s>")
             .format(held.getObjList().size(),
                     held.getStiffWires().size() + held.getCompliantWires().size(),
                     held.getWorldTime(), held.getTimeStep());

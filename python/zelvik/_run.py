@@ -5,6 +5,7 @@
 from __future__ import annotations
 
 from collections.abc import Callable, Sequence
+from importlib.util import find_spec
 from typing import Any, Protocol
 
 import numpy as np
@@ -81,7 +82,11 @@ def _bar(steps: int, wanted: bool) -> Any:
     if not wanted:
         return _NoBar()
     try:
-        from tqdm.auto import tqdm
+        # The widget of notebooks warns where ipywidgets is missing; the plain bar works there as well.
+        if find_spec("ipywidgets"):
+            from tqdm.auto import tqdm
+        else:
+            from tqdm import tqdm
     except ImportError:
         return _NoBar()
     return tqdm(total=steps, unit="step")
@@ -167,9 +172,10 @@ class Log:
         matplotlib.figure.Figure
             Four plots: positions, velocities and forces of joints, force of contacts.
         """
-        from matplotlib.figure import Figure
+        from matplotlib import pyplot
 
-        figure = Figure(figsize=(9, 9), layout="constrained")
+        figure = pyplot.figure(figsize=(9, 9), layout="constrained")
+        pyplot.close(figure)  # a notebook shows what is returned, once
         axes = figure.subplots(4, 1, sharex=True)
         names = self.robot.joints.names if joints is None else joints
         time = self.time

@@ -31,9 +31,12 @@ function resize(scene: SceneView, width: number, height: number, pixelRatio: num
   canvas.style.height = `${height}px`;
 }
 
-function fit(scene: SceneView): void {
-  const area = byId('scene-area', HTMLElement);
-  resize(scene, area.clientWidth, area.clientHeight, Math.min(devicePixelRatio, 2));
+/** Takes the room that there is; false where there is none, as in a frame that is not shown yet. */
+function fit(scene: SceneView): boolean {
+  const { clientWidth, clientHeight } = byId('scene-area', HTMLElement);
+  if (clientWidth === 0 || clientHeight === 0) return false;
+  resize(scene, clientWidth, clientHeight, Math.min(devicePixelRatio, 2));
+  return true;
 }
 
 interface Parts {
@@ -43,7 +46,8 @@ interface Parts {
   scene: SceneView;
 }
 
-function buildControls({ replay, ghost, view, scene }: Parts, playback: Playback): void {
+/** Returns whether the camera still has to be placed once there is room. */
+function buildControls({ replay, ghost, view, scene }: Parts, playback: Playback): boolean {
   const help = new Help();
   const address = new Address(replay, view, scene.eye);
   const actions: Actions = {
@@ -61,10 +65,12 @@ function buildControls({ replay, ghost, view, scene }: Parts, playback: Playback
   new Inspector(replay, view);
   bindKeys(replay, view, playback, actions);
   // The controls have taken their room now, so that the scene knows its own.
-  fit(scene);
-  if (!address.restore()) scene.frameAll();
+  const isShown = fit(scene);
+  const isRestored = address.restore();
+  if (!isRestored) scene.frameAll();
   view.listen(() => address.touch());
   scene.eye.controls.addEventListener('change', () => address.touch());
+  return !isShown && !isRestored;
 }
 
 /** Draws whenever something has changed, for as long as the page lives. */
@@ -86,9 +92,11 @@ function startPage(parts: Parts): void {
   byId('options', HTMLElement).hidden = innerWidth < 720 || isLow;
   view.set({ chart: !isLow });
   const playback = new Playback(replay, view);
-  buildControls(parts, playback);
+  let isUnplaced = buildControls(parts, playback);
   new ResizeObserver(() => {
-    fit(scene);
+    if (!fit(scene)) return;
+    if (isUnplaced) scene.frameAll();
+    isUnplaced = false;
     scene.draw();
   }).observe(byId('scene-area', HTMLElement));
   onClick(byId('scene', HTMLCanvasElement), (x, y) => view.set({ picked: scene.bodyAt(x, y) }));

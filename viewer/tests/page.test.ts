@@ -241,6 +241,23 @@ test('what cannot be shown is said in the page', async () => {
   }
 });
 
+test('a page that has no room at first frames the scene once it has', async () => {
+  const usual = await chromium.open(made);
+  const grid = await usual.text('#scale');
+  await usual.close();
+  const hidden = '<style id="hidden">#scene-area { display: none }</style>';
+  const file = chromium.write(
+    element(madeRecording()),
+    element(madeRecording(0.4), 'zelvik-ghost'),
+    hidden,
+  );
+  await visit(file, '', async (viewer) => {
+    await viewer.page.evaluate(() => document.querySelector('#hidden')?.remove());
+    await viewer.drawing();
+    assert.equal(await viewer.text('#scale'), grid);
+  });
+});
+
 test('picture.sh draws equal bytes on repeat, another frame differently, and refuses nonsense', () => {
   const script = join(here, '../../scripts/picture.sh');
   const folder = mkdtempSync(join(tmpdir(), 'pictures-'));
