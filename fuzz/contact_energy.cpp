@@ -202,7 +202,10 @@ int main(int argc, char** argv) {
     ++closed;
     Problem& p = trial.problem;
     const Vec3 sticking = zelvik::contact::stickingImpulse(p, trial.w);
-    zelvik::contact::solveClosed(p, trial.v, trial.w[2]);
+    const zelvik::contact::OneRecord record(p);
+    zelvik::contact::solveClosed(
+        p, zelvik::contact::closedForm<zelvik::contact::OneRecord>(record, Vec3{}, trial.w),
+        trial.v);
     if (!zelvik::contact::sticks(sticking, p.mu_)) ++slid;
     const Energies e = energiesOf(trial, p.imp_);
     const double larger = std::max(absolute(e.added), absolute(e.demanded));

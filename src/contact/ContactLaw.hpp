@@ -20,8 +20,9 @@
 //   sticks   p = -D^-1 (u - t n), if that lies in the cone
 //   slides   on the cone, where the velocity is at its target: `slide`
 //
-// The first two have a closed form for D of rank 3, `closedForm`. Sweeps over batches and rows call
-// it for four contacts and for one; the sweep over records takes `solveClosed`, for all ranks.
+// The first two have a closed form for D of rank 3, `closedForm`, which the visits of a batch, of a
+// row and of a record call with numbers of their own kind (`FourContacts`, `OneContact`,
+// `OneRecord`). Closed contacts of other ranks and without friction take `solveOtherRank`.
 
 namespace zelvik::contact {
 
@@ -46,16 +47,21 @@ inline bool sticks(const Vec3& i, double mu) {
   return i[0] * i[0] + i[1] * i[1] <= limit * limit * kConeTolerance && i[2] >= 0.0;
 }
 
-/// What the new impulse of a closed contact is before relaxation.
+/// Whether `closedForm` and `slide` are the law of the contact.
+inline bool isOrdinary(const Single3DContactProblem& p) {
+  using Problem = Single3DContactProblem;
+  return p.rank_ == Problem::FULL && !(p.mu_ < Problem::kFrictionless);
+}
+
+/// The new impulse, before relaxation, of a closed contact that is not ordinary.
 /// @return false if the contact opens for good: the impulse is then zero and not relaxed
-inline bool solveClosed(Single3DContactProblem& p, const Vec3& v, double z) {
+inline bool solveOtherRank(Single3DContactProblem& p, const Vec3& v, double z) {
   using Problem = Single3DContactProblem;
   if (p.mu_ < Single3DContactProblem::kFrictionless) {
     p.imp_[2] = -p.delassusInv_(2, 2) * z;
     return true;
   }
   switch (p.rank_) {
-    case Problem::FULL:
     case Problem::PLANE: {
       p.imp_ = stickingImpulse(p, {{v[0], v[1], z}});
       if (sticks(p.imp_, p.mu_)) return true;
@@ -94,6 +100,32 @@ struct OneContact {
   }
 };
 
+/// One contact as its record holds it.
+struct OneRecord {
+  using Vector = Vec3;
+  using Number = double;
+  using Flag = bool;
+
+  static double normalOf(const Vec3& a) { return a[2]; }
+  static double dot(const Vec3& a, const Vec3& b) { return zelvik::dot(a, b); }
+  static Vec3 multiply(const Mat33& A, const Vec3& a) { return A * a; }
+  static bool isInCone(const Vec3& p, double cone) {
+    return p[0] * p[0] + p[1] * p[1] <= cone * (p[2] * p[2]) && p[2] >= 0.0;
+  }
+
+  explicit OneRecord(const Single3DContactProblem& p)
+      : normal(normalColumn(p)),
+        stick(-1.0 * p.delassusInv_),
+        target(p.targetVelZ_),
+        opening(p.openingVelZ_),
+        cone(p.mu_ * p.mu_ * kConeTolerance) {}
+
+  // See `closedForm`.
+  Vec3 normal;
+  Mat33 stick;
+  double target, opening, cone;
+};
+
 /// Four contacts, a lane for each of them in the registers of x, y and z.
 struct FourContacts {
   using Vector = Lanes3;
@@ -126,7 +158,7 @@ struct ClosedForm {
 /// velocity; `cone`, see `kConeTolerance`
 /// @param p impulse so far
 /// @param v velocity with that impulse, minus the target: so -D^-1 v is the change of impulse, and
-/// what the contact has need not be taken out first
+/// what the contact has need not be taken out first. Where it has been taken out, p is zero.
 template <typename Form, typename Contact>
 inline ClosedForm<Form> closedForm(const Contact& c, const typename Form::Vector& p,
                                    const typename Form::Vector& v) {
@@ -138,6 +170,15 @@ inline ClosedForm<Form> closedForm(const Contact& c, const typename Form::Vector
   f.candidate = p + f.change;
   f.sticks = Form::isInCone(f.candidate, c.cone);
   return f;
+}
+
+/// The new impulse of a closed contact, of any rank, before relaxation.
+/// @param f closed form for u minus the target, without own impulse
+/// @return as `solveOtherRank`
+inline bool solveClosed(Single3DContactProblem& p, const ClosedForm<OneRecord>& f, const Vec3& u) {
+  if (!isOrdinary(p)) return solveOtherRank(p, u, f.z);
+  p.imp_ = f.candidate;
+  return f.sticks || slide(p, u, f.z);
 }
 
 }  // namespace zelvik::contact

@@ -96,16 +96,16 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   const Vec3 old = p.imp_;
   const Vec3 v = velocityWithoutOwnImpulse(p);
   const double w = dot(normalColumn(p), old);
-
-  if (v[2] > p.openingVelZ_) {  // opens
+  const ClosedForm<OneRecord> f =
+      closedForm<OneRecord>(OneRecord(p), Vec3{}, v - Vec3{{0.0, 0.0, p.targetVelZ_}});
+  if (f.opens) {
     p.imp_ *= 1.0 - relaxation_;
     updateObjects(p, old);
     return w * w;
   }
-  const double z = v[2] - p.targetVelZ_;
-  if (solveClosed(p, v, z)) p.imp_ = relaxation_ * p.imp_ + (1.0 - relaxation_) * old;
+  if (solveClosed(p, f, v)) p.imp_ = relaxation_ * p.imp_ + (1.0 - relaxation_) * old;
   updateObjects(p, old);
-  return (z + w) * (z + w);
+  return (f.z + w) * (f.z + w);
 }
 
 /// Sweeps in one direction, until the error is small enough or the limit is reached.

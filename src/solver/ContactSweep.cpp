@@ -79,7 +79,7 @@ __attribute__((noinline)) bool solveByLaw(ContactRow& row, const Lanes& start, c
     return true;
   }
   p.imp_ = toVec3(start);
-  const bool isClosed = row.isOrdinary ? slide(p, withoutOwn, z) : solveClosed(p, withoutOwn, z);
+  const bool isClosed = row.isOrdinary ? slide(p, withoutOwn, z) : solveOtherRank(p, withoutOwn, z);
   impulse = toLanes(p.imp_);
   return isClosed;
 }

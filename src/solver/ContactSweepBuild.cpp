@@ -255,7 +255,7 @@ void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
   row.free = toLanes(p.tauStar_) - Lanes{0.0, 0.0, p.targetVelZ_, 0.0};
   row.impulse = toLanes(p.imp_);
   row.normal = toLanes(column(p.delassus_, 2));
-  row.isOrdinary = p.rank_ == Problem::FULL && p.mu_ >= Problem::kFrictionless;
+  row.isOrdinary = isOrdinary(p);
   row.cone = p.mu_ * p.mu_ * kConeTolerance;
   row.stick = columnsOf(p.delassusInv_, -1.0);
 }
