@@ -69,7 +69,6 @@ NAMES = {
     "readUrdfTree": "read_urdf_tree",
     "LoadFromURDF2::read": "read_urdf_tree",
     "setBaseOrientation": "ArticulatedSystem.set_base_orientation",
-    "setForceLimits": "ArticulatedSystem.set_force_limits",
     "getImpulse": "Contact.impulse",
     "Contact::frameOf": "Contact.frame",
     "writePng": "write_png",

@@ -124,11 +124,11 @@ void ArticulatedSystem::setDTarget(const double* values, size_t count) {
   copyFront("setDTarget", values, count, joints_.dTarget);
 }
 
-void ArticulatedSystem::setForceLimits(const VecDyn& lower, const VecDyn& upper) {
-  if (!checkRoom("setForceLimits, lower", lower.n, tree_.dof)) return;
-  if (!checkRoom("setForceLimits, upper", upper.n, tree_.dof)) return;
-  std::copy_n(lower.v, lower.n, joints_.forceLowerLimit.v);
-  std::copy_n(upper.v, upper.n, joints_.forceUpperLimit.v);
+void ArticulatedSystem::setForceLimits(const ListArgument& lower, const ListArgument& upper) {
+  if (!checkRoom("setForceLimits, lower", lower.count, tree_.dof)) return;
+  if (!checkRoom("setForceLimits, upper", upper.count, tree_.dof)) return;
+  std::copy_n(lower.values, lower.count, joints_.forceLowerLimit.v);
+  std::copy_n(upper.values, upper.count, joints_.forceUpperLimit.v);
 }
 
 void ArticulatedSystem::setJointLimits(const std::vector<JointLimit>& limits) {
@@ -140,8 +140,8 @@ void ArticulatedSystem::setJointLimits(const std::vector<JointLimit>& limits) {
   std::copy(limits.begin(), limits.end(), joints_.limits.begin());
 }
 
-void ArticulatedSystem::setJointDamping(const VecDyn& damping) {
-  if (copyFront("setJointDamping", damping.v, damping.n, joints_.damping))
+void ArticulatedSystem::setJointDamping(const ListArgument& damping) {
+  if (copyFront("setJointDamping", damping.values, damping.count, joints_.damping))
     timeStepUpToDate_ = false;
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 #include <zelvik/EigenArguments.hpp>
+#include <zelvik/ListArgument.hpp>
 #include <zelvik/NotCopied.hpp>
 #include <zelvik/SparseJacobian.hpp>
 #include <zelvik/export.hpp>
@@ -182,42 +183,29 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// What `setGeneralizedForce` wrote (N or N m).
   const VecDyn& getFeedForwardForce() const { return joints_.feedForward; }
 
-  // Setters of lists copy to the front and leave the rest. More values than there is room for is
-  // fatal, naming both numbers, and nothing is copied.
+  // Setters of lists take numbers in braces, a `VecDyn` or an Eigen vector (`ListArgument`), copy
+  // to the front and leave the rest. More values than there is room for is fatal, naming both
+  // numbers, and nothing is copied.
 
   ///@{
   /// Places the system: updates the kinematics and drops the contacts. Body velocities stay.
   void setGeneralizedCoordinate(const double* values, size_t count);
-  void setGeneralizedCoordinate(std::initializer_list<double> values) {
-    setGeneralizedCoordinate(values.begin(), values.size());
-  }
-  void setGeneralizedCoordinate(const VecDyn& values) {
-    setGeneralizedCoordinate(values.v, values.n);
-  }
-  void setGeneralizedCoordinate(const Eigen::VectorXd& values) {
-    setGeneralizedCoordinate(values.data(), static_cast<size_t>(values.size()));
+  void setGeneralizedCoordinate(const ListArgument& list) {
+    setGeneralizedCoordinate(list.values, list.count);
   }
   ///@}
   ///@{
   /// Body velocities follow with the next `computeNonlinearities`.
   void setGeneralizedVelocity(const double* values, size_t count);
-  void setGeneralizedVelocity(std::initializer_list<double> values) {
-    setGeneralizedVelocity(values.begin(), values.size());
-  }
-  void setGeneralizedVelocity(const VecDyn& values) { setGeneralizedVelocity(values.v, values.n); }
-  void setGeneralizedVelocity(const Eigen::VectorXd& values) {
-    setGeneralizedVelocity(values.data(), static_cast<size_t>(values.size()));
+  void setGeneralizedVelocity(const ListArgument& list) {
+    setGeneralizedVelocity(list.values, list.count);
   }
   ///@}
   ///@{
   /// Feed-forward joint forces (N or N m); kept until set again.
   void setGeneralizedForce(const double* values, size_t count);
-  void setGeneralizedForce(std::initializer_list<double> values) {
-    setGeneralizedForce(values.begin(), values.size());
-  }
-  void setGeneralizedForce(const VecDyn& values) { setGeneralizedForce(values.v, values.n); }
-  void setGeneralizedForce(const Eigen::VectorXd& values) {
-    setGeneralizedForce(values.data(), static_cast<size_t>(values.size()));
+  void setGeneralizedForce(const ListArgument& list) {
+    setGeneralizedForce(list.values, list.count);
   }
   ///@}
 
@@ -255,42 +243,22 @@ class ZELVIK_API ArticulatedSystem : public Object {
   ///@{
   /// Stiffness of the PD law (N/m or N m/rad), per velocity.
   void setPGain(const double* values, size_t count);
-  void setPGain(std::initializer_list<double> values) { setPGain(values.begin(), values.size()); }
-  void setPGain(const VecDyn& values) { setPGain(values.v, values.n); }
-  void setPGain(const Eigen::VectorXd& values) {
-    setPGain(values.data(), static_cast<size_t>(values.size()));
-  }
+  void setPGain(const ListArgument& list) { setPGain(list.values, list.count); }
   ///@}
   ///@{
   /// Damping of the PD law (N s/m or N m s/rad), per velocity.
   void setDGain(const double* values, size_t count);
-  void setDGain(std::initializer_list<double> values) { setDGain(values.begin(), values.size()); }
-  void setDGain(const VecDyn& values) { setDGain(values.v, values.n); }
-  void setDGain(const Eigen::VectorXd& values) {
-    setDGain(values.data(), static_cast<size_t>(values.size()));
-  }
+  void setDGain(const ListArgument& list) { setDGain(list.values, list.count); }
   ///@}
   ///@{
   /// Targets, laid out as the coordinates.
   void setPTarget(const double* values, size_t count);
-  void setPTarget(std::initializer_list<double> values) {
-    setPTarget(values.begin(), values.size());
-  }
-  void setPTarget(const VecDyn& values) { setPTarget(values.v, values.n); }
-  void setPTarget(const Eigen::VectorXd& values) {
-    setPTarget(values.data(), static_cast<size_t>(values.size()));
-  }
+  void setPTarget(const ListArgument& list) { setPTarget(list.values, list.count); }
   ///@}
   ///@{
   /// Targets, laid out as the velocities.
   void setDTarget(const double* values, size_t count);
-  void setDTarget(std::initializer_list<double> values) {
-    setDTarget(values.begin(), values.size());
-  }
-  void setDTarget(const VecDyn& values) { setDTarget(values.v, values.n); }
-  void setDTarget(const Eigen::VectorXd& values) {
-    setDTarget(values.data(), static_cast<size_t>(values.size()));
-  }
+  void setDTarget(const ListArgument& list) { setDTarget(list.values, list.count); }
   ///@}
   /// (N/m or N m/rad), per velocity.
   const VecDyn& getPGain() const { return joints_.pGain; }
@@ -301,11 +269,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   /// Laid out as the velocities.
   const VecDyn& getDTarget() const { return joints_.dTarget; }
 
-  ///@{
   /// Bounds on the sum of feed-forward, PD and damping forces (N or N m), per velocity.
-  void setForceLimits(const VecDyn& lower, const VecDyn& upper);
-  void setForceLimits(const Eigen::VectorXd& lower, const Eigen::VectorXd& upper);
-  ///@}
+  void setForceLimits(const ListArgument& lower, const ListArgument& upper);
   /// (N or N m), per velocity.
   const VecDyn& getForceLowerLimit() const { return joints_.forceLowerLimit; }
   /// (N or N m), per velocity.
@@ -317,20 +282,8 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void setJointLimits(const std::vector<JointLimit>& limits);
   /// One entry per velocity; only the first of a joint is read.
   const std::vector<JointLimit>& getJointLimits() const { return joints_.limits; }
-  ///@{
   /// Viscous damping (N s/m or N m s/rad), per velocity.
-  void setJointDamping(const VecDyn& damping);
-  void setJointDamping(std::initializer_list<double> damping) {
-    VecDyn values(damping.size());
-    std::copy(damping.begin(), damping.end(), values.v);
-    setJointDamping(values);
-  }
-  void setJointDamping(const Eigen::VectorXd& damping) {
-    VecDyn values(static_cast<unsigned long>(damping.size()));
-    for (unsigned long i = 0; i < values.n; ++i) values[i] = damping[static_cast<Eigen::Index>(i)];
-    setJointDamping(values);
-  }
-  ///@}
+  void setJointDamping(const ListArgument& damping);
   /// (N s/m or N m s/rad), per velocity.
   const VecDyn& getJointDamping() const { return joints_.damping; }
   /// As read from the model, per velocity; stored only.
@@ -338,13 +291,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   ///@{
   /// What is added to the diagonal of M from the next step on (kg or kg m^2), per velocity.
   void setRotorInertia(const double* values, size_t count);
-  void setRotorInertia(std::initializer_list<double> values) {
-    setRotorInertia(values.begin(), values.size());
-  }
-  void setRotorInertia(const VecDyn& values) { setRotorInertia(values.v, values.n); }
-  void setRotorInertia(const Eigen::VectorXd& values) {
-    setRotorInertia(values.data(), static_cast<size_t>(values.size()));
-  }
+  void setRotorInertia(const ListArgument& list) { setRotorInertia(list.values, list.count); }
   ///@}
   /// What is added to the diagonal of M (kg or kg m^2), per velocity.
   const VecDyn& getRotorInertia() const { return joints_.rotorInertia; }
@@ -896,13 +843,5 @@ class ZELVIK_API ArticulatedSystem : public Object {
   VecDyn rkDelta1_, rkDelta2_, rkDelta3_, rkDelta4_;
   std::vector<SparseJacobian> externalForceJacobians_;  ///< parallel to the pending forces: state
 };
-
-inline void ArticulatedSystem::setForceLimits(const Eigen::VectorXd& lower,
-                                              const Eigen::VectorXd& upper) {
-  VecDyn lo(static_cast<unsigned long>(lower.size())), hi(static_cast<unsigned long>(upper.size()));
-  for (unsigned long k = 0; k < lo.n; ++k) lo[k] = lower[static_cast<Eigen::Index>(k)];
-  for (unsigned long k = 0; k < hi.n; ++k) hi[k] = upper[static_cast<Eigen::Index>(k)];
-  setForceLimits(lo, hi);
-}
 
 }  // namespace zelvik
