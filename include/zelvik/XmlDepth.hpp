@@ -2,10 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <zelvik/export.hpp>
 
 namespace zelvik {
+
+/// Nesting of elements beyond which no document is parsed: deeper than any model, and far from
+/// where the parser, which recurses, would overflow the stack.
+constexpr std::size_t kDeepestXmlElement = 1000;
 
 /// How far XML text goes, found without parsing: the parser recurses, so that a hostile document
 /// would overflow the stack, and compares each attribute of an element with all others.

@@ -148,7 +148,6 @@ class ZelvikTinyXmlWrapper {
   }
 
  private:
-  static constexpr size_t kMaxDepth = 1000;
   static constexpr size_t kMaxAttributes = 1000;
   static constexpr size_t kLongestPath = 4096;  ///< of Linux; more is some file's content
 
@@ -199,8 +198,8 @@ class ZelvikTinyXmlWrapper {
 
   bool isModest(const std::string& xml) const {
     const XmlExtent extent = xmlExtent(xml);
-    if (extent.depth > kMaxDepth) {
-      MSG_FATAL("in '" << fileName_ << "' elements are nested deeper than " << kMaxDepth);
+    if (extent.depth > kDeepestXmlElement) {
+      MSG_FATAL("in '" << fileName_ << "' elements are nested deeper than " << kDeepestXmlElement);
       return false;
     }
     if (extent.attributes > kMaxAttributes) {

@@ -15,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMaxBytes = std::size_t{256} << 20;
-constexpr std::size_t kDeepestElement = 1000;  // as in the core: the parser recurses
 
 bool readFile(const std::string& file, Source& source, Findings& findings) {
   std::error_code error;
@@ -46,8 +45,9 @@ bool readFile(const std::string& file, Source& source, Findings& findings) {
 }
 
 bool parse(Source& source, Findings& findings) {
-  if (xmlExtent(source.text).depth > kDeepestElement) {
-    findings.error("xml", {}, "elements are nested more than 1000 deep");
+  if (xmlExtent(source.text).depth > kDeepestXmlElement) {
+    findings.error("xml", {},
+                   "elements are nested more than " + std::to_string(kDeepestXmlElement) + " deep");
     return false;
   }
   source.document.Parse(source.text.c_str(), nullptr, TIXML_ENCODING_UTF8);
