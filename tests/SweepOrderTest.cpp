@@ -14,6 +14,7 @@ namespace zelvik {
 namespace {
 
 using contact::SweepOrder;
+constexpr std::uint32_t kNobody = ContactPair::kNobody;
 
 struct Problem {
   SweepOrder::Kind kind;
@@ -27,11 +28,9 @@ struct Traces {
   void visit(const Problem& p, std::uint64_t name) {
     const std::uint64_t seen = value(p.a) * 31 + value(p.b) * 17 + name;
     for (const std::uint32_t object : {p.a, p.b})
-      if (object != SweepOrder::kNobody) of[object] = of[object] * 0x9E3779B97F4A7C15ull + seen;
+      if (object != kNobody) of[object] = of[object] * 0x9E3779B97F4A7C15ull + seen;
   }
-  std::uint64_t value(std::uint32_t object) const {
-    return object == SweepOrder::kNobody ? 0 : of[object];
-  }
+  std::uint64_t value(std::uint32_t object) const { return object == kNobody ? 0 : of[object]; }
   std::vector<std::uint64_t> of;
 };
 
@@ -39,7 +38,7 @@ std::vector<Problem> randomProblems(std::mt19937& generator, size_t objects, siz
   std::vector<Problem> problems;
   for (size_t i = 0; i < count; ++i) {
     const auto kind = static_cast<SweepOrder::Kind>(generator() % 3);
-    Problem p = {kind, static_cast<std::uint32_t>(generator() % objects), SweepOrder::kNobody};
+    Problem p = {kind, static_cast<std::uint32_t>(generator() % objects), kNobody};
     if (kind != SweepOrder::ONE_BODY) p.b = static_cast<std::uint32_t>(generator() % objects);
     if (kind == SweepOrder::TWO_BODIES && p.a == p.b) p.b = (p.a + 1) % objects;
     if (generator() % 2 == 0) std::swap(p.a, p.b);
@@ -72,7 +71,7 @@ TEST(SweepOrder, ProblemsWithACommonObjectKeepTheirOrder) {
       for (const size_t i : stop) {
         ordered.visit(problems[i], i);
         for (const std::uint32_t object : {problems[i].a, problems[i].b}) {
-          if (object == SweepOrder::kNobody || stop.size() == 1) continue;
+          if (object == kNobody || stop.size() == 1) continue;
           ASSERT_FALSE(isTouched[object]);
           isTouched[object] = true;
         }
@@ -93,36 +92,44 @@ TEST(SweepOrder, FillsStopsThatAreNotFull) {
   // one.
   for (std::uint32_t i = 0; i < 3; ++i) order.insert(SweepOrder::TWO_BODIES, i, i + 1);
   for (std::uint32_t i = 4; i < 7; ++i) order.insert(SweepOrder::TWO_BODIES, i, i + 1);
-  order.insert(SweepOrder::ONE_BODY, 8, SweepOrder::kNobody);
-  order.insert(SweepOrder::ONE_BODY, SweepOrder::kNobody, 0);
+  order.insert(SweepOrder::ONE_BODY, 8, kNobody);
+  order.insert(SweepOrder::ONE_BODY, kNobody, 0);
   EXPECT_EQ(order.count(SweepOrder::TWO_BODIES), 3u);
   EXPECT_EQ(order.count(SweepOrder::ONE_BODY), 1u);
   EXPECT_EQ(order.stops()[3].count, 2u);
 }
 
+/// @param point by which the test knows the pair again @param a, b objects, or `kNobody`
+ContactPair pairOf(std::uint32_t point, std::uint32_t a, std::uint32_t b) {
+  ContactPair pair;
+  pair.point = point;
+  pair.sides[0] = {a, 0, a == kNobody ? BodyType::STATIC : BodyType::DYNAMIC};
+  pair.sides[1] = {b, 0, b == kNobody ? BodyType::STATIC : BodyType::DYNAMIC};
+  return pair;
+}
+
 TEST(PairOrder, NeighboursHaveNoObjectInCommonAndStayNear) {
-  constexpr std::uint32_t nobody = TouchingPair::kNobody;
   PairOrder order;
   for (const std::uint32_t fixed : {200u, 100u, 0u}) {  // from here on nothing moves
-    const auto owner = [&](std::uint32_t i) { return i < fixed ? i : nobody; };
-    order.clear();
-    for (std::uint32_t i = 0; i < 199; ++i) order.append({i, i + 1, owner(i), owner(i + 1)});
-    order.arrange(200);
-    const std::vector<TouchingPair>& pairs = order.pairs();
+    const auto owner = [&](std::uint32_t i) { return i < fixed ? i : kNobody; };
+    std::vector<ContactPair> pairs;
+    for (std::uint32_t i = 0; i < 199; ++i) pairs.push_back(pairOf(i, owner(i), owner(i + 1)));
+    order.arrange(pairs, 200);
     std::set<std::uint32_t> seen;
     for (size_t i = 0; i < pairs.size(); ++i) {
-      EXPECT_TRUE(seen.insert(pairs[i].first).second);
-      EXPECT_NEAR(static_cast<double>(pairs[i].first), static_cast<double>(i), 16.0);
+      EXPECT_TRUE(seen.insert(pairs[i].point).second);
+      EXPECT_NEAR(static_cast<double>(pairs[i].point), static_cast<double>(i), 16.0);
       for (size_t k = i / 4 * 4; k < i && i < 180; ++k)
-        for (const std::uint32_t other : {pairs[k].a, pairs[k].b})
-          EXPECT_TRUE(other == nobody || (other != pairs[i].a && other != pairs[i].b)) << i;
+        for (const ContactPair::Side& other : pairs[k].sides)
+          for (const ContactPair::Side& own : pairs[i].sides)
+            EXPECT_TRUE(other.mover() == kNobody || other.mover() != own.mover()) << i;
     }
     EXPECT_EQ(seen.size(), 199u);
   }
-  order.clear();
-  for (std::uint32_t i = 0; i < 40; ++i) order.append({i, i + 1, nobody, 7});
-  order.arrange(200);  // all have an object in common: none is lost
-  EXPECT_EQ(order.pairs().size(), 40u);
+  std::vector<ContactPair> pairs;
+  for (std::uint32_t i = 0; i < 40; ++i) pairs.push_back(pairOf(i, kNobody, 7));
+  order.arrange(pairs, 200);  // all have an object in common: none is lost
+  EXPECT_EQ(pairs.size(), 40u);
 }
 
 }  // namespace

@@ -435,7 +435,6 @@ class ZELVIK_API World {
   bool visitStructure(StateArchive& archive) const;
   void visitState(StateArchive& archive);
 
-  ImpulseMemory* activeMemory() const;
   void updateWires();
   void warnOfImmovable();
   void storeImpulses();

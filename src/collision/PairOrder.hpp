@@ -6,15 +6,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "collision/ContactPair.hpp"
+
 namespace zelvik {
-
-/// The raw points of two geoms that touch.
-struct TouchingPair {
-  static constexpr std::uint32_t kNobody = ~0u;
-
-  std::uint32_t first, end;  ///< in the list of points
-  std::uint32_t a, b;        ///< objects by place, or `kNobody` if they are not dynamic
-};
 
 /// An order of pairs in which neighbours have no moving object in common, as far as a look at the
 /// next `kReach` pairs finds such an order: the sweeps visit contacts four at a time, and those of
@@ -26,19 +20,15 @@ class PairOrder {
   static constexpr size_t kGroup = 4;   ///< pairs that shall have no object in common
   static constexpr size_t kReach = 16;  ///< pairs that are looked at for a group
 
-  void clear() { pairs_.clear(); }
-  void append(const TouchingPair& pair) { pairs_.push_back(pair); }
   /// Puts the pairs into the order. @param objectCount objects are numbered from 0
-  void arrange(size_t objectCount);
-
-  const std::vector<TouchingPair>& pairs() const { return pairs_; }
+  void arrange(std::vector<ContactPair>& pairs, size_t objectCount);
 
  private:
-  size_t longestWait(size_t objectCount);
-  bool joinsGroup(const TouchingPair& pair);
-  void appendGroup();
+  size_t longestWait(const std::vector<ContactPair>& pairs, size_t objectCount);
+  bool joinsGroup(const ContactPair& pair);
+  void appendGroup(const std::vector<ContactPair>& pairs);
 
-  std::vector<TouchingPair> pairs_, arranged_;
+  std::vector<ContactPair> arranged_;
   std::vector<std::uint32_t> next_;     ///< of the pairs that are left; 0 is the head of the list
   std::vector<std::uint64_t> groupOf_;  ///< by object: the last group with it
   std::vector<std::uint32_t> waits_;    ///< by object: length of its chain of waiting pairs

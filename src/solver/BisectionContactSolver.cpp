@@ -144,8 +144,14 @@ void BisectionContactSolver::solve(ContactProblemList& problems) {
 
 void BisectionContactSolver::solve(ContactProblemList& problems,
                                    const std::vector<Object*>& objects) {
+  solve(problems, objects, rows_->findContactPairs(problems, objects));
+}
+
+void BisectionContactSolver::solve(ContactProblemList& problems,
+                                   const std::vector<Object*>& objects,
+                                   const std::vector<ContactPair>& pairs) {
   startHistory();
-  rows_->build(problems, objects, {erp_, erp2_, surfaceLayer_, timeStepInv_});
+  rows_->build(problems, pairs, objects, {erp_, erp2_, surfaceLayer_, timeStepInv_});
   rows_->handOnInitialImpulses();
   const auto sweep = [this](bool forward) { return rows_->sweep(forward, relaxation_); };
   repeat(problems.size(), sweep);

@@ -7,6 +7,7 @@
 #include <zelvik/contact/Contact.hpp>
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
+#include "collision/ContactPair.hpp"
 #include "core/ColumnLanes.hpp"
 #include "core/Lanes.hpp"
 #include "solver/ContactBatch.hpp"
@@ -116,10 +117,15 @@ class ContactSweep {
   /// Points of a robot above which blocks between all of them cost more than they save.
   static constexpr size_t kMaxPoints = 32;
 
-  /// Prepares assembled problems and writes them out. @param objects those of the world in list
-  /// order
-  void build(ContactProblemList& problems, const std::vector<Object*>& objects,
-             const ContactPreparation& preparation);
+  /// A pair for each problem but joint limits, by the contacts of the objects: for callers who have
+  /// no record of who touches whom. Valid until the next call.
+  const std::vector<ContactPair>& findContactPairs(const ContactProblemList& problems,
+                                                   const std::vector<Object*>& objects);
+  /// Prepares assembled problems and writes them out.
+  /// @param pairs who touches whom, in the order of the problems; joint limits come after them
+  /// @param objects those of the world in list order
+  void build(ContactProblemList& problems, const std::vector<ContactPair>& pairs,
+             const std::vector<Object*>& objects, const ContactPreparation& preparation);
   /// Hands the impulses that the records already hold to the sides; those that no side takes become
   /// zero.
   void handOnInitialImpulses();
@@ -139,7 +145,7 @@ class ContactSweep {
  private:
   /// Who takes part in a problem: dynamic objects by place in the world and by contact.
   struct Sides {
-    std::uint32_t object[2] = {SweepOrder::kNobody, SweepOrder::kNobody};
+    std::uint32_t object[2] = {ContactPair::kNobody, ContactPair::kNobody};
     std::uint32_t contact[2] = {0, 0};
   };
   /// A point of a robot: its Jacobian, and M^-1 J^T in three rows of values per velocity.
@@ -187,11 +193,15 @@ class ContactSweep {
   };
 
   std::span<ContactRow> rows() { return {rows_.data(), rowCount_}; }
-  void listSides(const ContactProblemList& problems, const std::vector<Object*>& objects);
+  static Sides sidesOf(const ContactPair& pair, const std::vector<Object*>& objects);
+  void startBodies(const std::vector<Object*>& objects);
+  size_t placeAll(ContactProblemList& problems, const std::vector<ContactPair>& pairs,
+                  const std::vector<Object*>& objects, const ContactPreparation& preparation);
   void startBody(SingleBodyObject& body);
   double normalVelocity(const Single3DContactProblem& problem, const Sides& sides) const;
   SweepOrder::Kind kindOf(const Single3DContactProblem& problem, const Sides& sides) const;
-  void place(Single3DContactProblem& problem, size_t index, const ContactPreparation& preparation);
+  void place(Single3DContactProblem& problem, size_t index, const Sides& sides,
+             const ContactPreparation& preparation);
   void listRuns();
   bool joinsRun(const Run& run, const SweepOrder::Stop& stop);
   template <int sides>
@@ -228,8 +238,8 @@ class ContactSweep {
   Batches<2> twoBodies_;
   AlignedVector<ContactRow> rows_;              ///< in the order of their stops
   size_t rowCount_ = 0;                         ///< of those in use
-  std::vector<Sides> sides_;                    ///< by problem
   std::vector<std::uint32_t> rowOf_;            ///< by problem
+  std::vector<ContactPair> foundPairs_;         ///< see `findContactPairs`
   std::vector<Body> bodies_;                    ///< by place in the world
   std::vector<Part> parts_;                     ///< by place in the world
   AlignedVector<BodyVelocity> bodyVelocities_;  ///< by slot, the body's place + `kFirstBodySlot`

@@ -58,25 +58,42 @@ void transposeBlock(const Lanes* from, Lanes* to) {
 
 }  // namespace
 
-void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*>& objects,
+const std::vector<ContactPair>& ContactSweep::findContactPairs(
+    const ContactProblemList& problems, const std::vector<Object*>& objects) {
+  size_t count = problems.size();
+  while (count > 0 && problems[count - 1].rank_ == Single3DContactProblem::JOINT_LIMIT) --count;
+  foundPairs_.assign(count, ContactPair{});
+  for (size_t i = 0; i < count; ++i) {
+    foundPairs_[i].problem = static_cast<std::uint32_t>(i);
+    foundPairs_[i].count = 1;
+  }
+  for (const Object* object : objects)
+    for (const Contact& c : object->getContacts())
+      if (!c.skip_ && c.contactProblemIndex_ < count)
+        foundPairs_[c.contactProblemIndex_].sides[c.objectA_ ? 0 : 1] = {
+            static_cast<std::uint32_t>(object->getIndexInWorld()),
+            static_cast<std::uint32_t>(c.localBodyIndex_), object->getBodyType(c.localBodyIndex_),
+            static_cast<std::uint32_t>(c.contactIndex_)};
+  return foundPairs_;
+}
+
+void ContactSweep::build(ContactProblemList& problems, const std::vector<ContactPair>& pairs,
+                         const std::vector<Object*>& objects,
                          const ContactPreparation& preparation) {
   erp_ = preparation.erp;
-  listSides(problems, objects);
+  startBodies(objects);
   order_.clear(objects.size());
   oneBody_.clear();
   twoBodies_.clear();
   rowCount_ = 0;
   immovable_ = {};
-  for (size_t i = 0; i < problems.size(); ++i) place(problems[i], i, preparation);
+  size_t limit = placeAll(problems, pairs, objects, preparation);
   oneBody_.fill(bodyVelocities_.data(), preparation);
   twoBodies_.fill(bodyVelocities_.data(), preparation);
   listRuns();
 
   robots_.clear();
   points_.clear();
-  size_t limit = 0;  // limits come after the contacts, in the order of the objects
-  while (limit < problems.size() && problems[limit].rank_ != Single3DContactProblem::JOINT_LIMIT)
-    ++limit;
   for (Object* object : objects)
     if (object->getBodyType() == BodyType::DYNAMIC && object->getObjectType() == ARTICULATED_SYSTEM)
       attachRobot(static_cast<ArticulatedSystem&>(*object), problems, limit);
@@ -84,31 +101,61 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Object*
   chooseCouplings();
 }
 
-void ContactSweep::listSides(const ContactProblemList& problems,
-                             const std::vector<Object*>& objects) {
-  sides_.assign(problems.size(), Sides{});
+void ContactSweep::startBodies(const std::vector<Object*>& objects) {
   bodies_.assign(objects.size(), Body{});
   parts_.assign(objects.size(), OTHER_PART);
   bodyVelocities_.resize(objects.size() + kFirstBodySlot);
   bodyVelocities_[kZeroSlot] = {};
-  for (size_t o = 0; o < objects.size(); ++o) {
-    if (objects[o]->getBodyType() != BodyType::DYNAMIC) continue;
-    const std::vector<Contact>& contacts = objects[o]->getContacts();
-    for (size_t i = 0; i < contacts.size(); ++i) {
-      if (contacts[i].skip_) continue;
-      const size_t s = contacts[i].objectA_ ? 0 : 1;
-      Sides& who = sides_[contacts[i].contactProblemIndex_];
-      who.object[s] = static_cast<std::uint32_t>(o);
-      who.contact[s] = static_cast<std::uint32_t>(i);
-    }
-    if (!contacts.empty() && objects[o]->getObjectType() != ARTICULATED_SYSTEM)
-      startBody(static_cast<SingleBodyObject&>(*objects[o]));
+  for (Object* object : objects)
+    if (object->getBodyType() == BodyType::DYNAMIC && !object->getContacts().empty() &&
+        object->getObjectType() != ARTICULATED_SYSTEM)
+      startBody(static_cast<SingleBodyObject&>(*object));
+}
+
+/// The objects of a pair that impulses move: neither the twin of a merged contact, nor an object
+/// that has dropped its contacts since or is not dynamic any more.
+ContactSweep::Sides ContactSweep::sidesOf(const ContactPair& pair,
+                                          const std::vector<Object*>& objects) {
+  Sides who;
+  for (size_t s = 0; s < 2; ++s) {
+    const ContactPair::Side& side = pair.sides[s];
+    if (!side.keepsContacts()) continue;
+    const Object& object = *objects[side.object];
+    const std::vector<Contact>& contacts = object.getContacts();
+    if (object.getBodyType() != BodyType::DYNAMIC || side.contact + pair.count > contacts.size() ||
+        contacts[side.contact].skip_)
+      continue;
+    who.object[s] = side.object;
+    who.contact[s] = side.contact;
   }
-  for (size_t i = problems.size(); i > 0; --i) {
-    const Single3DContactProblem& p = problems[i - 1];
-    if (p.rank_ != Single3DContactProblem::JOINT_LIMIT) break;
-    sides_[i - 1].object[0] = static_cast<std::uint32_t>(p.objA_->getIndexInWorld());
+  return who;
+}
+
+/// Places contacts by pair, and joint limits after them. Problems of objects that have left the
+/// world are in no pair: they are not visited.
+/// @return the first joint limit; limits stand in the order of their objects
+size_t ContactSweep::placeAll(ContactProblemList& problems, const std::vector<ContactPair>& pairs,
+                              const std::vector<Object*>& objects,
+                              const ContactPreparation& preparation) {
+  if (rowOf_.size() < problems.size()) rowOf_.resize(problems.size());
+  size_t end = 0;
+  for (const ContactPair& pair : pairs) {
+    Sides who = sidesOf(pair, objects);
+    end = pair.problem + pair.count;
+    for (size_t i = pair.problem; i < end; ++i, ++who.contact[0], ++who.contact[1])
+      place(problems[i], i, who, preparation);
   }
+  const auto isLimit = [&](size_t i) {
+    return problems[i].rank_ == Single3DContactProblem::JOINT_LIMIT;
+  };
+  while (end < problems.size() && !isLimit(end)) ++end;
+  for (size_t i = end; i < problems.size(); ++i) {
+    if (!isLimit(i)) continue;
+    Sides who;
+    who.object[0] = static_cast<std::uint32_t>(problems[i].objA_->getIndexInWorld());
+    place(problems[i], i, who, preparation);
+  }
+  return end;
 }
 
 /// Before any impulse (m/s).
@@ -118,7 +165,7 @@ double ContactSweep::normalVelocity(const Single3DContactProblem& p, const Sides
     Object* asked = s == 0 ? p.objA_ : p.objB_;
     if (asked == nullptr) continue;  // `tauStar_` has it
     const std::uint32_t object = who.object[s];
-    const SingleBodyObject* body = object != SweepOrder::kNobody ? bodies_[object].body : nullptr;
+    const SingleBodyObject* body = object != ContactPair::kNobody ? bodies_[object].body : nullptr;
     if (body != nullptr) {
       const double* g = bodies_[object].jacobians[who.contact[s]].v + 2;
       const double* u = bodies_[object].velocity->v;
@@ -153,7 +200,7 @@ void ContactSweep::startBody(SingleBodyObject& body) {
 SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sides& who) const {
   using Problem = Single3DContactProblem;
   const auto partOf = [this](std::uint32_t object) -> unsigned {
-    return object == SweepOrder::kNobody ? NO_PART : parts_[object];
+    return object == ContactPair::kNobody ? NO_PART : parts_[object];
   };
   const unsigned parts = partOf(who.object[0]) + partOf(who.object[1]);
   // A batch hands on impulses of zero, too: a block with infinite entries must not be in it.
@@ -167,9 +214,8 @@ SweepOrder::Kind ContactSweep::kindOf(const Single3DContactProblem& p, const Sid
 }
 
 /// Gives a problem its stop, and its place in a batch or a row.
-void ContactSweep::place(Single3DContactProblem& p, size_t index,
+void ContactSweep::place(Single3DContactProblem& p, size_t index, const Sides& who,
                          const ContactPreparation& preparation) {
-  const Sides& who = sides_[index];
   p.checkRank();
   const SweepOrder::Stop& stop = order_.insert(kindOf(p, who), who.object[0], who.object[1]);
   if (stop.kind == SweepOrder::ONE_BODY) return oneBody_.append(stop, p, who, bodies_);
@@ -177,14 +223,13 @@ void ContactSweep::place(Single3DContactProblem& p, size_t index,
   p.dzzInv_ = 1.0 / p.delassus_(2, 2);
   if (p.rank_ != Single3DContactProblem::JOINT_LIMIT)
     preparation.prepare(p, normalVelocity(p, who));
-  if (rowOf_.size() < sides_.size()) rowOf_.resize(sides_.size());
   rowOf_[index] = stop.index;
   if (rows_.size() == rowCount_) rows_.emplace_back();
   ContactRow& row = rows_[rowCount_++];
   writeRow(p, row);
   if (row.kind == RowKind::IDLE) noteImmovable(p, who);
   for (size_t s = 0; s < 2; ++s)
-    if (who.object[s] != SweepOrder::kNobody && bodies_[who.object[s]].body != nullptr)
+    if (who.object[s] != ContactPair::kNobody && bodies_[who.object[s]].body != nullptr)
       attachBody(who, s, row);
 }
 
@@ -203,7 +248,7 @@ inline void ContactSweep::Batches<sides>::append(const SweepOrder::Stop& stop,
     bodies.emplace_back();
   }
   BatchMembers<sides>& m = members[stop.index];
-  const size_t lane = stop.count - 1, first = who.object[0] == SweepOrder::kNobody ? 1 : 0;
+  const size_t lane = stop.count - 1, first = who.object[0] == ContactPair::kNobody ? 1 : 0;
   m.problems[lane] = &p;
   m.sign[lane] = first == 0 ? 1.0 : -1.0;
   for (size_t side = 0; side < sides; ++side) {
@@ -264,7 +309,7 @@ void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
 void ContactSweep::noteImmovable(const Single3DContactProblem& p, const Sides& who) {
   if (!(p.delassus_(2, 2) > 0.0)) return;
   for (const std::uint32_t object : who.object) {
-    const SingleBodyObject* body = object != SweepOrder::kNobody ? bodies_[object].body : nullptr;
+    const SingleBodyObject* body = object != ContactPair::kNobody ? bodies_[object].body : nullptr;
     if (body == nullptr || immovable_.body != nullptr) continue;
     const double mobility = p.delassus_(2, 2) / Single3DContactProblem::kLeastMobility;
     immovable_ = {body, body->getMass(0) * mobility};

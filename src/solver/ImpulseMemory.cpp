@@ -13,18 +13,41 @@ namespace zelvik {
 using contact::Contact;
 using Problem = contact::Single3DContactProblem;
 
-ImpulseMemory::Key ImpulseMemory::keyOf(const ContactGroup& group) {
-  return {std::min(group.sideA, group.sideB), std::max(group.sideA, group.sideB), group.isWire};
+namespace {
+
+/// Number of a body of an object.
+std::uint64_t numberOf(const ContactPair::Side& side) {
+  return static_cast<std::uint64_t>(side.object) << 32 | side.body;
 }
 
-/// The contacts of a group; null if their object has dropped them since, or was taken out.
-const Contact* ImpulseMemory::contactsOf(const ContactGroup& group,
+ContactPair::Side sideOfNumber(std::uint64_t number) {
+  ContactPair::Side side;
+  side.object = static_cast<std::uint32_t>(number >> 32);
+  side.body = static_cast<std::uint32_t>(number);
+  return side;
+}
+
+}  // namespace
+
+ImpulseMemory::Key ImpulseMemory::keyOf(const ContactPair& pair) {
+  const std::uint64_t a = numberOf(pair.sides[0]), b = numberOf(pair.sides[1]);
+  return {std::min(a, b), std::max(a, b), pair.isWire};
+}
+
+/// Of an impulse on the lower body of the key, as `imp_` counts it.
+double ImpulseMemory::signOf(const ContactPair& pair, const Key& key) {
+  return numberOf(pair.sides[0]) == key.lower ? 1.0 : -1.0;
+}
+
+/// The contacts of a pair; null if their object has dropped them since, or was taken out.
+const Contact* ImpulseMemory::contactsOf(const ContactPair& pair,
                                          const std::vector<Object*>& objects) {
-  if (group.object >= objects.size()) return nullptr;
-  const std::vector<Contact>& contacts = objects[group.object]->getContacts();
-  if (group.contact + group.count > contacts.size()) return nullptr;
-  const Contact* first = &contacts[group.contact];
-  return first->contactProblemIndex_ == group.problem ? first : nullptr;
+  const ContactPair::Side& side = pair.holdingSide();
+  if (side.object >= objects.size()) return nullptr;
+  const std::vector<Contact>& contacts = objects[side.object]->getContacts();
+  if (side.contact + pair.count > contacts.size()) return nullptr;
+  const Contact* first = &contacts[side.contact];
+  return first->contactProblemIndex_ == pair.problem ? first : nullptr;
 }
 
 /// In a function of its own, so that a saved impulse has the bits of one that was never saved.
@@ -32,21 +55,28 @@ const Contact* ImpulseMemory::contactsOf(const ContactGroup& group,
   return {c.position_, transposeMul(c.frame_, c.contactProblem_->imp_)};
 }
 
-/// Whether the contacts of a group are still there, as if they had just been solved.
-bool ImpulseMemory::isKnown(const ContactGroup& group, const std::vector<Object*>& objects) const {
-  if (areGroupsRestored_)
-    return group.object < objects.size() && !objects[group.object]->hasForgottenContacts();
-  return contactsOf(group, objects) != nullptr;
+/// Those whose impulses the next `store` takes: without a warm start in the last step there are
+/// none.
+const std::vector<ContactPair>& ImpulseMemory::solvedPairs(
+    const std::vector<ContactPair>& pairsOfStep) const {
+  return source_ == Source::STEP ? pairsOfStep : restoredPairs_;
 }
 
-/// Of a group that is known.
+/// Whether the contacts of a pair are still there, as if they had just been solved.
+bool ImpulseMemory::isKnown(const ContactPair& pair, const std::vector<Object*>& objects) const {
+  if (source_ == Source::STEP) return contactsOf(pair, objects) != nullptr;
+  const std::uint32_t object = pair.holdingSide().object;
+  return object < objects.size() && !objects[object]->hasForgottenContacts();
+}
+
+/// Of a pair that is known.
 template <typename Take>
-void ImpulseMemory::forEachPoint(const ContactGroup& group, const std::vector<Object*>& objects,
+void ImpulseMemory::forEachPoint(const ContactPair& pair, const std::vector<Object*>& objects,
                                  Take&& take) const {
-  const Contact* contacts = areGroupsRestored_ ? nullptr : contactsOf(group, objects);
-  for (std::uint32_t i = 0; i < group.count; ++i)
-    if (areGroupsRestored_)
-      take(restoredPoints_[group.contact + i]);
+  const Contact* contacts = source_ == Source::STEP ? contactsOf(pair, objects) : nullptr;
+  for (std::uint32_t i = 0; i < pair.count; ++i)
+    if (contacts == nullptr)
+      take(restoredPoints_[pair.point + i]);
     else if (contacts[i].contactProblem_ != nullptr)
       take(pointOf(contacts[i]));
 }
@@ -57,110 +87,106 @@ std::uint32_t& ImpulseMemory::headOf(const Key& key) {
   return heads_[(hash >> 32) & (heads_.size() - 1)];
 }
 
-/// The first run with the key from `run` on.
-std::uint32_t ImpulseMemory::findInChain(const Key& key, std::uint32_t run) const {
-  while (run != kNoRun && !(runs_[run].key == key)) run = runs_[run].next;
-  return run;
+/// The first stretch with the key from `stretch` on.
+std::uint32_t ImpulseMemory::findInChain(const Key& key, std::uint32_t stretch) const {
+  while (stretch != kNoStretch && !(stretches_[stretch].key == key))
+    stretch = stretches_[stretch].next;
+  return stretch;
 }
 
-/// A run that begins with the next entry.
-void ImpulseMemory::appendRun(const Key& key) {
+/// A stretch that begins with the next entry.
+void ImpulseMemory::appendStretch(const Key& key) {
   const std::uint32_t first = static_cast<std::uint32_t>(entries_.size());
   std::uint32_t& head = headOf(key);
   const std::uint32_t other = findInChain(key, head);
-  if (other != kNoRun) runs_[other].isAlone = false;
-  runs_.push_back({key, first, first, head, other == kNoRun});
-  head = static_cast<std::uint32_t>(runs_.size() - 1);
+  if (other != kNoStretch) stretches_[other].isAlone = false;
+  stretches_.push_back({key, first, first, head, other == kNoStretch});
+  head = static_cast<std::uint32_t>(stretches_.size() - 1);
 }
 
-void ImpulseMemory::removeObject(size_t index, size_t last) {
-  const auto isOf = [](std::uint64_t side, size_t object) { return side >> 32 == object; };
-  std::erase_if(
-      groups_, [&](const ContactGroup& g) { return isOf(g.sideA, index) || isOf(g.sideB, index); });
-  for (ContactGroup& g : groups_) {
-    for (std::uint64_t* side : {&g.sideA, &g.sideB})
-      if (isOf(*side, last)) *side = ContactGroup::sideOf(index, *side & 0xFFFFFFFFu);
-    if (g.object == last) g.object = static_cast<std::uint32_t>(index);
-  }
-}
-
-void ImpulseMemory::store(const std::vector<Object*>& objects, double dt,
+void ImpulseMemory::store(const std::vector<ContactPair>& pairs,
+                          const std::vector<Object*>& objects, double dt,
                           size_t objectChangeCount) {
   timeStep_ = dt;
   objectChangeCount_ = objectChangeCount;
+  const std::vector<ContactPair>& solved = solvedPairs(pairs);
   size_t chains = std::max<size_t>(heads_.size(), 64);
-  while (chains < groups_.size()) chains *= 2;
-  heads_.assign(chains, kNoRun);
+  while (chains < solved.size()) chains *= 2;
+  heads_.assign(chains, kNoStretch);
   clearEntries();
-  for (const ContactGroup& group : groups_) {
-    if (!isKnown(group, objects)) continue;
-    const Key key = keyOf(group);
-    if (runs_.empty() || !(runs_.back().key == key)) appendRun(key);
-    const double sign = group.sideA == key.lower ? 1.0 : -1.0;
-    forEachPoint(group, objects, [&](const Point& p) {
+  for (const ContactPair& pair : solved) {
+    if (!isKnown(pair, objects)) continue;
+    const Key key = keyOf(pair);
+    if (stretches_.empty() || !(stretches_.back().key == key)) appendStretch(key);
+    const double sign = signOf(pair, key);
+    forEachPoint(pair, objects, [&](const Point& p) {
       entries_.push_back({p.position, sign * p.impulse, recallCount_});
     });
-    runs_.back().end = static_cast<std::uint32_t>(entries_.size());
+    stretches_.back().end = static_cast<std::uint32_t>(entries_.size());
   }
 }
 
-/// When written, groups that are known no more are left out.
-void ImpulseMemory::visitState(StateArchive& archive, const std::vector<Object*>& objects) {
-  size_t count = 0;
-  for (const ContactGroup& group : groups_) count += isKnown(group, objects) ? 1 : 0;
-  count = archive.count(count, 4 * sizeof(double));
-  if (archive.isWriting()) {
-    for (ContactGroup& group : groups_)
-      if (isKnown(group, objects)) visitGroup(archive, objects, group);
-    return;
-  }
+void ImpulseMemory::visitState(StateArchive& archive, const std::vector<ContactPair>& pairs,
+                               const std::vector<Object*>& objects) {
+  if (archive.isWriting()) return writeState(archive, solvedPairs(pairs), objects);
+  const size_t count = archive.count(0, 4 * sizeof(double));
   if (archive.isReading()) {
     clear();
     restoredPoints_.clear();
-    areGroupsRestored_ = true;
+    source_ = Source::STATE;
   }
-  for (size_t i = 0; i < count && archive.isGood(); ++i) {
-    ContactGroup group{};
-    visitGroup(archive, objects, group);
-    if (archive.isReading()) groups_.push_back(group);
+  for (size_t i = 0; i < count && archive.isGood(); ++i) readPair(archive, objects.size());
+}
+
+/// Pairs that are known no more are left out. The number of a wire's holder is inverted.
+void ImpulseMemory::writeState(StateArchive& archive, const std::vector<ContactPair>& pairs,
+                               const std::vector<Object*>& objects) const {
+  size_t known = 0;
+  for (const ContactPair& pair : pairs) known += isKnown(pair, objects) ? 1 : 0;
+  archive.count(known, 4 * sizeof(double));
+  for (const ContactPair& pair : pairs) {
+    if (!isKnown(pair, objects)) continue;
+    size_t points = 0;
+    forEachPoint(pair, objects, [&](const Point&) { ++points; });
+    archive.count(points, sizeof(Point));
+    archive.word(numberOf(pair.sides[0]));
+    archive.word(numberOf(pair.sides[1]));
+    const std::uint64_t holder = pair.holdingSide().object;
+    archive.word(pair.isWire ? ~holder : holder);
+    forEachPoint(pair, objects, [&](Point point) { archive(point); });
   }
 }
 
-void ImpulseMemory::visitGroup(StateArchive& archive, const std::vector<Object*>& objects,
-                               ContactGroup& group) {
-  size_t count = 0;
-  if (archive.isWriting()) forEachPoint(group, objects, [&](const Point&) { ++count; });
-  count = archive.count(count, sizeof(Point));
-  group.sideA = archive.word(group.sideA);
-  group.sideB = archive.word(group.sideB);
-  const std::uint64_t holder =
-      archive.word(group.isWire ? ~std::uint64_t{group.object} : std::uint64_t{group.object});
-  if (archive.isWriting()) {
-    forEachPoint(group, objects, [&](Point point) { archive(point); });
-    return;
-  }
-  group.isWire = holder >> 63 != 0;
-  group.object = static_cast<std::uint32_t>(group.isWire ? ~holder : holder);
-  group.contact = static_cast<std::uint32_t>(restoredPoints_.size());
-  group.count = static_cast<std::uint32_t>(count);
-  archive.require(group.object < objects.size());
+/// As `writeState` has written it.
+void ImpulseMemory::readPair(StateArchive& archive, size_t objectCount) {
+  ContactPair pair;
+  pair.count = static_cast<std::uint32_t>(archive.count(0, sizeof(Point)));
+  for (ContactPair::Side& side : pair.sides) side = sideOfNumber(archive.word(0));
+  const std::uint64_t word = archive.word(0);
+  pair.isWire = word >> 63 != 0;
+  const std::uint64_t holder = pair.isWire ? ~word : word;
+  pair.holder = pair.sides[0].object == holder ? 0 : 1;
+  archive.require(holder < objectCount && pair.holdingSide().object == holder);
+  pair.point = static_cast<std::uint32_t>(restoredPoints_.size());
   Point point{};
-  for (size_t i = 0; i < count; ++i) {
+  for (std::uint32_t i = 0; i < pair.count; ++i) {
     archive(point);
     if (archive.isReading()) restoredPoints_.push_back(point);
   }
+  if (archive.isReading()) restoredPairs_.push_back(pair);
 }
 
-/// The run that the cursor is at or the next one, if the key is theirs, or the first of its chain.
-std::uint32_t ImpulseMemory::findRun(const Key& key, std::uint32_t cursor) {
-  for (std::uint32_t run = cursor; run < runs_.size() && run < cursor + 2; ++run)
-    if (runs_[run].isAlone && runs_[run].key == key) return run;
+/// The stretch that the cursor is at or the next one, if the key is theirs, or the first of its
+/// chain.
+std::uint32_t ImpulseMemory::findStretch(const Key& key, std::uint32_t cursor) {
+  for (std::uint32_t i = cursor; i < stretches_.size() && i < cursor + 2; ++i)
+    if (stretches_[i].isAlone && stretches_[i].key == key) return i;
   return findInChain(key, headOf(key));
 }
 
-/// Out of the runs from `run` on that have its key.
-ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t run, const Vec3& position) {
-  const Run& only = runs_[run];
+/// Out of the stretches from `stretch` on that have its key.
+ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t stretch, const Vec3& position) {
+  const Stretch& only = stretches_[stretch];
   if (only.isAlone && only.end == only.first + 1) {
     Entry& entry = entries_[only.first];
     return std::exchange(entry.takenBy, recallCount_) == recallCount_ ? nullptr : &entry;
@@ -168,9 +194,9 @@ ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t run, const Vec3& 
   Entry* nearest = nullptr;
   double least = 0.0;
   const Key key = only.key;
-  while (run != kNoRun) {
-    const Run& r = runs_[run];
-    for (std::uint32_t i = r.end; i-- > r.first;) {
+  while (stretch != kNoStretch) {
+    const Stretch& s = stretches_[stretch];
+    for (std::uint32_t i = s.end; i-- > s.first;) {
       Entry& entry = entries_[i];
       if (entry.takenBy == recallCount_) continue;
       const Vec3 way = entry.position - position;
@@ -179,33 +205,35 @@ ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t run, const Vec3& 
       nearest = &entry;
       least = distance2;
     }
-    run = r.isAlone ? kNoRun : findInChain(key, r.next);
+    stretch = s.isAlone ? kNoStretch : findInChain(key, s.next);
   }
   if (nearest != nullptr) nearest->takenBy = recallCount_;
   return nearest;
 }
 
-void ImpulseMemory::recall(const std::vector<Object*>& objects, double dt,
+void ImpulseMemory::recall(const std::vector<ContactPair>& pairs,
+                           const std::vector<Object*>& objects, double dt,
                            size_t objectChangeCount) {
   if (entries_.empty() || objectChangeCount != objectChangeCount_) return;
   ++recallCount_;
   std::uint32_t cursor = 0;
-  for (const ContactGroup& group : groups_) {
-    const Contact* contacts = contactsOf(group, objects);
+  for (const ContactPair& pair : pairs) {
+    const Contact* contacts = contactsOf(pair, objects);
     if (contacts == nullptr) continue;
-    const Key key = keyOf(group);
-    const std::uint32_t run = findRun(key, cursor);
-    if (run == kNoRun) continue;
-    cursor = run;
-    const double scale = (group.sideA == key.lower ? dt : -dt) / timeStep_;
-    for (std::uint32_t i = 0; i < group.count; ++i) {
+    const Key key = keyOf(pair);
+    const std::uint32_t stretch = findStretch(key, cursor);
+    if (stretch == kNoStretch) continue;
+    cursor = stretch;
+    const double scale = signOf(pair, key) * dt / timeStep_;
+    for (std::uint32_t i = 0; i < pair.count; ++i) {
       const Contact& c = contacts[i];
-      const Entry* entry = c.contactProblem_ == nullptr ? nullptr : takeNearest(run, c.position_);
+      const Entry* entry =
+          c.contactProblem_ == nullptr ? nullptr : takeNearest(stretch, c.position_);
       if (entry == nullptr) continue;
       Problem& p = *c.contactProblem_;
       p.imp_ = scale * (c.frame_ * entry->impulse);
       // Wires and contacts without friction have a tangential part of zero for ever.
-      if (group.isWire || p.mu_ < Problem::kFrictionless) p.imp_ = {{0.0, 0.0, p.imp_[2]}};
+      if (pair.isWire || p.mu_ < Problem::kFrictionless) p.imp_ = {{0.0, 0.0, p.imp_[2]}};
     }
   }
 }

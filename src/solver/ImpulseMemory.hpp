@@ -7,24 +7,12 @@
 #include <vector>
 #include <zelvik/contact/Contact.hpp>
 
+#include "collision/ContactPair.hpp"
+
 namespace zelvik {
 
 class Object;
 class StateArchive;
-
-/// Contacts of one pair of bodies, or a wire, as they stand one behind the other in the list of
-/// problems.
-struct ContactGroup {
-  std::uint64_t sideA, sideB;     ///< see `sideOf`; `imp_` acts on the first
-  std::uint32_t problem, count;   ///< first problem, and how many
-  std::uint32_t object, contact;  ///< whose list holds the contacts, and where the first one is
-  bool isWire;
-
-  /// Number of a body of an object.
-  static std::uint64_t sideOf(size_t object, size_t body) {
-    return static_cast<std::uint64_t>(object) << 32 | static_cast<std::uint64_t>(body);
-  }
-};
 
 /// The impulses of the last step, from which the next one may start.
 ///
@@ -33,34 +21,34 @@ struct ContactGroup {
 /// and so do joint limits, whose visits only ever add to an impulse. The answers depend on the
 /// order of contacts only.
 ///
-/// The points of a pair make up a run of entries. Most pairs come in the order of the last step, so
-/// a cursor goes along with them; what it does not find is looked up in chains of runs.
+/// The points of a pair make up a stretch of entries. Most pairs come in the order of the last
+/// step, so a cursor goes along with them; what it does not find is looked up in chains of
+/// stretches.
 class ImpulseMemory {
  public:
-  /// Forgets the groups of the step before.
-  void clearGroups() {
-    groups_.clear();
-    areGroupsRestored_ = false;
-  }
-  /// Contacts of the present step, in the order of their problems. @param end behind their problems
-  void appendGroup(const ContactGroup& group, size_t end) {
-    if (end == group.problem) return;
-    groups_.push_back(group);
-    groups_.back().count = static_cast<std::uint32_t>(end) - group.problem;
+  /// The pairs that are handed over from now on are those of a step.
+  void startStep() {
+    source_ = Source::STEP;
+    restoredPairs_.clear();
   }
   /// Forgets the contacts of an object that leaves the world; the last one takes its place.
-  void removeObject(size_t index, size_t last);
+  void removeObject(size_t index, size_t last) { removeObjectFrom(restoredPairs_, index, last); }
 
-  /// Takes the impulses out of solved contacts. @param dt time step of the solve (s)
-  void store(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  /// Takes the impulses out of solved contacts. @param pairs of the step that is over
+  /// @param dt time step of the solve (s)
+  void store(const std::vector<ContactPair>& pairs, const std::vector<Object*>& objects, double dt,
+             size_t objectChangeCount);
   /// Sets `imp_` of the contacts' problems, all of which are zero. Does nothing if objects came or
   /// went between the halves of this step. @param dt time step of the coming solve (s)
-  void recall(const std::vector<Object*>& objects, double dt, size_t objectChangeCount);
+  void recall(const std::vector<ContactPair>& pairs, const std::vector<Object*>& objects, double dt,
+              size_t objectChangeCount);
   /// See `Object::visitState`, between steps: the impulses that the next `store` takes.
-  void visitState(StateArchive& archive, const std::vector<Object*>& objects);
-  /// Forgets everything.
+  void visitState(StateArchive& archive, const std::vector<ContactPair>& pairs,
+                  const std::vector<Object*>& objects);
+  /// Forgets everything, also the pairs of the present step.
   void clear() {
-    clearGroups();
+    source_ = Source::NOTHING;
+    restoredPairs_.clear();
     clearEntries();
   }
 
@@ -74,7 +62,7 @@ class ImpulseMemory {
   /// A solved contact.
   struct Point {
     Vec3 position;  ///< (m, world axes)
-    Vec3 impulse;   ///< on the body of the group's side A (N s, world axes)
+    Vec3 impulse;   ///< on the body of side A (N s, world axes)
   };
   struct Entry {
     Vec3 position;          ///< (m, world axes)
@@ -82,41 +70,46 @@ class ImpulseMemory {
     std::uint64_t takenBy;  ///< number of the recall that took it
   };
   /// Neighbours in the list of entries with the same key.
-  struct Run {
+  struct Stretch {
     Key key;
     std::uint32_t first, end;  ///< in the list of entries
     std::uint32_t next;        ///< of its chain
-    bool isAlone;              ///< no other run has the same key
+    bool isAlone;              ///< no other stretch has the same key
   };
-  static constexpr std::uint32_t kNoRun = ~0u;
+  static constexpr std::uint32_t kNoStretch = ~0u;
+  /// Where the impulses of the next `store` stand.
+  enum class Source : std::uint8_t { NOTHING, STEP, STATE };
 
   void clearEntries() {
     entries_.clear();
-    runs_.clear();
+    stretches_.clear();
   }
-  static Key keyOf(const ContactGroup& group);
-  static const contact::Contact* contactsOf(const ContactGroup& group,
+  static Key keyOf(const ContactPair& pair);
+  static double signOf(const ContactPair& pair, const Key& key);
+  static const contact::Contact* contactsOf(const ContactPair& pair,
                                             const std::vector<Object*>& objects);
   static Point pointOf(const contact::Contact& contact);
-  bool isKnown(const ContactGroup& group, const std::vector<Object*>& objects) const;
+  const std::vector<ContactPair>& solvedPairs(const std::vector<ContactPair>& pairsOfStep) const;
+  bool isKnown(const ContactPair& pair, const std::vector<Object*>& objects) const;
   template <typename Take>
-  void forEachPoint(const ContactGroup& group, const std::vector<Object*>& objects,
+  void forEachPoint(const ContactPair& pair, const std::vector<Object*>& objects,
                     Take&& take) const;
-  void visitGroup(StateArchive& archive, const std::vector<Object*>& objects, ContactGroup& group);
+  void writeState(StateArchive& archive, const std::vector<ContactPair>& pairs,
+                  const std::vector<Object*>& objects) const;
+  void readPair(StateArchive& archive, size_t objectCount);
   std::uint32_t& headOf(const Key& key);
-  std::uint32_t findInChain(const Key& key, std::uint32_t run) const;
-  std::uint32_t findRun(const Key& key, std::uint32_t cursor);
-  void appendRun(const Key& key);
-  Entry* takeNearest(std::uint32_t run, const Vec3& position);
+  std::uint32_t findInChain(const Key& key, std::uint32_t stretch) const;
+  std::uint32_t findStretch(const Key& key, std::uint32_t cursor);
+  void appendStretch(const Key& key);
+  Entry* takeNearest(std::uint32_t stretch, const Vec3& position);
 
-  std::vector<ContactGroup> groups_;  ///< of the present step: state, with the impulses
-  /// Whether groups and their points are those of a saved state. `ContactGroup::contact` is then
-  /// the place of the first point in `restoredPoints_`.
-  bool areGroupsRestored_ = false;
+  Source source_ = Source::NOTHING;  ///< state, with the impulses
+  /// Of a saved state. `ContactPair::point` is the first of a pair in `restoredPoints_`.
+  std::vector<ContactPair> restoredPairs_;
   std::vector<Point> restoredPoints_;
   std::vector<Entry> entries_;
-  std::vector<Run> runs_;
-  std::vector<std::uint32_t> heads_;  ///< a power of two of chains of runs
+  std::vector<Stretch> stretches_;
+  std::vector<std::uint32_t> heads_;  ///< a power of two of chains of stretches
   std::uint64_t recallCount_ = 0;
   double timeStep_ = 0.0;
   size_t objectChangeCount_ = 0;

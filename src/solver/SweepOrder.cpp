@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "collision/ContactPair.hpp"
+
 namespace zelvik::contact {
 
 void SweepOrder::clear(size_t objectCount) {
@@ -16,6 +18,7 @@ void SweepOrder::clear(size_t objectCount) {
 }
 
 const SweepOrder::Stop& SweepOrder::insert(Kind kind, std::uint32_t a, std::uint32_t b) {
+  constexpr std::uint32_t kNobody = ContactPair::kNobody;
   std::uint32_t first = a == kNobody ? 0 : next_[a];
   if (b != kNobody) first = std::max(first, next_[b]);
   const auto end = static_cast<std::uint32_t>(stops_.size());

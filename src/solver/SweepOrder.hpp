@@ -18,7 +18,6 @@ class SweepOrder {
  public:
   /// What a stop holds: one problem of any kind, or up to four that touch one or two rigid bodies.
   enum Kind : std::uint8_t { SINGLE, ONE_BODY, TWO_BODIES };
-  static constexpr std::uint32_t kNobody = ~0u;
   static constexpr std::uint32_t kRoom = 4;
 
   struct Stop {
@@ -29,7 +28,7 @@ class SweepOrder {
 
   /// Forgets all stops. @param objectCount objects are numbered from 0
   void clear(size_t objectCount);
-  /// Takes the next problem. @param a, b its objects, `kNobody` for none
+  /// Takes the next problem. @param a, b its objects, `ContactPair::kNobody` for none
   /// @return its stop; its place there is the last
   const Stop& insert(Kind kind, std::uint32_t a, std::uint32_t b);
 

@@ -7,12 +7,12 @@
 #include <vector>
 #include <zelvik/World.hpp>
 
+#include "collision/ContactPair.hpp"
 #include "collision/PairOrder.hpp"
 
 namespace zelvik {
 
-class ImpulseMemory;
-struct ContactGroup;
+struct GeomRecord;
 
 /// The contacts of a step: from raw points and wires to records, a `Contact` per moving side, and
 /// from the records to the problems of the solver.
@@ -25,14 +25,13 @@ class StepContacts {
   void clear();
   /// Makes records of raw points, those of a pair of geoms consecutive.
   /// @param arrange whether pairs may change places, see `PairOrder`
-  /// @param memory told of the pairs, or null
-  void build(std::span<const dContactGeom> points, bool arrange, MaterialManager& materials,
-             ImpulseMemory* memory);
+  void build(std::span<const dContactGeom> points, bool arrange, MaterialManager& materials);
   /// The same of active wires, which come after the contacts.
-  void appendWires(const std::vector<std::unique_ptr<StiffLengthConstraint>>& wires,
-                   ImpulseMemory* memory);
+  void appendWires(const std::vector<std::unique_ptr<StiffLengthConstraint>>& wires);
   /// Makes room for contacts. @param count of all that may come
   void reserve(size_t count) { problems_.reserve(count); }
+  /// Who touches whom, in the order of the problems.
+  const std::vector<ContactPair>& pairs() const { return pairs_; }
   /// Where objects append their joint limits, after the wires.
   contact::ContactProblemList& list() { return problems_; }
 
@@ -49,15 +48,16 @@ class StepContacts {
   void release(const Object& object);
 
  private:
-  /// The two sides of a contact before it has records.
-  struct Sides;
+  /// What the two contacts and the problem of a point have in common.
+  struct Point;
 
+  ContactPair::Side sideOf(const GeomRecord& geom) const;
   void listTouchingPairs(std::span<const dContactGeom> points);
-  void buildPair(std::span<const dContactGeom> points, MaterialManager& materials,
-                 ImpulseMemory* memory);
-  ContactGroup startGroup(const Sides& sides, bool isWire) const;
-  void append(const Sides& sides, const Mat33& frame, const Vec3& position, const Vec3& normal,
-              double depth, const MaterialPairProperties& material);
+  void buildPair(ContactPair& pair, std::span<const dContactGeom> points,
+                 MaterialManager& materials);
+  void startContacts(ContactPair& pair, size_t first) const;
+  void append(const ContactPair& pair, const size_t (&shapes)[2], const Point& point,
+              const MaterialPairProperties& material);
   bool fillsProblem(const contact::Contact& c) const;
   void assembleSingleSided(Object& object, size_t i, contact::Single3DContactProblem& p);
   void assembleTwoSided(Object& object, size_t i, contact::Single3DContactProblem& p);
@@ -68,7 +68,8 @@ class StepContacts {
 
   const std::vector<Object*>& objects_;
   contact::ContactProblemList problems_;
-  PairOrder order_;                       ///< of what touches
+  std::vector<ContactPair> pairs_;        ///< in the order of the problems
+  PairOrder order_;                       ///< of `pairs_`
   size_t wiresBegin_ = 0, wiresEnd_ = 0;  ///< in `problems_`
   bool isCoupled_ = true;                 ///< whether the coupling of all problems is formed
 };

@@ -127,9 +127,10 @@ void World::visitState(StateArchive& archive) {
   for (Object* object : objectList_) object->visitState(archive);
   for (auto& wire : stiffWire_) wire->visitState(archive);
   for (auto& wire : compliantWire_) wire->visitState(archive);
-  // Without a warm start there are no groups; a world that has switched it on reads none.
+  // Without a warm start there are no pairs; a world that has switched it on reads none.
   ImpulseMemory none;
-  (impulseMemory_ != nullptr ? *impulseMemory_ : none).visitState(archive, objectList_);
+  (impulseMemory_ != nullptr ? *impulseMemory_ : none)
+      .visitState(archive, contacts_->pairs(), objectList_);
 }
 
 bool World::saveState(State& state) const {

@@ -32,9 +32,9 @@ void World::integrate1() {
   collision_->detect();
   ZELVIK_STAGE_DONE("collision detection");
   contacts_->reserve(collision_->points().size() + stiffWire_.size());
-  contacts_->build(collision_->points(), collision_->isSorted(), materialManager_, activeMemory());
+  contacts_->build(collision_->points(), collision_->isSorted(), materialManager_);
   updateWires();
-  contacts_->appendWires(stiffWire_, activeMemory());
+  contacts_->appendWires(stiffWire_);
   ZELVIK_STAGE_DONE("contact records, wires");
 
   for (Object* object : objectList_)
@@ -46,17 +46,12 @@ void World::integrate1() {
   ZELVIK_STAGE_DONE("joint limits");
 }
 
-/// Null without a warm start.
-ImpulseMemory* World::activeMemory() const {
-  return warmStart_ ? impulseMemory_.get() : nullptr;
-}
-
 /// Stores the impulses of the last solve; a second call does nothing.
 void World::storeImpulses() {
   if (solvedTimeStep_ > 0.0)
-    impulseMemory_->store(objectList_, solvedTimeStep_, objectChangeCount_);
+    impulseMemory_->store(contacts_->pairs(), objectList_, solvedTimeStep_, objectChangeCount_);
   solvedTimeStep_ = 0.0;
-  impulseMemory_->clearGroups();
+  impulseMemory_->startStep();
 }
 
 void World::integrate2() {
@@ -78,8 +73,9 @@ void World::integrate2() {
   contact::ContactProblemList& problems = contacts_->list();
   if (!problems.empty()) {
     for (contact::Single3DContactProblem& problem : problems) problem.imp_.setZero();
-    if (warmStart_) impulseMemory_->recall(objectList_, timeStep_, objectChangeCount_);
-    solver_.solve(problems, objectList_);
+    if (warmStart_)
+      impulseMemory_->recall(contacts_->pairs(), objectList_, timeStep_, objectChangeCount_);
+    solver_.solve(problems, objectList_, contacts_->pairs());
     if (solver_.getImmovable().body != nullptr) warnOfImmovable();
   }
   ZELVIK_STAGE_DONE("solve");

@@ -11,6 +11,7 @@ namespace zelvik {
 class Object;
 class StateArchive;
 class World;
+struct ContactPair;
 }  // namespace zelvik
 
 namespace zelvik::contact {
@@ -56,8 +57,9 @@ class ZELVIK_API BisectionContactSolver {
   /// Consecutive solves sweep in opposite directions. No allocation after the first solve, up to
   /// 1 024 sweeps.
   void solve(ContactProblemList& problems);
-  /// The same for the problems of a step of a world, whose objects are given in list order: the
-  /// coupling is taken from the contacts of the objects, into arrays made for the sweeps. Impulses
+  /// The same for the problems of a step of a world, whose objects are given in list order: who
+  /// touches whom is looked up in the contacts of the objects, and their coupling is computed into
+  /// arrays made for the sweeps. Impulses
   /// and velocities agree with those of the other form up to rounding. `imp_` is where the sweeps
   /// start. No allocation once the arrays have their size.
   void solve(ContactProblemList& problems, const std::vector<Object*>& objects);
@@ -113,6 +115,10 @@ class ZELVIK_API BisectionContactSolver {
   void visitState(StateArchive& archive);
 
  private:
+  friend class zelvik::World;
+  /// The same for the world itself, which has recorded who touches whom.
+  void solve(ContactProblemList& problems, const std::vector<Object*>& objects,
+             const std::vector<ContactPair>& pairs);
   void startHistory();
   double visit(Single3DContactProblem& problem) const;
   template <typename Sweep>

@@ -16,11 +16,13 @@ struct Contact {
   Mat<3, 1> normal_;    ///< as given, towards the A side (world axes)
   Single3DContactProblem* contactProblem_ = nullptr;  ///< set by `World::integrate2`
   Mat<3, 3>* delassusPtr_ = nullptr;                  ///< its own block; read by nothing
-  double impactVel_ = 0.0;          ///< normal velocity of this side's point before the solve (m/s)
-  double depth_ = 0.0;              ///< signed distance, negative while penetrating (m)
-  size_t contactIndex_ = 0;         ///< place in this object's list
-  size_t pairObjectIndex_ = 0;      ///< world index of the other object
-  size_t pairContactIndex_ = 0;     ///< place of the twin in the other object's list
+  double impactVel_ = 0.0;      ///< normal velocity of this side's point before the solve (m/s)
+  double depth_ = 0.0;          ///< signed distance, negative while penetrating (m)
+  size_t contactIndex_ = 0;     ///< place in this object's list
+  size_t pairObjectIndex_ = 0;  ///< world index of the other object
+  /// Place of the twin in the other object's list; `kNone` if the other side is static and keeps no
+  /// contacts.
+  size_t pairContactIndex_ = 0;
   size_t contactProblemIndex_ = 0;  ///< place of the problem in the world's list
   size_t localBodyIndex_ = 0;       ///< body inside this object
   /// Shape of this object that touches: the place in `ArticulatedSystem::getCollisionBodies`, whose
