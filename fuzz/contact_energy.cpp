@@ -202,7 +202,7 @@ int main(int argc, char** argv) {
     ++closed;
     Problem& p = trial.problem;
     const Vec3 sticking = zelvik::contact::stickingImpulse(p, trial.w);
-    const zelvik::contact::OneRecord record(p);
+    const zelvik::contact::OneRecord record(p, trial.v);
     zelvik::contact::solveClosed(
         p, zelvik::contact::closedForm<zelvik::contact::OneRecord>(record, Vec3{}, trial.w),
         trial.v);

@@ -87,6 +87,10 @@ struct OneContact {
   using Flag = bool;
 
   static double normalOf(const Lanes& a) { return a[2]; }
+  template <typename Contact>
+  static double normalVelocity(double z, const Contact& c) {
+    return z + c.target;
+  }
   static double dot(const Lanes& a, const Lanes& b) {
     const Lanes product = a * b;
     return product[0] + (product[1] + product[2]);
@@ -107,23 +111,24 @@ struct OneRecord {
   using Flag = bool;
 
   static double normalOf(const Vec3& a) { return a[2]; }
+  static double normalVelocity(double, const OneRecord& c) { return c.velocity; }
   static double dot(const Vec3& a, const Vec3& b) { return zelvik::dot(a, b); }
-  static Vec3 multiply(const Mat33& A, const Vec3& a) { return A * a; }
-  static bool isInCone(const Vec3& p, double cone) {
-    return p[0] * p[0] + p[1] * p[1] <= cone * (p[2] * p[2]) && p[2] >= 0.0;
-  }
+  static Vec3 multiply(const Mat33& A, const Vec3& a) { return -(A * a); }
+  static bool isInCone(const Vec3& p, double friction) { return contact::sticks(p, friction); }
 
-  explicit OneRecord(const Single3DContactProblem& p)
+  /// @param u velocity without own impulse
+  OneRecord(const Single3DContactProblem& p, const Vec3& u)
       : normal(normalColumn(p)),
-        stick(-1.0 * p.delassusInv_),
-        target(p.targetVelZ_),
+        stick(p.delassusInv_),
+        velocity(u[2]),
         opening(p.openingVelZ_),
-        cone(p.mu_ * p.mu_ * kConeTolerance) {}
+        cone(p.mu_) {}
 
   // See `closedForm`.
   Vec3 normal;
-  Mat33 stick;
-  double target, opening, cone;
+  const Mat33& stick;  ///< D^-1: `multiply` takes the negative
+  double velocity, opening;
+  double cone;  ///< the friction itself
 };
 
 /// Four contacts, a lane for each of them in the registers of x, y and z.
@@ -133,6 +138,10 @@ struct FourContacts {
   using Flag = LaneMask;
 
   static Lanes normalOf(const Lanes3& a) { return a.z; }
+  template <typename Contact>
+  static Lanes normalVelocity(const Lanes& z, const Contact& c) {
+    return z + c.target;
+  }
   static Lanes dot(const Lanes3& a, const Lanes3& b) { return a.x * b.x + (a.y * b.y + a.z * b.z); }
   static Lanes3 multiply(const LanesSymmetric& A, const Lanes3& a) {
     return {A.xx * a.x + (A.xy * a.y + A.xz * a.z), A.xy * a.x + (A.yy * a.y + A.yz * a.z),
@@ -155,7 +164,7 @@ struct ClosedForm {
 };
 
 /// @param c `normal`, the third column of D; `stick`, -D^-1; `target` and `opening` of the normal
-/// velocity; `cone`, see `kConeTolerance`
+/// velocity; `cone`, what `isInCone` compares with
 /// @param p impulse so far
 /// @param v velocity with that impulse, minus the target: so -D^-1 v is the change of impulse, and
 /// what the contact has need not be taken out first. Where it has been taken out, p is zero.
@@ -165,7 +174,7 @@ inline ClosedForm<Form> closedForm(const Contact& c, const typename Form::Vector
   ClosedForm<Form> f;
   f.w = Form::dot(c.normal, p);
   f.z = Form::normalOf(v) - f.w;
-  f.opens = f.z + c.target > c.opening;
+  f.opens = Form::normalVelocity(f.z, c) > c.opening;
   f.change = Form::multiply(c.stick, v);
   f.candidate = p + f.change;
   f.sticks = Form::isInCone(f.candidate, c.cone);
@@ -173,11 +182,11 @@ inline ClosedForm<Form> closedForm(const Contact& c, const typename Form::Vector
 }
 
 /// The new impulse of a closed contact, of any rank, before relaxation.
-/// @param f closed form for u minus the target, without own impulse
+/// @param f closed form for u minus the target, without own impulse: its change is the impulse
 /// @return as `solveOtherRank`
 inline bool solveClosed(Single3DContactProblem& p, const ClosedForm<OneRecord>& f, const Vec3& u) {
   if (!isOrdinary(p)) return solveOtherRank(p, u, f.z);
-  p.imp_ = f.candidate;
+  p.imp_ = f.change;
   return f.sticks || slide(p, u, f.z);
 }
 

@@ -97,7 +97,7 @@ double BisectionContactSolver::visit(Single3DContactProblem& p) const {
   const Vec3 v = velocityWithoutOwnImpulse(p);
   const double w = dot(normalColumn(p), old);
   const ClosedForm<OneRecord> f =
-      closedForm<OneRecord>(OneRecord(p), Vec3{}, v - Vec3{{0.0, 0.0, p.targetVelZ_}});
+      closedForm<OneRecord>(OneRecord(p, v), Vec3{}, v - Vec3{{0.0, 0.0, p.targetVelZ_}});
   if (f.opens) {
     p.imp_ *= 1.0 - relaxation_;
     updateObjects(p, old);
