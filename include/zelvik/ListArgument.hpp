@@ -13,9 +13,11 @@ namespace zelvik {
 /// A list of numbers as setters take it: numbers in braces, a `VecDyn`, or an Eigen vector or an
 /// expression of one. Good for the duration of the call.
 struct ListArgument {
-  const double* values;
-  std::size_t count;
+  const double* values;  ///< the first of them
+  std::size_t count;     ///< how many there are
 
+  ///@{
+  /// What is given has to live as long as the call; an expression is evaluated here.
   ListArgument(std::initializer_list<double> list) : count(list.size()) { values = list.begin(); }
   ListArgument(const VecDyn& list) : values(list.v), count(list.n) {}
   ListArgument(const Eigen::VectorXd& list)
@@ -29,6 +31,7 @@ struct ListArgument {
     for (Eigen::Index i = 0; i < list.size(); ++i) computed_.push_back(evaluated(i));
     values = computed_.data();
   }
+  ///@}
   ListArgument(const ListArgument&) = delete;
   ListArgument& operator=(const ListArgument&) = delete;
 
