@@ -7,8 +7,9 @@
 
 #include "core/Lanes.hpp"
 
-// What a problem's visits need and what stays the same in a solve: the target of the normal
-// velocity and what follows from the own block D. Batches compute it for four contacts at once.
+// What the visits of a problem read and what stays the same in a solve: the target of the normal
+// velocity, by one template for a contact or four, and what follows from the own block D. Batches
+// compute the latter for four contacts at once (ContactBatchFill.cpp).
 
 namespace zelvik::contact {
 
@@ -49,7 +50,7 @@ struct ContactPreparation {
     return {keeps ? within : push - missing * erp, keeps ? (bounces ? zero : down) : zero};
   }
 
-  /// Fills what the solver owes to a record of any rank but that of a joint limit.
+  /// Fills the fields that the solver prepares in a record of any rank but that of a joint limit.
   /// @param normalVelocity at the start, with no impulse applied (m/s)
   void prepare(Single3DContactProblem& problem, double normalVelocity) const;
 };

@@ -4,9 +4,9 @@
 
 #include <zelvik/contact/Single3DContactProblem.hpp>
 
-// The law of one joint limit: the impulse that a visit adds, given the joint's velocity. Both
-// update the record's `imp_` and return the residual of the visit; `change` is what is to be handed
-// on.
+// The law of one joint limit: the impulse that a visit adds, given the joint's velocity. Each
+// function updates the record's `imp_`. `change` is the impulse that the caller applies to the
+// joint; the result is the residual of the visit where nothing else is said.
 
 namespace zelvik::contact {
 

@@ -96,7 +96,8 @@ void Single3DContactProblem::checkRank() {
   if (rank_ == FULL && !isClearlyFull(delassus_)) classifyByColumns();
 }
 
-// Never taken into `checkRank`, where its roots would be computed ahead of the test.
+// Kept out of `checkRank`: inlined there, its square roots would be computed before the test that
+// makes them unnecessary.
 __attribute__((noinline)) void Single3DContactProblem::classifyByColumns() {
   const ColumnGeometry g(delassus_);
   const bool normalDead =

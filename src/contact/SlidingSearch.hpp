@@ -219,7 +219,7 @@ inline SlidingPoints trialsOfTable(const SlidingCurve& curve, size_t block, doub
 }
 
 /// Four trials from an angle on.
-inline SlidingPoints trialsBehind(const SlidingCurve& curve, double theta, double step) {
+inline SlidingPoints trialsFrom(const SlidingCurve& curve, double theta, double step) {
   constexpr double g = kStepGrowth, g2 = g * g, g3 = g2 * g;
   const double theta0 = theta + step, theta1 = theta0 + g * step, theta2 = theta1 + g2 * step;
   return curve.at(Lanes{theta0, theta1, theta2, theta2 + g3 * step});
@@ -235,7 +235,7 @@ inline SlidingPoint marchToRoot(const SlidingCurve& curve, const SlidingPoint& s
   bool isHalved = false;
   for (int k = 1;;) {
     const SlidingPoints trials = isHalved
-                                     ? trialsBehind(curve, prev.theta, step)
+                                     ? trialsFrom(curve, prev.theta, step)
                                      : trialsOfTable(curve, static_cast<size_t>(k) / kLanes, sign);
     const Lanes outwards = curve.outwards(trials);
     for (size_t l = 0; l < kLanes; ++l) {
