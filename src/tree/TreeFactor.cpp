@@ -6,8 +6,8 @@
 #include "core/Lanes.hpp"
 #include "tree/TreeSegments.hpp"
 
-// Packed rows are filled up to multiples of four, and loops run over whole lanes: values past the
-// diagonal are computed along and never read as values.
+// Packed rows are filled up to multiples of four, and loops run over whole lanes: values after the
+// diagonal are computed as well, and no result depends on them.
 
 namespace zelvik {
 
@@ -87,7 +87,7 @@ void TreeFactor::multiplySegment(const Segment& s, const double* rows, const dou
     A.addToRun(u, product + above);
   } else {
     double* chain = pattern_->gatherChain(s, x, packed_.v);
-    A.clearBehind(chain);
+    A.clearAfter(chain);
     A.dotChain(chain, sum);
     A.combineChain(u, chain);
     pattern_->scatterChain(s, chain, 1.0, product);
@@ -131,7 +131,7 @@ void TreeFactor::solveSegmentDownwards(const Segment& s, double* x) {
     L.dotRun(x + pattern_->stretches[s.stretchBegin].first, sum);
   } else {
     const double* chain = pattern_->gatherChain(s, x, packed_.v);
-    L.clearBehind(packed_.v);
+    L.clearAfter(packed_.v);
     L.dotChain(chain, sum);
   }
   for (size_t r = 0; r < w; ++r) {

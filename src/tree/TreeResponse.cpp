@@ -7,7 +7,7 @@
 #include "tree/TreeSegments.hpp"
 
 // Responses A^-1 J^T = L^-1 D^-1 L^-T J^T of contacts. A contact's three right sides lie in the
-// lanes of one register, the fourth lane stretches along. L^-T touches only the chain of the
+// lanes of one register, whose fourth lane has no meaning. L^-T touches only the chain of the
 // contact's body.
 
 namespace zelvik {

@@ -41,8 +41,8 @@ class SegmentRows {
   /// Entry of two velocities of the segment, q <= r.
   double own(size_t r, size_t q) const { return row_[r][depth_ + q]; }
 
-  /// Fills a packed chain up with zeros, so that whole lanes of it can be multiplied.
-  void clearBehind(double* chain) const { storeLanes(chain + depth_, Lanes{}); }
+  /// Writes zeros after the end of a packed chain, so that whole lanes of it can be multiplied.
+  void clearAfter(double* chain) const { storeLanes(chain + depth_, Lanes{}); }
 
   /// sum[r] = row r . chain, above the segment.
   void dotChain(const double* chain, double (&sum)[w]) const {
