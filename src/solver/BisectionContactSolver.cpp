@@ -81,7 +81,7 @@ void BisectionContactSolver::visitState(StateArchive& archive) {
 
 void BisectionContactSolver::startHistory() {
   loopCounter_ = 0;
-  // The memory that any sensible limit needs, at once; entries come with the sweeps.
+  // Memory for any usual limit is reserved at once; entries are appended by the sweeps.
   constexpr int usualSweeps = 1024;
   errorHistory_.reserve(static_cast<size_t>(std::clamp(maxIterations_, 1, usualSweeps)));
 }
@@ -157,7 +157,7 @@ void BisectionContactSolver::solve(ContactProblemList& problems,
   repeat(problems.size(), sweep);
   if (rows_->restartWhereEnergyIsMade()) {
     loopCounter_ = 0;
-    forwardSweep_ = !forwardSweep_;  // as before
+    forwardSweep_ = !forwardSweep_;  // the repetition sweeps in the same direction
     repeat(problems.size(), sweep);
   }
   rows_->finish();

@@ -63,7 +63,7 @@ struct BodyMass {
   double inverseMass = 0.0;  ///< (1/kg)
 };
 
-/// Places in the list of velocities: zeros; the bodies follow.
+/// Places in the list of velocities: zeros stand first, the bodies follow.
 constexpr std::uint32_t kZeroSlot = 0, kFirstBodySlot = 1;
 
 /// Whose contacts a batch holds. Lanes without a contact refer to zeros.
@@ -104,8 +104,8 @@ struct ContactBatch {
   Single3DContactProblem* problems[kLanes];  ///< null for none: all numbers of the lane are zero
   unsigned used;                             ///< bit l is set if lane l has a contact
 
-  /// Writes problems of rank 3 with friction and their bodies, and fills what the solver owes to
-  /// the records. @param velocities at the start
+  /// Writes problems of rank 3 with friction and their bodies, and prepares their records.
+  /// @param velocities at the start
   void fill(const BatchMembers<sides>& members, const BatchBodies<sides>& bodies,
             const BodyVelocity* velocities, const ContactPreparation& preparation);
   void writeImpulses() const;

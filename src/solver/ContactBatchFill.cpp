@@ -8,8 +8,8 @@
 #include "contact/ContactLaw.hpp"
 #include "solver/BatchVelocities.hpp"
 
-// From records and bodies to batches, four contacts at once, and back what the solver owes to the
-// records.
+// From records and bodies to batches, four contacts at once; the fields of the records that the
+// solver prepares (target, inverses) are written as well.
 //
 //   D^-1 = L^-T L^-1,   D = L L^T            Cholesky, for `stick` and `delassusInv_`
 //   M = D - D(:,2) D(2,:) / D(2,2)           its first two columns: `tangentMap_`

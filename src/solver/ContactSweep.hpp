@@ -19,8 +19,8 @@
 // through objects. A sweep wants little data in one piece, so the problems of a step are written
 // out as batches and rows:
 //
-//   caller's step -> build (batches, rows, what the solver owes to records) -> sweep, sweep, ...
-//   -> finish (records, velocities of objects)
+//   caller's step -> build (batches, rows, prepared fields of records) -> sweep, sweep, ...
+//   -> finish (impulses of records, velocities of objects)
 //
 // A batch holds up to four contacts with friction of rigid bodies only (`ContactBatch`), where
 // `SweepOrder` finds them; a row is one problem of any kind. Consecutive batches or rows that may
@@ -135,7 +135,7 @@ class ContactSweep {
   /// Looks for robots whose contacts with themselves made more energy than the correction of their
   /// overlaps may cost, and lets them start again from zero impulses, without that correction,
   /// under a law that makes none.
-  /// @return whether there is one, so that sweeps are due
+  /// @return whether there is such a robot: the sweeps then have to be repeated
   bool restartWhereEnergyIsMade();
   /// Writes impulses back to the records, and velocities to the objects that hold them.
   void finish();
@@ -163,7 +163,7 @@ class ContactSweep {
     size_t dof;
     size_t first, count;  ///< in the list of points
     size_t firstBlock;    ///< in `blocks_`
-    double budget;        ///< what the correction of overlaps may cost (J); 0 where none is kept
+    double budget;        ///< energy that the correction of overlaps may cost (J); 0: not watched
   };
   struct Body {
     SingleBodyObject* body = nullptr;      ///< null for what is no rigid body

@@ -305,7 +305,8 @@ void ContactSweep::writeRow(Single3DContactProblem& p, ContactRow& row) {
   row.stick = columnsOf(p.delassusInv_, -1.0);
 }
 
-/// All of D is in proportion to 1 / mass. (It is zero for a wire from a body to itself.)
+/// Notes a body that is too heavy for its contact to count. All of D is in proportion to 1 / mass,
+/// which gives the limit. (D is zero for a wire from a body to itself.)
 void ContactSweep::noteImmovable(const Single3DContactProblem& p, const Sides& who) {
   if (!(p.delassus_(2, 2) > 0.0)) return;
   for (const std::uint32_t object : who.object) {
@@ -402,7 +403,7 @@ void ContactSweep::attachQuery(Object& object, size_t contactIdx) {
   row.contactIdx[s] = contactIdx;
 }
 
-/// Room for velocities and blocks, and the rows' way to them.
+/// Makes room for velocities and blocks, computes them, and connects the rows with them.
 void ContactSweep::connectPoints() {
   size_t blockCount = 0;
   for (Robot& robot : robots_) {
@@ -414,7 +415,8 @@ void ContactSweep::connectPoints() {
     pointVelocities_.resize(points_.size());
     pointImpulses_.resize(points_.size());
   }
-  for (Point& point : points_) {  // lists of our own stay where they are from here on
+  // No list grows from here on, so pointers into them stay valid.
+  for (Point& point : points_) {
     if (point.velocityIdx == nullptr) point.velocityIdx = point.limitIdx;
     for (const double*& response : point.responses)
       if (response == nullptr) response = zeros_.data();
@@ -453,7 +455,8 @@ void ContactSweep::computePoints(const Robot& robot) {
   }
 }
 
-/// The only side of a row stands in front, with its sign.
+/// Chooses the path of each row. If a row has one side only, that side becomes the first, and
+/// `sign` says which one it was.
 void ContactSweep::chooseCouplings() {
   for (ContactRow& row : rows()) {
     const SideKind a = row.sideKinds[0], b = row.sideKinds[1];

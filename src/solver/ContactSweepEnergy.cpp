@@ -30,7 +30,8 @@ double correctionOf(const Single3DContactProblem& p, double erp) {
 
 }  // namespace
 
-/// Of the points of one robot, from `firstPoint` to the last.
+/// Energy that the correction of overlaps may cost at the points from `firstPoint` to the last,
+/// those of one robot (J).
 double ContactSweep::budgetOf(size_t firstPoint) const {
   double budget = 0.0;
   for (size_t i = firstPoint; i < points_.size(); ++i) {
@@ -52,8 +53,8 @@ bool ContactSweep::restartWhereEnergyIsMade() {
   return isDue;
 }
 
-/// Of contacts with itself and with what is no body of the step: what other bodies bring in is
-/// theirs.
+/// Whether the contacts of a robot with itself and with fixed or kinematic things made more energy
+/// than its budget. Contacts with other moving bodies are left out: the energy may be theirs.
 bool ContactSweep::makesEnergy(const Robot& robot) const {
   double atEnd = 0.0, mean = 0.0;  // p . v and p . (v0 + v) / 2
   const double* u = robot.velocity;

@@ -34,7 +34,7 @@ ImpulseMemory::Key ImpulseMemory::keyOf(const ContactPair& pair) {
   return {std::min(a, b), std::max(a, b), pair.isWire};
 }
 
-/// Of an impulse on the lower body of the key, as `imp_` counts it.
+/// 1 if `imp_` acts on the lower body of the key, -1 if it acts on the other one.
 double ImpulseMemory::signOf(const ContactPair& pair, const Key& key) {
   return numberOf(pair.sides[0]) == key.lower ? 1.0 : -1.0;
 }
@@ -50,7 +50,8 @@ const Contact* ImpulseMemory::contactsOf(const ContactPair& pair,
   return first->contactProblemIndex_ == pair.problem ? first : nullptr;
 }
 
-/// In a function of its own, so that a saved impulse has the bits of one that was never saved.
+/// Never inlined: each call then rounds alike, and a saved impulse has the bits of one that was
+/// never saved.
 [[gnu::noinline]] ImpulseMemory::Point ImpulseMemory::pointOf(const Contact& c) {
   return {c.position_, transposeMul(c.frame_, c.contactProblem_->imp_)};
 }
@@ -69,7 +70,7 @@ bool ImpulseMemory::isKnown(const ContactPair& pair, const std::vector<Object*>&
   return object < objects.size() && !objects[object]->hasForgottenContacts();
 }
 
-/// Of a pair that is known.
+/// Calls `take` with the solved contacts of a pair that is known.
 template <typename Take>
 void ImpulseMemory::forEachPoint(const ContactPair& pair, const std::vector<Object*>& objects,
                                  Take&& take) const {
@@ -184,7 +185,8 @@ std::uint32_t ImpulseMemory::findStretch(const Key& key, std::uint32_t cursor) {
   return findInChain(key, headOf(key));
 }
 
-/// Out of the stretches from `stretch` on that have its key.
+/// The nearest entry that no contact has taken, out of the stretches from `stretch` on that have
+/// its key; null if there is none.
 ImpulseMemory::Entry* ImpulseMemory::takeNearest(std::uint32_t stretch, const Vec3& position) {
   const Stretch& only = stretches_[stretch];
   if (only.isAlone && only.end == only.first + 1) {
@@ -232,7 +234,7 @@ void ImpulseMemory::recall(const std::vector<ContactPair>& pairs,
       if (entry == nullptr) continue;
       Problem& p = *c.contactProblem_;
       p.imp_ = scale * (c.frame_ * entry->impulse);
-      // Wires and contacts without friction have a tangential part of zero for ever.
+      // Wires and contacts without friction never get a tangential part.
       if (pair.isWire || p.mu_ < Problem::kFrictionless) p.imp_ = {{0.0, 0.0, p.imp_[2]}};
     }
   }

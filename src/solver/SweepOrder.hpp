@@ -43,8 +43,9 @@ class SweepOrder {
   std::vector<Stop> stops_;
   std::uint32_t counts_[3]{};
   std::vector<std::uint32_t> next_;  ///< per object: the stop after the last one that touches it
-  /// Per kind with room and per stop: itself if it has that kind and room, else a later one to ask;
-  /// one entry more stands for the stop that is not there yet. (Disjoint sets with path halving.)
+  /// Per kind and stop: the stop itself if it is of that kind and has room, else a later stop from
+  /// which to go on looking. One more entry stands for the stop that would be appended. (Disjoint
+  /// sets with path halving.)
   std::vector<std::uint32_t> open_[3];
 };
 
