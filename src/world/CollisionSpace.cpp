@@ -17,7 +17,9 @@ namespace zelvik {
 
 namespace {
 
+/// Raw points for which a new world has room; the list grows with the step that has more.
 constexpr size_t kInitialPoints = 1000;
+/// Hits that one ray can report; further ones are dropped.
 constexpr size_t kMaxRayHits = 200;
 
 dSpaceID createSpace(World::BroadPhase kind) {
@@ -63,7 +65,7 @@ void CollisionSpace::setBroadPhase(World::BroadPhase kind) {
 /// Puts all geoms, in object order, into a new space, which has no past.
 void CollisionSpace::renewSpace() {
   const dSpaceID old = space_;
-  // A space looks for geoms that have moved at its front only, but takes them in as they come.
+  // A space looks for moved geoms at its front only, but takes new ones in wherever they stand.
   dSpaceClean(old);
   space_ = createSpace(broadPhase_);
   for (const Object* object : objects_)
@@ -123,8 +125,9 @@ bool CollisionSpace::searchesPairs() const {
          broadPhase_ == World::BroadPhase::SWEEP_AND_PRUNE;
 }
 
-/// A hash space allocates while it is locked, and an exception in there would leave it so. What it
-/// asks for is less than what is tried before, so that memory rather ends here.
+/// A hash space allocates while it is locked, and an exception there would leave it locked. So more
+/// memory than it needs is allocated and freed before: if there is too little, the exception comes
+/// here, where nothing is locked.
 void CollisionSpace::collideSpace() {
   if (broadPhase_ == World::BroadPhase::HASH) {
     constexpr size_t bytesPerGeom = 2048;
@@ -173,7 +176,7 @@ void CollisionSpace::detect() {
   rethrow();
 }
 
-/// ODE takes the box of a turned height field too small.
+/// Tests pairs with turned height fields, whose boxes ODE computes too small.
 void CollisionSpace::testMissedPairs() {
   for (const Object* object : objects_) {
     if (object->getObjectType() != HEIGHTMAP) continue;

@@ -11,9 +11,8 @@
 
 namespace zelvik {
 
-/// The collision side of a world: the space of ODE with all geoms, the raw
-/// points of a step, and rays. The geoms belong to the objects, which the world
-/// owns.
+/// The collision side of a world: the space of ODE with all geoms, the raw points of a step, and
+/// rays. The geoms belong to the objects, which the world owns.
 class CollisionSpace {
  public:
   /// @param objects of the world, in list order; outlives this
@@ -27,8 +26,7 @@ class CollisionSpace {
   World::BroadPhase broadPhase() const { return broadPhase_; }
   /// Puts all geoms, in object order, into a new space.
   void setBroadPhase(World::BroadPhase kind);
-  /// To be called before geoms are moved in a step, see
-  /// docs/reproducibility.md.
+  /// To be called before geoms are moved in a step, see docs/reproducibility.md.
   void settleGeoms();
 
   /// Finds the raw points of the present poses.

@@ -42,7 +42,7 @@ double farthestCornerFrom(const Vec3& point, dGeomID geom) {
   return norm(reach);
 }
 
-/// A ray that is shorter for its own life, also if memory runs out meanwhile.
+/// Shortens a ray for the lifetime of this object, also if an exception ends it.
 class ShorterRay {
  public:
   ShorterRay(dGeomID ray, double length, double usualLength) : ray_(ray), usual_(usualLength) {
@@ -51,8 +51,8 @@ class ShorterRay {
   ~ShorterRay() {
     dGeomRaySetLength(ray_, usual_);
     dReal box[6];
-    dGeomGetAABB(ray_,
-                 box);  // computes it anew: the pass under way goes on with it
+    // Computes the ray's box anew, which the present pass of ODE goes on reading.
+    dGeomGetAABB(ray_, box);
   }
   ShorterRay(const ShorterRay&) = delete;
   ShorterRay& operator=(const ShorterRay&) = delete;

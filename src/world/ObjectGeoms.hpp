@@ -7,8 +7,8 @@
 
 namespace zelvik {
 
-/// Calls `action` with each geom of an object, in the order of its bodies. Asking the space instead
-/// is no way: a quadtree cannot list what it holds, and ends the process.
+/// Calls `action` with each geom of an object, in the order of its bodies. The space cannot be
+/// asked instead: a quadtree cannot list what it holds and ends the process.
 template <typename Action>
 void forEachGeom(const Object& object, Action&& action) {
   if (object.getObjectType() == ARTICULATED_SYSTEM) {

@@ -30,16 +30,17 @@ void appendCoupling(Problem& p, const Mat33& block, const Contact& c, const Cont
   p.otherProblems_.push_back(&other);
 }
 
-/// a + b. In registers: the plain form makes a copy in small pieces and waits for it.
+/// sum = a + b, in registers: the plain form copies in small pieces and waits for the copy.
 void addBlocks(const Mat33& a, const Mat33& b, Mat33& sum) {
   storeLanes(sum.v, loadLanes(a.v) + loadLanes(b.v));
   storeLanes(sum.v + 4, loadLanes(a.v + 4) + loadLanes(b.v + 4));
   sum[8] = a[8] + b[8];
 }
 
-/// Whether two points of one system can part: a normal mobility that is nothing beside that of the
-/// whole system belongs to links that are joined, however their shapes overlap. To take such an
-/// overlap out would only pump energy in. Links that can touch and part have 10 and more.
+/// Whether two points of one system can part. A normal mobility that is tiny compared with that of
+/// the whole system belongs to links that are joined, however their shapes overlap, and a
+/// correction of that overlap would only add energy. Of links that can touch and part the product
+/// of mobility and mass is 10 and more.
 bool canPart(const Problem& p) {
   return !(p.delassus_(2, 2) * p.systemMass_ < Problem::kLeastSystemMobility);
 }
@@ -105,7 +106,7 @@ void StepContacts::assembleSingleSided(Object& object, size_t i, Problem& p) {
   if (c.pairBodyType_ == BodyType::KINEMATIC) {
     // A kinematic partner contributes its velocity, but no inertia.
     Object& partner = *objects_[c.pairObjectIndex_];
-    // Its own list is not visited; it too shall lead to the impulse.
+    // The partner's own list is not assembled, but its contact has to lead to the impulse, too.
     Contact& twin = partner.getContacts()[c.pairContactIndex_];
     twin.contactProblem_ = &p;
     twin.delassusPtr_ = &p.delassus_;

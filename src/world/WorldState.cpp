@@ -22,8 +22,9 @@ namespace {
 /// Kind and sizes of an object, or ends of a wire, as a state holds them.
 using Structure = std::array<std::uint64_t, 2>;
 
-/// Kind: `ObjectType`, the byte behind it `BodyType`, the next one that of the root, from bit 32 on
-/// the number of bodies. Sizes: velocities, from bit 32 on coordinates.
+/// Kind: `ObjectType` in the lowest byte, then a byte for the `BodyType` and one for that of the
+/// root, and from bit 32 on the number of bodies. Sizes: velocities, and from bit 32 on
+/// coordinates.
 Structure structureOf(const Object& object) {
   Structure s = {static_cast<std::uint64_t>(object.getObjectType()) |
                      static_cast<std::uint64_t>(object.getBodyType()) << 8,
