@@ -182,8 +182,8 @@ void ArticulatedSystem::getContactResponse(size_t contactIdx, MatDyn& response) 
 void ArticulatedSystem::computeImpactVelocity(size_t contactIdx) {
   std::vector<contact::Contact>& contacts = perObjectContact_.contacts_;
   contact::Contact& contact = contacts[contactIdx];
-  // n . w, with w in the contact frame and n in world axes: so is the value defined that the
-  // restitution term reads.
+  // The product of n in world axes and w in the contact frame: the restitution term is defined by
+  // this value.
   const Vec3 w = multiply(contactFrameJacobians_[contactIdx], gv_.v);
   contact.impactVel_ = dot(row(contact.frame_, 2), w);
   if (contact.selfCollision_) contacts[contact.pairContactIndex_].impactVel_ = contact.impactVel_;

@@ -48,7 +48,7 @@ void ArticulatedSystem::computeSparseInverse(const MatDyn& M, MatDyn& Minv) {
   callerFactor_.invert(Minv.v);
 }
 
-/// Of the matrix of the step. The full inverse waits until somebody asks for it.
+/// Factorises the matrix of the step. The full inverse is formed only when somebody asks for it.
 void ArticulatedSystem::factoriseMassMatrix() {
   if (tree_.dof == 0) return;
   std::memcpy(factor_.rows(), massRows_.v, tree_.pattern.storage * sizeof(double));

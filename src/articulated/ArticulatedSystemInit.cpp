@@ -208,7 +208,7 @@ void ArticulatedSystem::flattenBody(const Child& node) {
   tree_.dofOfBody[i] = velocityCount(node.jointType);
   tree_.pathGc[i] = tree_.pathGc[p] + tree_.gcDimOfBody[i];
   tree_.pathDof[i] = tree_.pathDof[p] + tree_.dofOfBody[i];
-  // A fixed root owns nothing, and its starts are no numbers to count on from.
+  // A fixed root has no coordinates: its starts are `kNone`, and counting begins after it.
   const bool afterFixedRoot = i == 1 && tree_.dofOfBody[0] == 0;
   tree_.gcStart[i] = afterFixedRoot ? 0 : tree_.gcStart[i - 1] + tree_.gcDimOfBody[i - 1];
   tree_.dofStart[i] = afterFixedRoot ? 0 : tree_.dofStart[i - 1] + tree_.dofOfBody[i - 1];
@@ -236,8 +236,8 @@ void ArticulatedSystem::flattenJoint(const Child& node) {
   if (node.jointType == Joint::SPHERICAL) hasSphericalJoint_ = true;
 }
 
-/// Chains the velocities of each joint one after another, and the first of them to the last one of
-/// the nearest joint above that has any.
+/// Chains the velocities of each joint in their order, and the first of them to the last one of the
+/// nearest joint above that has any.
 void ArticulatedSystem::buildDofParent() {
   for (size_t k = 0; k < tree_.dofOfBody[0]; ++k) tree_.dofParent[k] = k == 0 ? kNone : k - 1;
   for (size_t i = 1; i < tree_.bodyCount; ++i) {

@@ -6,10 +6,14 @@
 
 #include "model/TreeWalk.hpp"
 
-// What is looked at once, when a system is made.
+// Checks that are made once, when a system is constructed.
 
 namespace zelvik {
 namespace {
+
+/// Pivot of a factorisation, as a share of the diagonal entry that it started from, below which it
+/// is rounding: room for some hundred roundings of 2e-16 each.
+constexpr double kLeastPivot = 1e-13;
 
 /// Returns false after a fatal message.
 bool checkJointBelowRoot(const Child& node, bool isMovable) {
@@ -68,8 +72,8 @@ bool ArticulatedSystem::refuseTree() {
 }
 
 /// A motion that moves neither mass nor inertia has no acceleration: the first step makes NaN of
-/// the whole state. It is the commonest fault of a robot's first file, and no number names its
-/// place. Looked at in the zero pose.
+/// the whole state. It is the commonest fault of a robot's first file, and the NaN does not say
+/// which joint is at fault. Checked in the zero pose.
 void ArticulatedSystem::warnOfMotionsWithoutMass() {
   if (tree_.dof == 0) return;
   bool isFaulty = false;
@@ -103,13 +107,13 @@ void ArticulatedSystem::warnOfMotionsWithoutMass() {
 }
 
 /// `kNone`, or the velocity nearest to a leaf that meets no inertia while those below it are free:
-/// where the pivot of the factorisation is nothing beside the entry that it started from.
+/// where the pivot of the factorisation is rounding (`kLeastPivot`).
 size_t ArticulatedSystem::findMotionWithoutInertia() {
   std::memcpy(factor_.rows(), massRows_.v, tree_.pattern.storage * sizeof(double));
   factor_.factorise();
   for (size_t k = tree_.dof; k-- > 0;) {
     const double own = massRows_[tree_.pattern.rowStart[k] + tree_.pattern.position[k]];
-    if (!(factor_.pivot(k) > 1e-13 * own)) return k;
+    if (!(factor_.pivot(k) > kLeastPivot * own)) return k;
   }
   return kNone;
 }

@@ -24,7 +24,7 @@ constexpr double kLargestOverlap = 1e-3;
 /// Pairs that a message names.
 constexpr size_t kNamedPairs = 10;
 
-/// ODE for as long as it lives: a system need not stand in a world.
+/// Keeps ODE initialised for its own lifetime: a system may exist without a world.
 class OdeHolder {
  public:
   OdeHolder() { acquireOde(); }
@@ -85,7 +85,7 @@ void ArticulatedSystem::findInitialOverlaps() {
   if (ignoreInitialOverlaps_) initialOverlaps_.clear();
 }
 
-/// Once: of the pairs that can still collide when the first step is taken.
+/// Warns once, at the first step, of the pairs that can still collide then.
 void ArticulatedSystem::warnOfInitialOverlaps() {
   std::vector<InitialOverlap> overlaps;
   overlaps.swap(initialOverlaps_);
@@ -105,7 +105,7 @@ void ArticulatedSystem::warnOfInitialOverlaps() {
           << "' and '" << nameOf(collisionBodies_[overlaps[i].b], bodyNames_) << "' by "
           << std::round(1e4 * overlaps[i].depth) / 10.0 << " mm";
   if (overlaps.size() > kNamedPairs) pairs << " and " << overlaps.size() - kNamedPairs << " more";
-  // That of a robot which was given as a text stands in the text only.
+  // A robot that was given as text has its name in the text only.
   std::string name = robotName_;
   if (name.empty() && !modelText_.empty())
     ZelvikTinyXmlWrapper(modelText_, "robot").getAttributeIfExists("name", name);

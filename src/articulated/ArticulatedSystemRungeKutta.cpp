@@ -19,7 +19,7 @@ void scale(double factor, const VecDyn& a, VecDyn& out) {
 
 }  // namespace
 
-/// Once, at the first step with damping.
+/// Warns once, at the first step with damping.
 void ArticulatedSystem::warnOfRungeKuttaDamping() {
   if (toldOfDamping_) return;
   for (size_t k = 0; k < tree_.dof; ++k) toldOfDamping_ |= joints_.damping[k] != 0.0;

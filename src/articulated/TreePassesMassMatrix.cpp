@@ -108,7 +108,7 @@ void TreePasses::writeRowOfOne(const Quad& quad, const Bodies& B, const Lanes3& 
   const Lanes3 c = broadcast(getLane(B.compositeCom, 0)), f = broadcast(getLane(force, 0)),
                n = broadcast(getLane(moment, 0));
   for (size_t j = quad.body[0]; j != 0;) {
-    // From the arrays over bodies, which lie closer together than `bodies_`.
+    // Read from the arrays over bodies, which are smaller than `bodies_`.
     const Vec3 *P[kLanes], *A[kLanes];
     Lanes slides{};
     size_t count = 0;
