@@ -22,7 +22,7 @@ class StateArchive {
  public:
   enum class Mode { WRITE, CHECK, READ };
 
-  /// Writes behind the first `offset` bytes; the vector grows where it has to, and has its final
+  /// Writes after the first `offset` bytes; the vector grows where it has to, and has its final
   /// size after `finish`.
   StateArchive(std::vector<std::uint8_t>& bytes, size_t offset)
       : mode_(Mode::WRITE), written_(&bytes), begin_(bytes.data()), size_(bytes.size()) {
@@ -43,10 +43,10 @@ class StateArchive {
   size_t getPosition() const { return cursor_; }
   /// Gives the vector its size.
   void finish() { written_->resize(cursor_); }
-  /// Of what is read: whether it makes sense.
+  /// Marks the archive as bad if what was read makes no sense.
   void require(bool condition) { good_ = good_ && condition; }
 
-  /// Values that stand one behind the other.
+  /// Consecutive values.
   void block(double* values, size_t count) { bytes(values, count * sizeof(double)); }
   /// One number, vector or matrix.
   template <typename Value>

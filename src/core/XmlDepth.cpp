@@ -8,7 +8,7 @@ namespace zelvik {
 namespace {
 
 /// Position after the next `token` from `begin` on, or the end of the text.
-size_t behind(const std::string& text, const char* token, size_t length, size_t begin) {
+size_t positionAfter(const std::string& text, const char* token, size_t length, size_t begin) {
   const size_t found = text.find(token, begin);
   return found == std::string::npos ? text.size() : found + length;
 }
@@ -88,14 +88,14 @@ XmlExtent xmlExtent(const std::string& text) {
   size_t depth = 0;
   for (size_t i = text.find('<'); i < text.size(); i = text.find('<', i)) {
     if (text.compare(i, 4, "<!--") == 0) {
-      i = behind(text, "-->", 3, i + 4);
+      i = positionAfter(text, "-->", 3, i + 4);
     } else if (text.compare(i, 9, "<![CDATA[") == 0) {
-      i = behind(text, "]]>", 3, i + 9);
+      i = positionAfter(text, "]]>", 3, i + 9);
     } else if (isAmbiguousDeclaration(text, i)) {
       return widestExtent(text);
     } else if (!opensElement(text, i)) {
       if (text.compare(i, 2, "</") == 0) depth -= depth > 0;
-      i = behind(text, ">", 1, i + 1);
+      i = positionAfter(text, ">", 1, i + 1);
     } else {
       const StartTag tag = readStartTag(text, i);
       extent.depth = std::max(extent.depth, depth + 1);

@@ -18,8 +18,9 @@ constexpr png_uint_32 kLargestSide = 16384;
 /// Most samples: 2^26 are half a gigabyte of heights, and compress to next to nothing.
 constexpr size_t kMostSamples = size_t{1} << 26;
 
-/// Everything that a read holds. It lives in the frame below those that call `setjmp`, and the
-/// functions that libpng may leave by a jump have no objects of their own: so nothing is lost.
+/// Everything that a read holds. It is an object of the caller of those functions that call
+/// `setjmp`, and functions that libpng may leave by a jump have no objects of their own: so nothing
+/// leaks.
 struct PngReader {
   std::FILE* file = nullptr;
   png_structp png = nullptr;
