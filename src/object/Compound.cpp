@@ -86,7 +86,7 @@ Compound::~Compound() {
   destroyChildGeoms();
 }
 
-/// Looks at every size before ODE does, which ends the process for a negative or undefined one.
+/// Checks every size before ODE sees it: for a negative or undefined one it ends the process.
 bool Compound::areChildrenUsable() const {
   for (size_t k = 0; k < children_.size(); ++k) {
     const CompoundObjectChild& child = children_[k];

@@ -94,8 +94,8 @@ void SingleBodyObject::preContactSolverUpdate1(const Mat<3, 1>&, double) {
   if (count > 0) computeContactMaps();
 }
 
-/// Sizes the list of rows and the rows; rows that drop out lend their memory to those that come
-/// later.
+/// Sizes the list of rows and the rows. Rows that are no longer needed keep their memory for those
+/// that come later.
 void SingleBodyObject::resizeBlockRows(size_t count) {
   AlignedVector<DelassusAndTauStar>& rows = perObjectContact_.delassusAndTauStar_;
   const size_t blockCount = fullDelassus_ ? count : 1;
