@@ -7,6 +7,16 @@
 #include "contact/ContactLaw.hpp"
 #include "contact/JointLimitLaw.hpp"
 
+// The visits of rows (symbols: ContactSweep.hpp and ContactBatch.hpp). What a side adds to the
+// velocity of a row (`velocityOf`), and what a change dp of the row's impulse does to it
+// (`handOnTo`):
+//
+//   body    F u + L w                 u += push dp,  w += spin dp
+//   point   its own entry v_i         v_j += (J_j M^-1 J_i^T) dp for all points j of the robot
+//   query   `getContactPointVel`      `updateGenVelWithImpulse`
+//
+// The matrices of a body on the B side are negated; points and queries take the sign of the side.
+
 namespace zelvik::contact {
 
 namespace {
