@@ -166,6 +166,8 @@ class ContactSweep {
     double budget;        ///< energy that the correction of overlaps may cost (J); 0: not watched
   };
   struct Body {
+    const Contact* contacts = nullptr;  ///< of any dynamic object
+    size_t contactCount = 0;
     SingleBodyObject* body = nullptr;      ///< null for what is no rigid body
     const Mat<3, 6>* jacobians = nullptr;  ///< per contact, see `BodyContacts`
     Mat<6, 1>* velocity = nullptr;
@@ -193,10 +195,10 @@ class ContactSweep {
   };
 
   std::span<ContactRow> rows() { return {rows_.data(), rowCount_}; }
-  static Sides sidesOf(const ContactPair& pair, const std::vector<Object*>& objects);
+  Sides sidesOf(const ContactPair& pair) const;
   void startBodies(const std::vector<Object*>& objects);
   size_t placeAll(ContactProblemList& problems, const std::vector<ContactPair>& pairs,
-                  const std::vector<Object*>& objects, const ContactPreparation& preparation);
+                  const ContactPreparation& preparation);
   void startBody(SingleBodyObject& body);
   double normalVelocity(const Single3DContactProblem& problem, const Sides& sides) const;
   SweepOrder::Kind kindOf(const Single3DContactProblem& problem, const Sides& sides) const;

@@ -87,7 +87,7 @@ void ContactSweep::build(ContactProblemList& problems, const std::vector<Contact
   twoBodies_.clear();
   rowCount_ = 0;
   immovable_ = {};
-  size_t limit = placeAll(problems, pairs, objects, preparation);
+  size_t limit = placeAll(problems, pairs, preparation);
   oneBody_.fill(bodyVelocities_.data(), preparation);
   twoBodies_.fill(bodyVelocities_.data(), preparation);
   listRuns();
@@ -106,24 +106,25 @@ void ContactSweep::startBodies(const std::vector<Object*>& objects) {
   parts_.assign(objects.size(), OTHER_PART);
   bodyVelocities_.resize(objects.size() + kFirstBodySlot);
   bodyVelocities_[kZeroSlot] = {};
-  for (Object* object : objects)
-    if (object->getBodyType() == BodyType::DYNAMIC && !object->getContacts().empty() &&
-        object->getObjectType() != ARTICULATED_SYSTEM)
-      startBody(static_cast<SingleBodyObject&>(*object));
+  for (size_t o = 0; o < objects.size(); ++o) {
+    const std::vector<Contact>& contacts = objects[o]->getContacts();
+    if (contacts.empty() || objects[o]->getBodyType() != BodyType::DYNAMIC) continue;
+    bodies_[o].contacts = contacts.data();
+    bodies_[o].contactCount = contacts.size();
+    if (objects[o]->getObjectType() != ARTICULATED_SYSTEM)
+      startBody(static_cast<SingleBodyObject&>(*objects[o]));
+  }
 }
 
 /// The objects of a pair that impulses move: neither the twin of a merged contact, nor an object
 /// that has dropped its contacts since or is not dynamic any more.
-ContactSweep::Sides ContactSweep::sidesOf(const ContactPair& pair,
-                                          const std::vector<Object*>& objects) {
+inline ContactSweep::Sides ContactSweep::sidesOf(const ContactPair& pair) const {
   Sides who;
   for (size_t s = 0; s < 2; ++s) {
     const ContactPair::Side& side = pair.sides[s];
     if (!side.keepsContacts()) continue;
-    const Object& object = *objects[side.object];
-    const std::vector<Contact>& contacts = object.getContacts();
-    if (object.getBodyType() != BodyType::DYNAMIC || side.contact + pair.count > contacts.size() ||
-        contacts[side.contact].skip_)
+    const Body& owner = bodies_[side.object];
+    if (side.contact + pair.count > owner.contactCount || owner.contacts[side.contact].skip_)
       continue;
     who.object[s] = side.object;
     who.contact[s] = side.contact;
@@ -135,12 +136,11 @@ ContactSweep::Sides ContactSweep::sidesOf(const ContactPair& pair,
 /// world are in no pair: they are not visited.
 /// @return the first joint limit; limits stand in the order of their objects
 size_t ContactSweep::placeAll(ContactProblemList& problems, const std::vector<ContactPair>& pairs,
-                              const std::vector<Object*>& objects,
                               const ContactPreparation& preparation) {
   if (rowOf_.size() < problems.size()) rowOf_.resize(problems.size());
   size_t end = 0;
   for (const ContactPair& pair : pairs) {
-    Sides who = sidesOf(pair, objects);
+    Sides who = sidesOf(pair);
     end = pair.problem + pair.count;
     for (size_t i = pair.problem; i < end; ++i, ++who.contact[0], ++who.contact[1])
       place(problems[i], i, who, preparation);
