@@ -19,7 +19,7 @@ STAGES = [
     ("joint limits", r"::appendJointLimits\("),
     ("second update", r"::preContactSolverUpdate2\("),
     ("assembly of problems", r"StepContacts::assemble\("),
-    ("solve", r"ContactSolver::solve\("),
+    ("solve", r"^zelvik::contact::BisectionContactSolver::solve\("),
     ("integration, kinematics", r"(ArticulatedSystem|SingleBodyObject)::integrate\("),
 ]
 

@@ -20,14 +20,6 @@ inline double enforceAxisLimit(Single3DContactProblem& p, double u, double& chan
   return residual;
 }
 
-/// The same of a limit that gives back what it no longer needs.
-/// @return the change of the impulse
-inline double changeOfAxisLimit(Single3DContactProblem& p, double u) {
-  const double old = p.imp_[0], wanted = old + (p.targetVelZ_ - u) * p.delassusInv_(0, 0);
-  p.imp_[0] = wanted * p.mu_ > 0.0 ? wanted : 0.0;
-  return p.imp_[0] - old;
-}
-
 /// @param u relative angular velocity (rad/s, body axes)
 inline double enforceConeLimit(Single3DContactProblem& p, const Vec3& u, Vec3& change) {
   const Vec3& e = p.planeBasis_[0];
@@ -38,6 +30,17 @@ inline double enforceConeLimit(Single3DContactProblem& p, const Vec3& u, Vec3& c
   // The impulse is that of this visit; unlike that of an axis it is not summed up.
   p.imp_ = change = (residual * p.delassusInv_(0, 0)) * e;
   return residual;
+}
+
+/// The law of either limit, but that it gives back what it no longer needs.
+/// @param push unit vector of the velocities in whose direction the limit pushes
+/// @param u of the joint, @param applied impulse at it so far
+/// @return the change of the impulse
+inline Vec3 changeOfLimit(Single3DContactProblem& p, const Vec3& push, const Vec3& u,
+                          const Vec3& applied) {
+  const double wanted = dot(push, applied) - dot(push, u) * p.delassusInv_(0, 0);
+  p.imp_ = (wanted > 0.0 ? wanted : 0.0) * push;
+  return p.imp_ - applied;
 }
 
 }  // namespace zelvik::contact

@@ -94,6 +94,13 @@ __attribute__((noinline)) bool solveByLaw(ContactRow& row, const Lanes& start, c
   return isClosed;
 }
 
+/// Whether a contact that lets go of its impulse makes energy: it held back, by friction, what now
+/// moves on. @param v velocity with that impulse, minus the target (m/s)
+__attribute__((noinline)) bool makesEnergyByOpening(const ContactRow& row, const Lanes& v) {
+  const Vec3 p = toVec3(row.impulse);
+  return 0.5 * dot(p, row.problem->delassus_ * p) > dot(p, toVec3(v));
+}
+
 }  // namespace
 
 inline Lanes ContactSweep::velocity(const ContactRow& row) const {
@@ -157,7 +164,8 @@ inline ContactRun<sides> ContactSweep::runOf(Batches<sides>& all, const Run& run
   return {{&all.batches[run.first], run.count}, all.bodies[run.first]};
 }
 
-double ContactSweep::visitRow(ContactRow& row, double relaxation) {
+__attribute__((always_inline)) inline double ContactSweep::visitRow(ContactRow& row,
+                                                                    double relaxation) {
   if (row.kind == RowKind::CONTACT) return visitContact(row, relaxation);
   return row.kind == RowKind::LIMIT ? visitLimit(row) : 0.0;
 }
@@ -174,9 +182,10 @@ __attribute__((always_inline)) inline double ContactSweep::visitContact(ContactR
                                                                         double relaxation) {
   const Lanes v = velocity(row), old = row.impulse;
   const ClosedForm<OneContact> f = closedForm<OneContact>(row, old, v);
+  if (f.opens && isZero(old)) return f.w * f.w;
+  const bool opens = f.opens && !(row.isBound && makesEnergyByOpening(row, v));
   Lanes change;
-  if (f.opens) {
-    if (isZero(old)) return f.w * f.w;
+  if (opens) {
     change = -relaxation * old;
   } else if (row.isOrdinary && f.sticks) {
     change = relaxation * f.change;
@@ -189,7 +198,7 @@ __attribute__((always_inline)) inline double ContactSweep::visitContact(ContactR
     if (isClosed) change *= relaxation;
   }
   changeImpulse(row, change);
-  const double error = f.opens ? f.w : v[2];
+  const double error = opens ? f.w : v[2];
   return error * error;
 }
 
@@ -209,9 +218,11 @@ double ContactSweep::visitLimit(ContactRow& row) {
   const Lanes& u = *row.points[0].velocity;
   Vec3 change{};
   if (row.isBound) {
-    change[0] = changeOfAxisLimit(p, u[0]);
+    const Vec3 push = row.isOrdinary ? Vec3{{p.mu_, 0.0, 0.0}} : -p.planeBasis_[0];
+    const double speed = dot(push, toVec3(u));
+    change = changeOfLimit(p, push, toVec3(u), toVec3(*row.points[0].applied));
     handOnTo(row.points[0], toLanes(change));
-    return change[0] == 0.0 ? 0.0 : u[0] * u[0];
+    return norm(change) == 0.0 ? 0.0 : speed * speed;
   }
   const double residual = row.isOrdinary ? enforceAxisLimit(p, u[0], change[0])
                                          : enforceConeLimit(p, toVec3(u), change);

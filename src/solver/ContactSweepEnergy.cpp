@@ -17,7 +17,9 @@
 //
 // with the others frozen. So no visit of a contact of rank 2 or 3 raises g, which is zero at the
 // start, and sweeps may end early. (Other ranks keep their law, and blocks that only count as of
-// rank 2 are solved in their plane: for these it is no promise.)
+// rank 2 are solved in their plane: for these it is no promise.) That holds for contacts that open,
+// too: friction may hold back more than the normal pushes, and to let go of both would give it
+// free. Such a contact moves to the minimum; where g does not rise, it opens as ever.
 
 namespace zelvik::contact {
 
@@ -53,21 +55,27 @@ bool ContactSweep::restartWhereEnergyIsMade() {
   return isDue;
 }
 
-/// Whether the contacts of a robot with itself and with fixed or kinematic things made more energy
-/// than its budget. Contacts with other moving bodies are left out: the energy may be theirs.
+/// Whether the joint limits of a robot and its contacts with itself and with fixed or kinematic
+/// things made more energy than its budget. Contacts with other moving bodies are left out: the
+/// energy may be theirs. (The law of limits takes no impulse back: what they have pushed stays with
+/// a joint that others have pushed away since.)
 bool ContactSweep::makesEnergy(const Robot& robot) const {
   double atEnd = 0.0, mean = 0.0;  // p . v and p . (v0 + v) / 2
   const double* u = robot.velocity;
   for (size_t i = robot.first; i < robot.first + robot.count; ++i) {
     const Point& point = points_[i];
     const ContactRow& row = rows_[point.row];
-    if (row.kind != RowKind::CONTACT || row.coupling != Coupling::ONE_POINT) continue;
-    const Lanes v = row.free + row.sign * pointVelocities_[i] + Lanes{0.0, 0.0, row.target, 0.0};
+    if (row.kind == RowKind::IDLE || row.coupling != Coupling::ONE_POINT) continue;
+    const bool isLimit = row.kind == RowKind::LIMIT;
+    const Lanes p = isLimit ? pointImpulses_[i] : row.impulse;
+    const Lanes v =
+        isLimit ? pointVelocities_[i]
+                : row.free + row.sign * pointVelocities_[i] + Lanes{0.0, 0.0, row.target, 0.0};
     Lanes changed = pointVelocities_[i];
     for (size_t e = 0; e < point.size; ++e)
       changed -= loadLanes(point.columns + 3 * e) * u[point.velocityIdx[e]];
-    atEnd += OneContact::dot(row.impulse, v);
-    mean += OneContact::dot(row.impulse, v - (0.5 * row.sign) * changed);
+    atEnd += OneContact::dot(p, v);
+    mean += OneContact::dot(p, v - (0.5 * row.sign) * changed);
   }
   return atEnd > robot.budget && mean > robot.budget;
 }
@@ -79,7 +87,7 @@ void ContactSweep::restart(const Robot& robot) {
     if (row.kind == RowKind::IDLE) continue;
     takeBack(row);
     if (row.kind == RowKind::LIMIT) {
-      row.isBound = row.isOrdinary;
+      row.isBound = true;
       continue;
     }
     const double correction = correctionOf(p, erp_);
