@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "RandomWorld.hpp"
 
+#include <cmath>
 #include <limits>
+#include <numbers>
 #include <string>
+#include <vector>
 
 namespace zelvik::fuzz {
 
@@ -104,9 +107,11 @@ void RandomWorld::place(SingleBodyObject* body) {
 void RandomWorld::addShape() {
   const double a = number(0.05, 0.4), b = number(0.05, 0.4), c = number(0.05, 0.4);
   const double mass = number(0.2, 3.0);
-  switch (pick(4)) {
+  switch (pick(5)) {
     case 0:
       return place(world_.addSphere(a, mass, material()));
+    case 4:
+      return addHull();
     case 1:
       return place(world_.addBox(a, b, c, mass, material()));
     case 2:
@@ -114,6 +119,21 @@ void RandomWorld::addShape() {
     default:
       return place(world_.addCapsule(a, b, mass, material()));
   }
+}
+
+/// The hull of a pyramid of many sides, one of a thousand of them dented: which is refused.
+void RandomWorld::addHull() {
+  const unsigned sides = 3 + static_cast<unsigned>(pick(60));
+  const double radius = random_.uniform(0.05, 0.4), height = number(0.05, 0.4);
+  std::vector<double> corners{0.0, 0.0, height, 0.0, 0.0, chance(0.001) ? height : 0.0};
+  std::vector<unsigned> triangles;
+  for (unsigned k = 0; k < sides; ++k) {
+    const double angle = 2.0 * std::numbers::pi * k / sides;
+    corners.insert(corners.end(), {radius * std::cos(angle), radius * std::sin(angle), 0.0});
+    const unsigned a = 2 + k, b = 2 + (k + 1) % sides;
+    triangles.insert(triangles.end(), {0, a, b, 1, b, a});
+  }
+  place(world_.addConvexHull(corners, triangles, number(0.2, 3.0), material()));
 }
 
 /// Enough small bodies for what is done otherwise with many: the search of pairs, full batches.

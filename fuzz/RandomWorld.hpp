@@ -45,6 +45,7 @@ class RandomWorld {
   void addObject();
   void addShape();
   void addCrowd();
+  void addHull();
   void addCompound();
   void addMesh();
   void addHeightMap();

@@ -109,13 +109,21 @@ TEST(ContactPoints, ADiscDoesNotWorkItsWayDown) {
 }
 
 struct Solid {
-  char kind = 0;  // 'b'ox, 'c'apsule, cylinder 'y'
-  Vec3 size;      // half sides, or radius, half length
+  char kind = 0;  // 'b'ox, 'c'apsule, cylinder 'y', 's'phere, 'h'ull: an octahedron
+  Vec3 size;      // half sides, or radius, half length, or half diagonals
   Eigen::Vector3d place = Eigen::Vector3d::Zero();
   Eigen::Quaterniond pose = Eigen::Quaterniond::Identity();
 
   Eigen::Vector3d support(const Eigen::Vector3d& d) const {
     const Eigen::Vector3d e = pose.conjugate() * d;
+    if (kind == 'h') {
+      int axis = 0;
+      const Eigen::Vector3d reach = Eigen::Vector3d(size.e()).cwiseProduct(e).cwiseAbs();
+      reach.maxCoeff(&axis);
+      const double half = std::copysign(size[static_cast<size_t>(axis)], e[axis]);
+      return place + pose * (half * Eigen::Vector3d::Unit(axis));
+    }
+    if (kind == 's') return place + size[0] * d.normalized();
     Eigen::Vector3d p(0.0, 0.0, std::copysign(size[1], e[2]));
     if (kind == 'b')
       for (int i = 0; i < 3; ++i) p[i] = std::copysign(size[static_cast<size_t>(i)], e[i]);
@@ -129,8 +137,15 @@ struct Solid {
       body = world.addBox(2.0 * size[0], 2.0 * size[1], 2.0 * size[2], 1.0);
     else if (kind == 'c')
       body = world.addCapsule(size[0], 2.0 * size[1], 1.0);
-    else
+    else if (kind == 'y')
       body = world.addCylinder(size[0], 2.0 * size[1], 1.0);
+    else if (kind == 's')
+      body = world.addSphere(size[0], 1.0);
+    else
+      body = world.addConvexHull(
+          {size[0], 0, 0, -size[0], 0, 0, 0, size[1], 0, 0, -size[1], 0, 0, 0, size[2], 0, 0,
+           -size[2]},
+          {0, 2, 4, 2, 1, 4, 1, 3, 4, 3, 0, 4, 2, 0, 5, 1, 2, 5, 3, 1, 5, 0, 3, 5}, 1.0);
     body->setPose(place, pose);
     return body;
   }
@@ -177,7 +192,7 @@ TEST(ContactPoints, TouchesOfRandomPosesAreFoundAndAsDeepAsTheyAre) {
     return Eigen::Quaterniond(normal(random), normal(random), normal(random), normal(random))
         .normalized();
   };
-  for (const char* kinds : {"yy", "yb", "cb", "cy", "yc"})
+  for (const char* kinds : {"yy", "yb", "cb", "cy", "yc", "hh", "bh", "hs", "ch", "hy"})
     for (int trial = 0; trial < 40; ++trial) {
       Solid a;
       a.kind = kinds[0];

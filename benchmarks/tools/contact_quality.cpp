@@ -63,23 +63,27 @@ std::string objFile(const std::string& name, const std::vector<Vec3>& vertices,
   return path.string();
 }
 
-std::string cubeFile() {
+const std::vector<std::array<int, 3>> kCubeFaces = {{0, 2, 1}, {1, 2, 3}, {4, 5, 6}, {5, 7, 6},
+                                                    {0, 1, 4}, {1, 5, 4}, {2, 6, 3}, {3, 6, 7},
+                                                    {0, 4, 2}, {2, 4, 6}, {1, 3, 5}, {3, 7, 5}};
+
+std::vector<Vec3> cubeCorners() {
   std::vector<Vec3> v;
   for (int k = 0; k < 8; ++k)
     v.push_back({{k & 1 ? 0.1 : -0.1, k & 2 ? 0.1 : -0.1, k & 4 ? 0.1 : -0.1}});
-  return objFile("contact_quality_cube", v,
-                 {{0, 2, 1},
-                  {1, 2, 3},
-                  {4, 5, 6},
-                  {5, 7, 6},
-                  {0, 1, 4},
-                  {1, 5, 4},
-                  {2, 6, 3},
-                  {3, 6, 7},
-                  {0, 4, 2},
-                  {2, 4, 6},
-                  {1, 3, 5},
-                  {3, 7, 5}});
+  return v;
+}
+
+std::string cubeFile() {
+  return objFile("contact_quality_cube", cubeCorners(), kCubeFaces);
+}
+
+ConvexHull* addHullCube(World& world) {
+  std::vector<double> corners;
+  for (const Vec3& v : cubeCorners()) corners.insert(corners.end(), v.v, v.v + 3);
+  std::vector<unsigned> triangles;
+  for (const auto& f : kCubeFaces) triangles.insert(triangles.end(), f.begin(), f.end());
+  return world.addConvexHull(corners, triangles, 1.0);
 }
 
 /// Squares of 0.6 m, cut along their diagonals.
@@ -161,7 +165,8 @@ const std::vector<BodyKind>& bodies() {
        [](World& w) {
          return w.addMesh(cubeFile(), 1.0, 0.04 / 6.0 * Mat33::identity(), Vec3{}, 1.0);
        },
-       0.1, 0.0, 0.0, 0.0, 0.2}};
+       0.1, 0.0, 0.0, 0.0, 0.2},
+      {"hull", [](World& w) { return addHullCube(w); }, 0.1, 0.0, 0.0, 0.0, 0.2}};
   return all;
 }
 

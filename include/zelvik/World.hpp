@@ -20,6 +20,7 @@
 #include <zelvik/object/Capsule.hpp>
 #include <zelvik/object/CompliantLengthConstraint.hpp>
 #include <zelvik/object/Compound.hpp>
+#include <zelvik/object/ConvexHull.hpp>
 #include <zelvik/object/Cylinder.hpp>
 #include <zelvik/object/Ground.hpp>
 #include <zelvik/object/HeightMap.hpp>
@@ -202,6 +203,13 @@ class ZELVIK_API World {
   /// null is then returned if the fatal callback comes back.
   Mesh* addMesh(const Mesh* source, const std::string& material = "",
                 unsigned long group = kDefaultGroup, unsigned long mask = kAllMask);
+  /// A solid convex body of corners (x, y, z each, m) and triangles that turn counter-clockwise
+  /// seen from outside (three corners each, from 0), with the mass data of the solid; what is
+  /// checked: see `ConvexHull`. @param mass (kg)
+  ConvexHull* addConvexHull(const std::vector<double>& corners,
+                            const std::vector<unsigned int>& triangles, double mass,
+                            const std::string& material = "", unsigned long group = kDefaultGroup,
+                            unsigned long mask = kAllMask);
   /// @param heights row by row, row 0 at low y
   HeightMap* addHeightMap(unsigned long xSamples, unsigned long ySamples, double xSize,
                           double ySize, double centerX, double centerY,

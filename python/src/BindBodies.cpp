@@ -281,6 +281,21 @@ void bindBodies(nb::module_& m) {
           },
           nb::sig("def indices(self) -> numpy.typing.NDArray[numpy.uint32]"),
           "Triangles, from 0, shape (n, 3); a copy.");
+  shape<ConvexHull>(m, "ConvexHull", "Solid convex polyhedron.")
+      .def_prop_ro(
+          "corners",
+          [](const ShapeHandle<ConvexHull>& s) {
+            return adopt(std::vector<double>(s.shape().getCorners()), 3);
+          },
+          nb::sig("def corners(self) -> numpy.typing.NDArray[numpy.float64]"),
+          "(m, body axes), shape (n, 3); a copy.")
+      .def_prop_ro(
+          "triangles",
+          [](const ShapeHandle<ConvexHull>& s) {
+            return adopt(std::vector<unsigned>(s.shape().getTriangles()), 3);
+          },
+          nb::sig("def triangles(self) -> numpy.typing.NDArray[numpy.uint32]"),
+          "Corners of the triangles, from 0, shape (n, 3); a copy.");
 }
 
 }  // namespace zelvik::python

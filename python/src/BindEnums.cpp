@@ -22,7 +22,8 @@ void bindEnums(nb::module_& m) {
       .value("COMPOUND", ObjectType::COMPOUND)
       .value("HEIGHTMAP", ObjectType::HEIGHTMAP)
       .value("ARTICULATED_SYSTEM", ObjectType::ARTICULATED_SYSTEM)
-      .value("UNRECOGNIZED", ObjectType::UNRECOGNIZED);
+      .value("UNRECOGNIZED", ObjectType::UNRECOGNIZED)
+      .value("HULL", ObjectType::HULL);
 
   nb::enum_<World::BroadPhase>(m, "BroadPhase",
                                "How pairs that may touch are found; the contacts are the same set.")
@@ -78,7 +79,8 @@ void bindEnums(nb::module_& m) {
       .value("CYLINDER", Shape::CYLINDER, "(radius, length)")
       .value("SPHERE", Shape::SPHERE, "(radius,)")
       .value("MESH", Shape::MESH, "()")
-      .value("CAPSULE", Shape::CAPSULE, "(radius, length of the cylinder part)");
+      .value("CAPSULE", Shape::CAPSULE, "(radius, length of the cylinder part)")
+      .value("HULL", Shape::HULL, "()");
 }
 
 }  // namespace zelvik::python

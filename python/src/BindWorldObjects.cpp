@@ -85,6 +85,16 @@ void bindShapes(nb::class_<WorldHandle>& world) {
           "Add a horizontal plane at z = `height` (m); everything below it is solid.");
 }
 
+/// Numbers that are no indices become one that is out of range.
+std::vector<unsigned> readIndices(ArrayLike argument, const char* what) {
+  const Table table = readTable(argument, what);
+  std::vector<unsigned> indices;
+  indices.reserve(table.values.size());
+  for (const double value : table.values)
+    indices.push_back(value >= 0.0 && value < 1e9 ? static_cast<unsigned>(value) : ~0u);
+  return indices;
+}
+
 void bindMeshes(nb::class_<WorldHandle>& world) {
   world
       .def(
@@ -137,7 +147,24 @@ void bindMeshes(nb::class_<WorldHandle>& world) {
           },
           "source"_a, "material"_a = "", "group"_a = kDefaultGroup, "mask"_a = kAllMask,
           "Add a second mesh from the file of the first, with the same mass data.\n\n"
-          "An empty `material` means that of the source.");
+          "An empty `material` means that of the source.")
+      .def(
+          "add_convex_hull",
+          [](const WorldSelf& self, ArrayLike corners, ArrayLike triangles, double mass,
+             const std::string& material, unsigned long group, unsigned long mask) {
+            World& held = self.p->betweenSteps("add_convex_hull");
+            const Table points = readTable(corners, "corners");
+            const std::vector<unsigned> indices = readIndices(triangles, "triangles");
+            return MadeShape<ConvexHull>{handleOf(
+                self, held.addConvexHull(points.values, indices, mass, material, group, mask))};
+          },
+          "corners"_a, "triangles"_a, "mass"_a, "material"_a = "", "group"_a = kDefaultGroup,
+          "mask"_a = kAllMask,
+          "Add a solid convex body with the mass data of the solid.\n\n"
+          "Parameters\n----------\ncorners : array_like, shape (n, 3)\n    (m, body axes)\n"
+          "triangles : array_like, shape (m, 3)\n    Corners of the surface's triangles, from 0, "
+          "counter-clockwise seen from outside.\n"
+          "mass : float\n    (kg)\n" ZELVIK_COLLISION_DOC);
 }
 
 void bindHeightMaps(nb::class_<WorldHandle>& world) {

@@ -21,9 +21,9 @@ void ObjectHandle::throwRemoved() const {
 
 const char* pythonNameOf(ObjectType type) {
   static const char* const names[] = {
-      "Sphere",   "Box",       "Cylinder",          "Cone",  "Capsule", "Mesh", "Ground",
-      "Compound", "HeightMap", "ArticulatedSystem", "Object"};
-  return names[std::min(static_cast<size_t>(type), std::size(names) - 1)];
+      "Sphere",   "Box",       "Cylinder",          "Cone",   "Capsule",   "Mesh", "Ground",
+      "Compound", "HeightMap", "ArticulatedSystem", "Object", "ConvexHull"};
+  return names[std::min<size_t>(type, std::size(names) - 1)];
 }
 
 std::string describe(const Object& object) {
@@ -105,6 +105,8 @@ std::pair<nb::object, ObjectHandle*> makeOfType(ObjectType type) {
       return make<ShapeHandle<Capsule>>();
     case ObjectType::MESH:
       return make<ShapeHandle<Mesh>>();
+    case ObjectType::HULL:
+      return make<ShapeHandle<ConvexHull>>();
     case ObjectType::GROUND:
       return make<ShapeHandle<Ground>>();
     case ObjectType::COMPOUND:

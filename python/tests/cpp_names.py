@@ -129,7 +129,7 @@ REASONS = {
     "Image::pixel": "images are arrays",
     **dict.fromkeys(
         [f"{c}::copy" for c in "Object Sphere Box Cylinder Capsule Ground Cone Mesh Compound "
-         "HeightMap ArticulatedSystem".split()],
+         "ConvexHull HeightMap ArticulatedSystem".split()],
         "a part of `World::clone`",
     ),
 }

@@ -57,6 +57,8 @@ class ObjectType(enum.Enum):
 
     UNRECOGNIZED = 10
 
+    HULL = 11
+
 class BroadPhase(enum.Enum):
     """How pairs that may touch are found; the contacts are the same set."""
 
@@ -161,6 +163,9 @@ class ShapeType(enum.Enum):
 
     CAPSULE = 4
     """(radius, length of the cylinder part)"""
+
+    HULL = 5
+    """()"""
 
 class Object:
     """
@@ -690,6 +695,29 @@ class World:
         An empty `material` means that of the source.
         """
 
+    def add_convex_hull(self, corners: numpy.typing.ArrayLike, triangles: numpy.typing.ArrayLike, mass: float, material: str = '', group: int = 1, mask: int = 18446744073709551615) -> ConvexHull:
+        """
+        Add a solid convex body with the mass data of the solid.
+
+        Parameters
+        ----------
+        corners : array_like, shape (n, 3)
+            (m, body axes)
+        triangles : array_like, shape (m, 3)
+            Corners of the surface's triangles, from 0, counter-clockwise seen from outside.
+        mass : float
+            (kg)
+        material : str
+            Name that the material table knows.
+        group, mask : int
+            Two bodies collide if the group of one meets the mask of the other (64 bits).
+
+        Raises
+        ------
+        FatalError
+            For a size that is negative or not finite.
+        """
+
     def add_height_map(self, heights: numpy.typing.ArrayLike, x_size: float, y_size: float, center: numpy.typing.ArrayLike = (0.0, 0.0), material: str = '', group: int = 9223372036854775808, mask: int = 18446744073709551615) -> HeightMap:
         """
         Add terrain from an array of heights.
@@ -1203,6 +1231,17 @@ class Mesh(SingleBodyObject):
     @property
     def indices(self) -> numpy.typing.NDArray[numpy.uint32]:
         """Triangles, from 0, shape (n, 3); a copy."""
+
+class ConvexHull(SingleBodyObject):
+    """Solid convex polyhedron."""
+
+    @property
+    def corners(self) -> numpy.typing.NDArray[numpy.float64]:
+        """(m, body axes), shape (n, 3); a copy."""
+
+    @property
+    def triangles(self) -> numpy.typing.NDArray[numpy.uint32]:
+        """Corners of the triangles, from 0, shape (n, 3); a copy."""
 
 class HeightMap(SingleBodyObject):
     """

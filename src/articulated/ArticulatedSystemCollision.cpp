@@ -168,7 +168,8 @@ void ArticulatedSystem::setCollisionObjectShapeParameters(size_t collisionIdx,
     return;
   VisObject& visual = visColObjects_[collisionIdx];
   if (!checkParameterCount(visual.shape, params.size())) return;
-  if (visual.shape != Shape::MESH && !checkSizes(visual.name, params)) return;
+  const bool hasSizes = visual.shape != Shape::MESH && visual.shape != Shape::HULL;
+  if (hasSizes && !checkSizes(visual.name, params)) return;
   resizeGeom(collisionBodies_[collisionIdx].colObj, visual.shape, params);
   visual.size = params;
   ++shapeChangeCount_;

@@ -1,13 +1,15 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <cmath>
+#include <memory>
 #include <utility>
 #include <zelvik/object/ArticulatedSystem/JointAndBodies.hpp>
 #include <zelvik/object/GeomRecord.hpp>
 #include <zelvik/object/Mesh.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
-#include "collision/OdeGuard.hpp"
+#include "collision/ConvexPolyhedron.hpp"
+#include "collision/MeshGeom.hpp"
 #include "model/TreeWalk.hpp"
 
 namespace zelvik {
@@ -81,6 +83,21 @@ bool scaleVertices(const CollisionBody& body, std::vector<float>& vertices) {
   return true;
 }
 
+/// Null after a fatal message. A scale that mirrors turns the triangles inside out and is put
+/// right.
+std::shared_ptr<const ConvexPolyhedron> hullOf(const CollisionBody& body,
+                                               const std::vector<float>& vertices,
+                                               std::vector<unsigned int>& indices) {
+  if (body.scale[0] * body.scale[1] * body.scale[2] < 0.0)
+    for (size_t t = 0; t + 2 < indices.size(); t += 3) std::swap(indices[t + 1], indices[t + 2]);
+  std::string problem;
+  auto hull = makeConvexPolyhedron({vertices.begin(), vertices.end()}, indices, problem);
+  if (hull == nullptr)
+    MSG_FATAL("collision body '" << body.collisionBodyName << "': the mesh " << body.meshFileName
+                                 << " is no convex hull: " << problem);
+  return hull;
+}
+
 /// Null after a fatal message; what the store has gained then is empty but valid.
 dGeomID createMesh(const CollisionBody& body, MeshStore& store) {
   const std::string& name = body.meshFileName;
@@ -88,26 +105,32 @@ dGeomID createMesh(const CollisionBody& body, MeshStore& store) {
     MSG_FATAL("Mesh collision bodies must be in an obj format");
     return nullptr;
   }
-  const dTriMeshDataID data = dGeomTriMeshDataCreate();
-  store.data.push_back(data);
   std::vector<float>& vertices = store.vertices.emplace_back();
   std::vector<unsigned int>& indices = store.indices.emplace_back();
   if (!Mesh::loadObj(store.directory + "/" + name, vertices, indices, 1.0)) return nullptr;
   if (!scaleVertices(body, vertices)) return nullptr;
   Mesh::dropUnusedVertices(vertices, indices);
 
-  const auto lock = lockMeshes();
-  constexpr int stride = 12;  // bytes of three floats, and of three indices
-  dGeomTriMeshDataBuildSingle(data, vertices.data(), stride, static_cast<int>(vertices.size() / 3),
-                              indices.data(), static_cast<int>(indices.size()), stride);
-  dGeomTriMeshDataPreprocess2(data, 3, nullptr);
-  return dCreateTriMesh(nullptr, data, nullptr, nullptr, nullptr);
+  std::shared_ptr<const ConvexPolyhedron> hull;
+  if (body.shape == Shape::HULL && (hull = hullOf(body, vertices, indices)) == nullptr)
+    return nullptr;
+  const dGeomID geom = createMeshGeom(vertices, indices, nullptr, store.data.emplace_back());
+  if (hull != nullptr) giveHull(geom, hull);
+  return geom;
 }
 
-/// A geom outside of any space; null after a fatal message.
+dGeomID createPrimitive(Shape::Type shape, const std::vector<double>& size) {
+  if (shape == Shape::BOX) return dCreateBox(nullptr, size[0], size[1], size[2]);
+  if (shape == Shape::CYLINDER) return dCreateCylinder(nullptr, size[0], size[1]);
+  if (shape == Shape::CAPSULE) return dCreateCapsule(nullptr, size[0], size[1]);
+  return dCreateSphere(nullptr, size[0]);
+}
+
+/// A geom outside of any space, with its record; null after a fatal message.
 dGeomID createGeom(const CollisionBody& body, MeshStore& store) {
   switch (body.shape) {
     case Shape::MESH:
+    case Shape::HULL:
       return createMesh(body, store);
     case Shape::BOX:
     case Shape::CYLINDER:
@@ -120,11 +143,9 @@ dGeomID createGeom(const CollisionBody& body, MeshStore& store) {
       return nullptr;
   }
   if (!hasUsableSize(body)) return nullptr;
-  const std::vector<double>& size = body.size;
-  if (body.shape == Shape::BOX) return dCreateBox(nullptr, size[0], size[1], size[2]);
-  if (body.shape == Shape::CYLINDER) return dCreateCylinder(nullptr, size[0], size[1]);
-  if (body.shape == Shape::CAPSULE) return dCreateCapsule(nullptr, size[0], size[1]);
-  return dCreateSphere(nullptr, size[0]);
+  const dGeomID geom = createPrimitive(body.shape, body.size);
+  attachGeomRecord(geom);
+  return geom;
 }
 
 CollisionDefinition definitionOf(const CollisionBody& body, size_t bodyIdx, dGeomID geom) {
@@ -151,7 +172,7 @@ VisObject visualOf(const CollisionBody& body, size_t bodyIdx) {
 void Child::initVisuals(std::vector<VisObject>& output) {
   forEachMovable(*this, [&](Child& node) {
     for (VisObject& visual : node.visObjects) {
-      if (visual.shape < Shape::BOX || visual.shape > Shape::CAPSULE) {
+      if (visual.shape < Shape::BOX || visual.shape > Shape::HULL) {
         MSG_FATAL("visual object '" << visual.name << "' of the body '" << node.bodyName
                                     << "': unknown shape " << static_cast<int>(visual.shape));
         continue;
@@ -173,9 +194,7 @@ void Child::initCollisionBodies(std::vector<CollisionDefinition>& definitions,
     for (const CollisionBody& body : node.collisionBodies) {
       const dGeomID geom = createGeom(body, store);
       if (geom == nullptr) continue;  // keeps both lists in step
-      attachGeomRecord(geom);
       geomRecord(geom).shapeIdx = definitions.size();
-      if (dGeomGetClass(geom) == dTriMeshClass) noteVertices(geom, meshVertices.back());
       definitions.push_back(definitionOf(body, node.bodyIdx, geom));
       visColObjects.push_back(visualOf(body, node.bodyIdx));
     }

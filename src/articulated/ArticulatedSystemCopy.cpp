@@ -7,7 +7,7 @@
 
 #include "articulated/TreePasses.hpp"
 #include "collision/GeomCopy.hpp"
-#include "collision/OdeGuard.hpp"
+#include "collision/MeshGeom.hpp"
 
 namespace zelvik {
 
@@ -66,19 +66,8 @@ void ArticulatedSystem::copyMeshes(const ArticulatedSystem& other) {
     if (source == nullptr || dGeomGetClass(source) != dTriMeshClass) continue;
     size_t k = 0;
     while (other.meshVertices_[k].data() != geomRecord(source).vertices) ++k;
-    const std::vector<float>& vertices = meshVertices_[k];
-    const std::vector<unsigned int>& indices = meshIndices_[k];
-    const auto lock = lockMeshes();
-    constexpr int stride = 12;  // bytes of three floats, and of three indices
-    meshData_.push_back(dGeomTriMeshDataCreate());
-    dGeomTriMeshDataBuildSingle(meshData_.back(), vertices.data(), stride,
-                                static_cast<int>(vertices.size() / 3), indices.data(),
-                                static_cast<int>(indices.size()), stride);
-    dGeomTriMeshDataPreprocess2(meshData_.back(), 3, nullptr);
     collisionBodies_[i].colObj =
-        dCreateTriMesh(nullptr, meshData_.back(), nullptr, nullptr, nullptr);
-    attachGeomRecord(collisionBodies_[i].colObj);
-    noteVertices(collisionBodies_[i].colObj, vertices);
+        createMeshGeom(meshVertices_[k], meshIndices_[k], nullptr, meshData_.emplace_back());
   }
 }
 

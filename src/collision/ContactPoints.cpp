@@ -25,6 +25,11 @@ constexpr double kPreference = 1.001;
 /// Points that are apart by less than this share of the smaller size, seen along the normal, are
 /// one.
 constexpr double kAboveEachOther = 0.1;
+/// A point this share of the size outside of a shape is on it.
+constexpr double kOnSurface = 1e-6;
+/// From this share of the smaller shape's size on a way out across edges of hulls may be shorter
+/// than one that is reached.
+constexpr double kDeep = 0.02;
 /// Overlaps below this share of the smaller shape's size are rounding: their normal is that of a
 /// face, or they are none.
 constexpr double kTinyOverlap = 1e-10;
@@ -40,10 +45,11 @@ class PairOfShapes {
   /// Tries the normals of faces and of round sides.
   Found run() {
     best_.depth = std::numeric_limits<double>::infinity();
-    if (!tryFaces(a_) || !tryFaces(b_) || !trySides()) return Found::NOTHING;
+    if (!tryFaces(a_, b_, -1.0) || !tryFaces(b_, a_, 1.0) || !trySides()) return Found::NOTHING;
     clip(best_);
     const double deepest = points_.deepest() + kTinyOverlap * smallerSize();
-    if (deepest < kReached * best_.depth) return Found::NO_NORMAL;
+    if (deepest < kReached * best_.depth || !isDeepestInside()) return Found::NO_NORMAL;
+    if (hasHull() && best_.depth > kDeep * smallerSize()) searchNormal();
     return points_.count > 0 ? Found::POINTS : Found::NOTHING;
   }
 
@@ -61,10 +67,20 @@ class PairOfShapes {
   TouchingPoints& points() { return points_; }
 
  private:
-  /// Notes a normal, turned into the first shape. @return false if it parts the shapes
+  bool hasHull() const { return a_.kind == Kind::HULL || b_.kind == Kind::HULL; }
+
+  /// Notes a normal, turned into the first shape; both ways if they may differ. @return false if it
+  /// parts the shapes
   bool tryNormal(Vec3 n) {
     if (dot(b_.center - a_.center, n) > 0.0) n = -n;
-    const double depth = dot(b_.center - a_.center, n) + a_.halfWidth(n) + b_.halfWidth(n);
+    return note(n, depthAlong(n)) && (!hasHull() || note(-n, depthAlong(-n)));
+  }
+
+  double depthAlong(const Vec3& n) const {
+    return dot(b_.center - a_.center, n) + a_.reach(-n) + b_.reach(n);
+  }
+
+  bool note(const Vec3& n, double depth) {
     if (!(depth > 0.0)) return false;
     if (depth < best_.depth) best_ = {n, depth};
     return true;
@@ -75,14 +91,36 @@ class PairOfShapes {
     return !(length > 1e-9) || tryNormal((1.0 / length) * d);
   }
 
-  bool tryFaces(const ConvexShape& shape) {
+  /// @param sign of the way out of `shape` in the normal of the pair
+  bool tryFaces(const ConvexShape& shape, const ConvexShape& other, double sign) {
+    if (shape.kind == Kind::HULL) return tryFacets(shape, other, sign);
     if (shape.kind == Kind::BOX)
       for (const Vec3& axis : shape.axes)
         if (!tryNormal(axis)) return false;
     return shape.kind != Kind::CYLINDER || tryNormal(shape.axes[2]);
   }
 
+  /// Of a hull's facets only those count behind which the middle of the other shape, with the ball
+  /// about it, lies less far than the overlap found so far. The farthest one in front comes first.
+  bool tryFacets(const ConvexShape& shape, const ConvexShape& other, double sign) {
+    const Vec3 middle = shape.toShape(other.center - shape.center);
+    const auto& facets = shape.hull->facets;
+    const auto behind = [&](const auto& facet) { return facet.offset - dot(facet.normal, middle); };
+    const auto tryFacet = [&](const auto& facet) {
+      const Vec3 n = shape.toWorld(facet.normal);
+      return note(sign * n, behind(facet) + other.reach(-n));
+    };
+    const auto first =
+        std::min_element(facets.begin(), facets.end(),
+                         [&](const auto& f, const auto& g) { return behind(f) < behind(g); });
+    const double ball = other.size();
+    return tryFacet(*first) && std::all_of(facets.begin(), facets.end(), [&](const auto& facet) {
+             return behind(facet) + ball >= best_.depth || tryFacet(facet);
+           });
+  }
+
   bool trySides() {
+    if (hasHull()) return true;  // edges are many: the search for a portal finds them
     if (a_.isRound() && b_.isRound()) return tryCrossing() && tryParallel();
     const ConvexShape &round = a_.isRound() ? a_ : b_, &box = a_.isRound() ? b_ : a_;
     for (const Vec3& edge : box.axes)
@@ -114,6 +152,19 @@ class PairOfShapes {
     clipFaces(faceA, faceB, overlap.normal, radii > 0.0 ? 1.0 / radii : 0.0, points_);
   }
 
+  /// Whether the deepest point of one shape lies inside of the other. The clipped faces reach as
+  /// deep beside a pointed hull, too.
+  bool isDeepestInside() const {
+    if (!hasHull() || points_.count == 0) return true;
+    const TouchingPoints::Point* deep = points_.points;
+    for (int k = 1; k < points_.count; ++k)
+      if (points_.points[k].depth > deep->depth) deep = points_.points + k;
+    const Vec3 half = (0.5 * deep->depth) * best_.normal;
+    const double tolerance = kOnSurface * smallerSize();
+    return b_.contains(deep->position - half, tolerance) ||
+           a_.contains(deep->position + half, tolerance);
+  }
+
   double smallerSize() const { return std::min(a_.size(), b_.size()); }
 
   /// Adds the farthest points of both shapes as one, where the faces do not hold it: two rims, or
@@ -137,6 +188,11 @@ bool comesFirst(const ConvexShape& a, const ConvexShape& b) {
   for (size_t i = 0; i < 3; ++i)
     if (a.center[i] != b.center[i]) return a.center[i] < b.center[i];
   return false;
+}
+
+/// Whether our own search finds normals that faces do not give, rather than ODE.
+bool isSearched(Kind kind) {
+  return kind == Kind::CYLINDER || kind == Kind::HULL;
 }
 
 void write(const TouchingPoints::Point& from, const Vec3& normal, dGeomID o1, dGeomID o2,
@@ -169,7 +225,7 @@ int findContactPoints(dGeomID o1, dGeomID o2, dContactGeom* points) {
     case Found::NOTHING:
       return 0;
     case Found::NO_NORMAL:
-      if (a.kind == Kind::CYLINDER || b.kind == Kind::CYLINDER) {
+      if (isSearched(a.kind) || isSearched(b.kind)) {
         if (!pair.searchNormal()) return 0;
         break;
       }
@@ -182,6 +238,27 @@ int findContactPoints(dGeomID o1, dGeomID o2, dContactGeom* points) {
   const int count = pair.points().count;
   for (int k = 0; k < count; ++k) write(pair.points().points[k], normal, o1, o2, points[k]);
   return count;
+}
+
+int findPointsOnPlane(dGeomID o1, dGeomID o2, dContactGeom* points) {
+  const bool planeFirst = dGeomGetClass(o1) == dPlaneClass;
+  dVector4 parameters;  // n . x = offset
+  dGeomPlaneGetParams(planeFirst ? o1 : o2, parameters);
+  const Vec3 nW{{parameters[0], parameters[1], parameters[2]}};
+  ConvexShape shape;
+  if (!readConvexShape(planeFirst ? o2 : o1, shape)) return 0;
+  const Vec3 n = shape.toShape(nW);
+  const double height = dot(nW, shape.center) - parameters[3];
+  TouchingPoints touching;
+  for (size_t k = 0; k < shape.hull->cornerCount; ++k) {
+    const Vec3 corner = shape.hull->corner(k);
+    if (touching.count == TouchingPoints::kMost) touching.keep(kMostConvexPoints, nW);
+    touching.add(shape.center + shape.toWorld(corner), -height - dot(n, corner));
+  }
+  touching.keep(kMostConvexPoints, nW);
+  for (int k = 0; k < touching.count; ++k)
+    write(touching.points[k], planeFirst ? -nW : nW, o1, o2, points[k]);
+  return touching.count;
 }
 
 int completeCylinderOnPlane(dGeomID o1, dGeomID o2, dContactGeom* points, int count) {

@@ -36,6 +36,7 @@ void copyGeomRecord(dGeomID source, dGeomID target) {
   to.localBodyIdx = from.localBodyIdx;
   to.shapeIdx = from.shapeIdx;
   to.materialName = from.materialName;
+  to.meshShape = from.meshShape;
   dGeomSetCategoryBits(target, dGeomGetCategoryBits(source));
   dGeomSetCollideBits(target, dGeomGetCollideBits(source));
   to.enabled = from.enabled;

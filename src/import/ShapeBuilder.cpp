@@ -141,6 +141,7 @@ void ShapeBuilder::addCollision(const LinkRecord& link, const ShapeRecord& shape
       collision.posOffset = pose.position;
       collision.rotOffset = pose.rotation;
     } else {
+      if (mesh.isHull) collision.shape = Shape::HULL;
       collision.meshFileName = mesh.parts.front().file;
     }
     entry.became = meshText(mesh);

@@ -56,7 +56,8 @@ VisObject::VisObject(Shape::Type shapeType, const std::vector<double>& sizes,
       meshFileName(meshFile),
       name(objectName),
       material(materialName) {
-  if (shape == Shape::MESH && meshFileName.empty()) MSG_FATAL("Provide a valid mesh file name");
+  if ((shape == Shape::MESH || shape == Shape::HULL) && meshFileName.empty())
+    MSG_FATAL("Provide a valid mesh file name");
 }
 
 const std::string& CollisionDefinition::getMaterial() const {

@@ -7,6 +7,8 @@
 #include <zelvik/object/Mesh.hpp>
 #include <zelvik/zlv_message_logger.hpp>
 
+#include "object/MeshArrays.hpp"
+
 namespace zelvik {
 
 namespace {
@@ -133,17 +135,7 @@ bool Mesh::loadObj(const std::string& fileName, std::vector<float>& vertices,
 }
 
 void Mesh::dropUnusedVertices(std::vector<float>& vertices, std::vector<unsigned int>& indices) {
-  // First mark the used vertices, then turn the marks into new numbers while packing.
-  std::vector<unsigned int> newIndex(vertices.size() / 3, 0);
-  for (unsigned int index : indices) newIndex[index] = 1;
-  size_t count = 0;
-  for (size_t old = 0; old < newIndex.size(); ++old) {
-    if (newIndex[old] == 0) continue;
-    for (size_t i = 0; i < 3; ++i) vertices[3 * count + i] = vertices[3 * old + i];
-    newIndex[old] = static_cast<unsigned int>(count++);
-  }
-  vertices.resize(3 * count);
-  for (unsigned int& index : indices) index = newIndex[index];
+  dropUnusedCorners(vertices, indices);
 }
 
 }  // namespace zelvik

@@ -6,6 +6,7 @@
 #include <zelvik/object/HeightMap.hpp>
 
 #include "collision/ContactPoints.hpp"
+#include "collision/ConvexShape.hpp"
 #include "collision/OdeGuard.hpp"
 
 namespace zelvik {
@@ -45,9 +46,18 @@ int collideByOde(dGeomID o1, dGeomID o2, dContactGeom* points) {
   return collideGuarded(o1, o2, kMaxPointsPerPair, points, sizeof(dContactGeom));
 }
 
-/// Raw points of a pair with a mesh or height field.
+/// Whether points are found on the hull itself; on meshes and height fields it is a mesh.
+bool isHullOnConvex(dGeomID o1, dGeomID o2, GeomClass c1, GeomClass c2) {
+  const bool isHull1 = hullOf(o1) != nullptr, isHull2 = hullOf(o2) != nullptr;
+  return (isHull1 && (isHull2 || !needsCare(c2))) || (isHull2 && !needsCare(c1));
+}
+
+/// Raw points of a pair with a mesh, hull or height field.
 int collideWithCare(dGeomID o1, dGeomID o2, GeomClass c1, GeomClass c2,
                     const std::vector<Object*>& objects, dContactGeom* points) {
+  if (isHullOnConvex(o1, o2, c1, c2))
+    return c1 == dPlaneClass || c2 == dPlaneClass ? findPointsOnPlane(o1, o2, points)
+                                                  : findContactPoints(o1, o2, points);
   if (c1 == dTriMeshClass && c2 == dTriMeshClass && !haveTrees(o1, o2)) return 0;
   const bool fieldFirst = c1 == dHeightfieldClass;
   if (!fieldFirst && c2 != dHeightfieldClass) {

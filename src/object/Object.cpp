@@ -9,8 +9,8 @@ namespace {
 
 /// Names in the order of `ObjectType`.
 constexpr const char* kTypeNames[] = {
-    "sphere",   "box",       "cylinder",          "cone",        "capsule", "mesh", "ground",
-    "compound", "heightmap", "articulatedSystem", "unrecognized"};
+    "sphere",   "box",       "cylinder",          "cone",         "capsule", "mesh", "ground",
+    "compound", "heightmap", "articulatedSystem", "unrecognized", "hull"};
 
 /// Contacts per object that an ordinary step does without growing the list.
 constexpr size_t kReservedContacts = 10;
@@ -19,11 +19,11 @@ constexpr size_t kReservedContacts = 10;
 
 std::string objectTypeToString(ObjectType type) {
   const int value = static_cast<int>(type);
-  return value >= SPHERE && value <= UNRECOGNIZED ? kTypeNames[value] : "";
+  return value >= SPHERE && value <= HULL ? kTypeNames[value] : "";
 }
 
 ObjectType stringToObjectType(const std::string& name) {
-  for (int value = SPHERE; value < UNRECOGNIZED; ++value)
+  for (int value = SPHERE; value <= HULL; ++value)
     if (name == kTypeNames[value]) return static_cast<ObjectType>(value);
   return UNRECOGNIZED;
 }

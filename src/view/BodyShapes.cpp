@@ -172,6 +172,14 @@ std::vector<Shape> meshShapes(const Mesh& mesh, Recording& recording) {
   return {meshShape(addMesh({mesh.getVertices(), mesh.getIndices()}, recording))};
 }
 
+std::vector<Shape> hullShapes(const ConvexHull& hull, Recording& recording) {
+  if (hull.getTriangles().empty()) return {};
+  MeshData mesh;
+  for (const double value : hull.getCorners()) mesh.positions.push_back(rounded(value));
+  mesh.indices = hull.getTriangles();
+  return {meshShape(addMesh(std::move(mesh), recording))};
+}
+
 std::vector<Shape> heightMapShapes(const HeightMap& map, Recording& recording) {
   if (map.getHeightMap().size() != map.getXSamples() * map.getYSamples() || map.getXSamples() < 2)
     return {};  // a map that was refused
@@ -202,6 +210,8 @@ std::vector<Shape> singleBodyShapes(const SingleBodyObject& object, Recording& r
       return compoundShapes(static_cast<const Compound&>(object));
     case MESH:
       return meshShapes(static_cast<const Mesh&>(object), recording);
+    case HULL:
+      return hullShapes(static_cast<const ConvexHull&>(object), recording);
     case HEIGHTMAP:
       return heightMapShapes(static_cast<const HeightMap&>(object), recording);
     default:
@@ -220,10 +230,10 @@ void appendSingleBody(const SingleBodyObject& object, Body body, Recording& reco
 // ---- robots ------------------------------------------------------------------------------------
 
 Shape shapeOf(const VisObject& vis, bool visual) {
-  static constexpr ShapeKind kinds[] = {ShapeKind::BOX, ShapeKind::CYLINDER, ShapeKind::SPHERE,
-                                        ShapeKind::MESH, ShapeKind::CAPSULE};
-  Shape shape = makeShape(kinds[vis.shape],
-                          vis.shape == zelvik::Shape::MESH ? std::vector<double>() : vis.size);
+  static constexpr ShapeKind kinds[] = {ShapeKind::BOX,  ShapeKind::CYLINDER, ShapeKind::SPHERE,
+                                        ShapeKind::MESH, ShapeKind::CAPSULE,  ShapeKind::MESH};
+  const ShapeKind kind = kinds[vis.shape];
+  Shape shape = makeShape(kind, kind == ShapeKind::MESH ? std::vector<double>() : vis.size);
   shape.positionB = vis.offset;
   rotMatToQuat(vis.rot, shape.quaternionB);
   shape.scale = vis.scale;
@@ -246,7 +256,7 @@ std::size_t sizeCount(ShapeKind kind) {
 void appendShapes(const std::vector<VisObject>& list, bool visual, const std::string& directory,
                   std::size_t firstBody, Recording& recording) {
   for (const VisObject& vis : list) {
-    if (vis.shape < zelvik::Shape::BOX || vis.shape > zelvik::Shape::CAPSULE) continue;
+    if (vis.shape < zelvik::Shape::BOX || vis.shape > zelvik::Shape::HULL) continue;
     Shape shape = shapeOf(vis, visual);
     if (shape.kind == ShapeKind::MESH) {
       shape.mesh = meshFromFile(directory + "/" + vis.meshFileName, visual, recording);

@@ -108,6 +108,13 @@ Mesh* World::addMesh(const Mesh* source, const std::string& material, unsigned l
                  material.empty() ? source->getMaterial() : material, group, mask);
 }
 
+ConvexHull* World::addConvexHull(const std::vector<double>& corners,
+                                 const std::vector<unsigned int>& triangles, double mass,
+                                 const std::string& material, unsigned long group,
+                                 unsigned long mask) {
+  return addWithGeom<ConvexHull>(material, group, mask, corners, triangles, mass);
+}
+
 HeightMap* World::addHeightMap(unsigned long xSamples, unsigned long ySamples, double xSize,
                                double ySize, double centerX, double centerY,
                                const std::vector<double>& heights, const std::string& material,

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <charconv>
 #include <utility>
 #include <zelvik/rotation.hpp>
 #include <zelvik/zlv_message_logger.hpp>
@@ -37,6 +38,23 @@ void writeMesh(const Mesh& mesh, Writer& element) {
   element.element_->SetAttribute("fileName", mesh.getFileName().c_str());
   writeScalar(element, "scale", mesh.getScale());
   element.setAttribute("com", mesh.getComOffset());  // here, to stand before the collision bits
+}
+
+/// All digits: corners that are rounded do not lie in their planes.
+template <typename Number>
+void writeNumbers(Writer& element, const char* name, const std::vector<Number>& values) {
+  std::string text;
+  char digits[32];
+  for (const Number value : values) {
+    if (!text.empty()) text += ' ';
+    text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+  }
+  element.element_->SetAttribute(name, text.c_str());
+}
+
+void writeHull(const ConvexHull& hull, Writer& dim) {
+  writeNumbers(dim, "corners", hull.getCorners());
+  writeNumbers(dim, "triangles", hull.getTriangles());
 }
 
 void writeHeightMap(const HeightMap& map, Writer& dim) {
@@ -137,6 +155,9 @@ bool writeShape(const Object& object, Files& files, const std::string& name, Wri
       return false;
     case MESH:
       writeMesh(static_cast<const Mesh&>(object), element);
+      break;
+    case HULL:
+      writeHull(static_cast<const ConvexHull&>(object), dim);
       break;
     case GROUND:
       writeScalar(dim, "height", static_cast<const Ground&>(object).getHeight());

@@ -26,8 +26,9 @@ struct ObjectDescription {
   std::string material = "default";
 };
 
+/// Solids, of which mass data follow from the shape.
 inline bool isPrimitive(ObjectType type) {
-  return type == SPHERE || type == BOX || type == CYLINDER || type == CAPSULE;
+  return type == SPHERE || type == BOX || type == CYLINDER || type == CAPSULE || type == HULL;
 }
 /// Whether objects of this type have mass, inertia, body type and a state of one body.
 inline bool isMovableBody(ObjectType type) {

@@ -54,6 +54,22 @@ bool addMesh(World& world, const Element& element, const ObjectDescription& d, O
   return true;
 }
 
+bool addHull(World& world, const Element& element, const ObjectDescription& d, Object*& object) {
+  const Element dim = element.getFirstChildMust("dim");
+  VecDyn corners, numbers;
+  if (!(dim.readMust("corners", corners) && dim.readMust("triangles", numbers))) return false;
+  std::vector<unsigned int> triangles;
+  triangles.reserve(numbers.n);
+  for (size_t k = 0; k < numbers.n; ++k) {
+    // What is no index becomes one that is out of range.
+    const bool isIndex = numbers[k] >= 0.0 && numbers[k] < 1e9;
+    triangles.push_back(isIndex ? static_cast<unsigned int>(numbers[k]) : ~0u);
+  }
+  object = world.addConvexHull({corners.v, corners.v + corners.n}, triangles, d.mass, d.material,
+                               d.group, d.mask);
+  return true;
+}
+
 bool addGround(World& world, const Element& element, const ObjectDescription& d, Object*& object) {
   double height = 0.0;
   element.getAttributeIfExists("height", height);
@@ -117,6 +133,8 @@ bool addObject(World& world, const Element& element, const ObjectDescription& de
       return false;
     case MESH:
       return addMesh(world, element, description, object);
+    case HULL:
+      return addHull(world, element, description, object);
     case GROUND:
       return addGround(world, element, description, object);
     case COMPOUND:

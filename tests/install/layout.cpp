@@ -39,6 +39,7 @@ int main() {
   PRINT(Compound);
   PRINT(Compound::CompoundObjectChild);
   PRINT(Mesh);
+  PRINT(ConvexHull);
   PRINT(HeightMap);
   PRINT(TerrainProperties);
   PRINT(ArticulatedSystem);

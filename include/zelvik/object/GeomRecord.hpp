@@ -5,6 +5,7 @@
 #include <ode/ode.h>
 
 #include <cmath>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -12,6 +13,8 @@
 #include <zelvik/math.hpp>
 
 namespace zelvik {
+
+struct MeshShape;
 
 /// What every geom of a world carries beside what ODE keeps of it. ODE's user data pointer
 /// leads to it, from `attachGeomRecord` to `destroyGeom`. Group and mask are ODE's category and
@@ -29,6 +32,8 @@ struct GeomRecord {
   /// belong to the owner.
   const float* vertices = nullptr;
   size_t vertexCount = 0;  ///< of `vertices`
+  /// Of a triangle mesh, which a hull is to ODE: what contacts are found on. Null for others.
+  std::shared_ptr<const MeshShape> meshShape;
 };
 
 /// Gives a fresh record to a geom; called by whoever creates the geom, before it enters a space.

@@ -14,7 +14,8 @@ namespace zelvik {
 ///
 /// The surface has a front side only for spheres, capsules and cylinders: vertices turn
 /// counter-clockwise seen from outside, and a body inside a closed mesh has no contact. A mesh of a
-/// single triangle has no contacts with other meshes.
+/// single triangle has no contacts with other meshes. A mesh that happens to be convex stays a
+/// mesh: a `ConvexHull` of the same triangles has the better contacts.
 class ZELVIK_API Mesh : public SingleBodyObject {
  public:
   /// Reads an OBJ file. Mass, inertia and centre of mass are those of the scaled mesh.
@@ -68,7 +69,6 @@ class ZELVIK_API Mesh : public SingleBodyObject {
 
   void createGeom(dSpaceID space);
   void _init(dSpaceID space, double mass, const Mat<3, 3>& inertia, const Mat<3, 1>& com);
-  bool hasUsableTriangles() const;
 
   // ODE keeps pointers into both arrays: they neither move nor change while the geom lives.
   std::vector<unsigned int> meshIndices_;

@@ -30,7 +30,8 @@ enum ObjectType {
   COMPOUND = 7,
   HEIGHTMAP = 8,
   ARTICULATED_SYSTEM = 9,
-  UNRECOGNIZED = 10
+  UNRECOGNIZED = 10,
+  HULL = 11  ///< `ConvexHull`
 };
 
 /// Name of a type as world files spell it ("sphere", ..., "articulatedSystem", "unrecognized");

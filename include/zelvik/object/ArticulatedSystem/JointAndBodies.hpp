@@ -32,7 +32,8 @@ struct Shape {
     CYLINDER = 1,  ///< radius, length
     SPHERE = 2,    ///< radius
     MESH = 3,      ///< nothing is read
-    CAPSULE = 4    ///< radius, length of the cylinder part
+    CAPSULE = 4,   ///< radius, length of the cylinder part
+    HULL = 5       ///< nothing is read: a mesh that is convex, see `ConvexHull`
   };
 };
 #pragma GCC diagnostic pop
@@ -189,8 +190,9 @@ class ZELVIK_API Child : public JointAndBody {
 
   /// Creates the geoms of the subtree, outside of any space, and a `VisObject` beside each. Mesh
   /// data and its arrays must outlive the geoms. Fatal for a mesh that is no obj file,
-  /// has no whole number of vertices, or cannot be read, and for sizes that are missing, negative
-  /// or not finite; such a shape gets no geom.
+  /// has no whole number of vertices, or cannot be read, for one that is no convex hull though its
+  /// shape is `HULL`, and for sizes that are missing, negative or not finite; such a shape gets no
+  /// geom.
   void initCollisionBodies(std::vector<CollisionDefinition>& collisionBodies,
                            std::vector<VisObject>& visColObjects,
                            std::vector<dTriMeshDataID>& meshData,
