@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the zelvik authors
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The scenes in zelvik itself. Settings: broad=auto|hash|simple|sap|quadtree, warm=0|1, threshold,
-// iterations, erp, layer (m), scheme=trapezoid|semi|explicit|rk4.
+// The scenes in zelvik itself. Settings: broad=auto|hash|simple|sap|quadtree, warm=0|1, ledger=0|1,
+// threshold, iterations, erp, layer (m), scheme=trapezoid|semi|explicit|rk4.
 
 #include "engines/Engine.hpp"
 #include "scenes/WorldBuilder.hpp"
@@ -44,6 +44,7 @@ class ZelvikEngine : public Engine {
         1.0, 1.0, 1.0, static_cast<int>(setting.number("iterations", solver.getMaxIterations())),
         setting.number("threshold", solver.getThreshold()));
     world_.setWarmStart(setting.number("warm", 0.0) != 0.0);
+    world_.setLedger(setting.number("ledger", 0.0) != 0.0);
     world_.setContactSurfaceLayer(setting.number("layer", 0.0));
     const ArticulatedSystem::IntegrationScheme chosen = scheme(setting);
     if (built_.robot != nullptr) built_.robot->setIntegrationScheme(chosen);

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 #include <zelvik/EigenArguments.hpp>
+#include <zelvik/Ledger.hpp>
 #include <zelvik/Materials.hpp>
 #include <zelvik/RayHit.hpp>
 #include <zelvik/State.hpp>
@@ -35,6 +36,7 @@ class CollisionSpace;
 class ImpulseMemory;
 class StateArchive;
 class StepContacts;
+class StepLedger;
 
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
 /// material table.
@@ -364,6 +366,16 @@ class ZELVIK_API World {
   /// @param dir put in front of `fileName` as it stands: has to end with a slash
   void exportToXml(const std::string& dir, const std::string& fileName) const;
 
+  // ---- the books ----
+
+  /// Keeps books of energy and momentum in each step from now on; off at first. The motion is the
+  /// same to the bit.
+  void setLedger(bool on);
+  /// The books of the last step, rewritten by the next one; zeros before the first one and while
+  /// `setLedger` is off. What a caller changes between steps shows as the difference between what
+  /// one step ends with and the next begins with.
+  const Ledger& getLedger() const;
+
   // ---- queries ----
 
   /// The first object of that name, or null.
@@ -453,6 +465,7 @@ class ZELVIK_API World {
   MaterialManager materialManager_;
   std::unique_ptr<CollisionSpace> collision_;  ///< geoms, raw points, rays
   std::unique_ptr<StepContacts> contacts_;     ///< records and problems of the step
+  std::unique_ptr<StepLedger> ledger_;         ///< null without: no state, since no step reads it
   contact::BisectionContactSolver solver_;
   std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
   bool warmStart_ = false;

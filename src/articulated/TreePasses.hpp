@@ -10,6 +10,14 @@
 
 namespace zelvik {
 
+/// How a tree as a whole moves (world axes), rotors left out.
+struct TreeMotion {
+  Vec3 massMoment;  ///< mass times centre of mass (kg m)
+  Vec3 momentum;    ///< (N s)
+  Vec3 spin;        ///< angular momentum about the origin of the world (N m s)
+  double kinetic;   ///< (J)
+};
+
 /// The passes over the bodies of an articulated system, four bodies at a time.
 ///
 /// Bodies of equal depth do not depend on each other. They are taken in quads of up to four, one
@@ -35,6 +43,8 @@ class TreePasses {
   void computeMassRows(double* rows);
   /// Velocities of all bodies, and h. @param gv velocities
   void computeNonlinearities(const Vec3& gravity, const double* gv, VecDyn& h);
+  /// Sums over all bodies, at the poses of the last `updateKinematics`. @param gv velocities
+  TreeMotion computeMotion(const double* gv);
   /// Inertias and composite bodies of the last `computeMassRows` to the arrays of the system.
   void writeCompositeBodies(std::vector<Mat33>& inertia, std::vector<Mat33>& compositeInertia,
                             std::vector<Vec3>& moment, std::vector<Vec3>& com) const;
@@ -88,6 +98,12 @@ class TreePasses {
     size_t width;
   };
 
+  /// Sums of `TreeMotion`, of the bodies of each lane; `work` is twice the kinetic energy.
+  struct MotionSums {
+    Lanes3 moment, momentum, spin;
+    Lanes work;
+  };
+
   void sortIntoQuads();
   Quad makeQuad(const size_t* bodies, size_t count);
   Places placesOf(const size_t* bodies, size_t count) const;
@@ -116,6 +132,8 @@ class TreePasses {
   void propagateVelocities(const Quad& quad, const double* gv, Bodies& bodies);
   static void computeWrench(Bodies& bodies);
   void projectWrenches(VecDyn& h) const;
+  void moveQuad(const Quad& quad, const double* gv, Bodies& bodies) const;
+  static void addMotion(const Bodies& bodies, MotionSums& sums);
 
   const TreeDescription& tree_;
   BodyKinematics& kinematics_;

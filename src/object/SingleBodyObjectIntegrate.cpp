@@ -88,22 +88,26 @@ void SingleBodyObject::computeFreeAngularVelocity(double dt) {
 
 /// Drag by the midpoint rule: m (v' - v) = -c dt (v + v') / 2.
 void SingleBodyObject::applyDamping(double dt) {
-  if (linearDamping_ > 0.0) {
-    const double k = linearDamping_ * dt / (mass_ + 0.5 * dt * linearDamping_);
-    linVelFree_ -= k * linVel_;
+  if (linearDamping_ > 0.0) linVelFree_ -= dragShare(dt) * linVel_;
+  if (angularDamping_[0] > 0.0) angVelFree_ -= angularDragLoss(dt);
+}
+
+/// The share of its velocity that a body loses to drag.
+double SingleBodyObject::dragShare(double dt) const {
+  return linearDamping_ * dt / (mass_ + 0.5 * dt * linearDamping_);
+}
+
+/// The angular velocity that a body loses: (I + dt/2 diag(c)) dw = dt c wb, in body axes.
+Vec3 SingleBodyObject::angularDragLoss(double dt) const {
+  const Vec3 wb = transposeMul(rot_, angVel_);
+  Mat33 damped = bodyInertia_, inverse;
+  Vec3 T;
+  for (int i = 0; i < 3; ++i) {
+    damped(i, i) += 0.5 * dt * angularDamping_[i];
+    T[i] = dt * angularDamping_[i] * wb[i];
   }
-  if (angularDamping_[0] > 0.0) {
-    // (I + dt/2 diag(c)) dw = -dt c wb, in body axes
-    const Vec3 wb = transposeMul(rot_, angVel_);
-    Mat33 damped = bodyInertia_, inverse;
-    Vec3 T;
-    for (int i = 0; i < 3; ++i) {
-      damped(i, i) += 0.5 * dt * angularDamping_[i];
-      T[i] = dt * angularDamping_[i] * wb[i];
-    }
-    cholInv(damped, inverse);
-    angVelFree_ -= rot_ * (inverse * T);
-  }
+  cholInv(damped, inverse);
+  return rot_ * (inverse * T);
 }
 
 void SingleBodyObject::integrate(double dt, const Mat<3, 1>&) {

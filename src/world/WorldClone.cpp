@@ -6,6 +6,7 @@
 #include "solver/ImpulseMemory.hpp"
 #include "world/CollisionSpace.hpp"
 #include "world/ObjectGeoms.hpp"
+#include "world/StepLedger.hpp"
 
 namespace zelvik {
 
@@ -26,6 +27,7 @@ void World::copyParameters(const World& other) {
   timeStep_ = other.timeStep_;
   solver_.copyParameters(other.solver_);
   if (other.warmStart_) setWarmStart(true);
+  setLedger(other.ledger_ != nullptr);
   if (other.getBroadPhase() != getBroadPhase()) setBroadPhase(other.getBroadPhase());
   materialManager_ = other.materialManager_;
   configFile_ = other.configFile_;

@@ -7,6 +7,7 @@
 #include "solver/ImpulseMemory.hpp"
 #include "world/CollisionSpace.hpp"
 #include "world/StepContacts.hpp"
+#include "world/StepLedger.hpp"
 
 // One step, as a sequence of loops over the objects in list order.
 
@@ -60,6 +61,7 @@ void World::integrate2() {
   ++stepCount_;
   worldTime_ += timeStep_;
   solvedTimeStep_ = timeStep_;
+  if (ledger_ != nullptr) ledger_->open(gravity_);
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC)
@@ -79,10 +81,12 @@ void World::integrate2() {
     if (solver_.getImmovable().body != nullptr) warnOfImmovable();
   }
   ZELVIK_STAGE_DONE("solve");
+  if (ledger_ != nullptr) ledger_->bookForces(gravity_, timeStep_);
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC) object->integrate(timeStep_, gravity_);
   ZELVIK_STAGE_DONE("integration, kinematics");
+  if (ledger_ != nullptr) ledger_->close(gravity_, timeStep_);
 }
 
 /// A second call does nothing.

@@ -16,6 +16,10 @@
 
 namespace zelvik {
 
+class StepLedger;
+struct LedgerBalance;
+struct LedgerDraft;
+
 /// How a single body integrates the term w x (I w) of Euler's equation.
 enum GyroscopicMode {
   IMPLICIT_GYROSCOPIC_BODY = 0,  ///< one Newton step in body axes; torque added apart (default)
@@ -341,6 +345,14 @@ class ZELVIK_API SingleBodyObject : public Object {
   void computeFreeVelocities(const Mat<3, 1>& gravity, double dt);
   void computeFreeAngularVelocity(double dt);
   void applyDamping(double dt);
+  double dragShare(double dt) const;
+  Vec3 angularDragLoss(double dt) const;
+  // The books of a step, see `Ledger`: before it, between solve and motion, after it.
+  friend class StepLedger;
+  void takeBalance(const Mat<3, 1>& gravity, LedgerBalance& balance) const;
+  void openAccount(const Mat<3, 1>& gravity, LedgerDraft& draft) const;
+  void bookForces(double dt, LedgerDraft& draft) const;
+  void closeAccount(const Mat<3, 1>& gravity, double dt, LedgerDraft& draft) const;
   void resizeBlockRows(size_t count);
   void takeSpareMemory(DelassusRow& row);
   void computeImpactVelocities();

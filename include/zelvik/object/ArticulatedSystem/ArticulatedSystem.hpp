@@ -29,6 +29,9 @@ namespace urdf {
 class LoadFromURDF2;
 }
 class TreePasses;
+class StepLedger;
+struct LedgerBalance;
+struct LedgerDraft;
 
 /// Choices at construction.
 struct ArticulatedSystemOption {
@@ -742,6 +745,18 @@ class ZELVIK_API ArticulatedSystem : public Object {
   void integrateRungeKutta(const Mat<3, 1>& gravity, double dt);
   void setStage(const VecDyn& rate, double h, const VecDyn& velocity, VecDyn& coordinates);
 
+  // The books of a step, see `Ledger`: before it, between solve and motion, after it.
+  friend class StepLedger;
+  Vec3 takeBalance(const Mat<3, 1>& gravity, LedgerBalance& balance) const;
+  double springEnergy() const;
+  void openAccount(const Mat<3, 1>& gravity, LedgerDraft& draft) const;
+  void bookForces(const Mat<3, 1>& gravity, double dt, LedgerDraft& draft);
+  void bookJointForces(double dt, LedgerDraft& draft) const;
+  void bookOutsideForces(double dt, LedgerDraft& draft) const;
+  double bookContacts(LedgerDraft& draft) const;
+  double workOfConstraints();
+  void closeAccount(const Mat<3, 1>& gravity, LedgerDraft& draft) const;
+
   contact::Single3DContactProblem& appendLimitProblem(size_t bodyIdx, double depth,
                                                       contact::ContactProblemList& problems);
   void appendAxisLimit(size_t bodyIdx, contact::ContactProblemList& problems);
@@ -838,6 +853,7 @@ class ZELVIK_API ArticulatedSystem : public Object {
   VecDyn gcRate_;                              ///< velocity that moves the coordinates
   VecDyn positionError_;                       ///< of the PD law
   VecDyn externalForceGeneralized_;            ///< sum of J^T f
+  VecDyn meanVelocity_;  ///< of a step, for the books; has a size once there are any
   VecDyn rkGc0_, rkGc2_, rkGc3_, rkGc4_;
   VecDyn rkVel1_, rkVel2_, rkVel3_, rkVel4_;
   VecDyn rkDelta1_, rkDelta2_, rkDelta3_, rkDelta4_;
