@@ -45,7 +45,7 @@ HEADERS = {
         for name in ("ArticulatedSystem", "JointParameters", "RobotContacts", "TreeDescription")
     ],
     "solver": ["contact/BisectionContactSolver.hpp"],
-    "world": ["World.hpp", "RayHit.hpp"],
+    "world": ["World.hpp", "RayHit.hpp", "ContactReport.hpp", "Watch.hpp"],
 }
 FOLDERS = {"contact": "contact", "object": "object", "view": "view", "model": "import", "rl": "rl"}
 ROOM_OF_HEADER = {name: room for room, names in HEADERS.items() for name in names}

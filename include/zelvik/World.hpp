@@ -8,11 +8,13 @@
 #include <string>
 #include <unordered_map>
 #include <vector>
+#include <zelvik/ContactReport.hpp>
 #include <zelvik/EigenArguments.hpp>
 #include <zelvik/Ledger.hpp>
 #include <zelvik/Materials.hpp>
 #include <zelvik/RayHit.hpp>
 #include <zelvik/State.hpp>
+#include <zelvik/Watch.hpp>
 #include <zelvik/contact/BisectionContactSolver.hpp>
 #include <zelvik/export.hpp>
 #include <zelvik/math.hpp>
@@ -33,10 +35,12 @@
 namespace zelvik {
 
 class CollisionSpace;
+class ContactHistory;
 class ImpulseMemory;
 class StateArchive;
 class StepContacts;
 class StepLedger;
+class StepWatch;
 
 /// A simulation: owns every object, every wire, the collision space, the contact solver and the
 /// material table.
@@ -376,6 +380,32 @@ class ZELVIK_API World {
   /// one step ends with and the next begins with.
   const Ledger& getLedger() const;
 
+  /// Looks after each step whether something has gone wrong, until it has: then one warning tells
+  /// what, where, and what may be behind it, and `getWatchReport` keeps it. Called again it forgets
+  /// that and looks on. Switches the ledger on if `limits.energyGain` is finite.
+  void setWatch(const WatchLimits& limits = {});
+  /// No watch any more, and no report. The ledger stays as it is.
+  void clearWatch();
+  /// What the watch has found; null while it has not.
+  const WatchReport* getWatchReport() const;
+
+  // ---- contacts, for people ----
+
+  /// The contacts of the last step: who touches whom, forces, slip, what begins and ends. Made when
+  /// first asked for after a step, into memory that the world keeps: good until the next step,
+  /// `restoreState`, or removal of an object. `Touch::begins` and `ContactReport::getEnded` compare
+  /// with the report that was asked for before; ask after each step to have them by step. Between
+  /// the halves of a step it is the one that was made last.
+  const ContactReport& getContactReport() const;
+  /// Follows the contacts of every body in each step from now on; off at first.
+  void setContactHistory(bool on);
+  /// Begins an interval, as of a control step of several steps: sums and largest values of the
+  /// history are 0 again, its times go on.
+  void startContactHistory();
+  /// What contacts did to a body since `startContactHistory`; nothing while `setContactHistory` is
+  /// off. Adding and removing objects begins it anew for all.
+  const BodyContactHistory& getContactHistory(const Object& object, size_t body = 0) const;
+
   // ---- queries ----
 
   /// The first object of that name, or null.
@@ -465,7 +495,12 @@ class ZELVIK_API World {
   MaterialManager materialManager_;
   std::unique_ptr<CollisionSpace> collision_;  ///< geoms, raw points, rays
   std::unique_ptr<StepContacts> contacts_;     ///< records and problems of the step
-  std::unique_ptr<StepLedger> ledger_;         ///< null without: no state, since no step reads it
+  // No state, since no step reads them; null while nobody has asked.
+  std::unique_ptr<StepLedger> ledger_;                    ///< see `setLedger`
+  std::unique_ptr<StepWatch> watch_;                      ///< see `setWatch`
+  std::unique_ptr<ContactHistory> contactHistory_;        ///< see `setContactHistory`
+  mutable std::unique_ptr<ContactReport> contactReport_;  ///< see `getContactReport`
+  mutable bool isContactReportOld_ = true;                ///< whether a step was made since
   contact::BisectionContactSolver solver_;
   std::unique_ptr<ImpulseMemory> impulseMemory_;  ///< made by `setWarmStart`
   bool warmStart_ = false;

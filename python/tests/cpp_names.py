@@ -115,6 +115,11 @@ REASONS = {
         "hasForgottenContacts rejoin copyParameters".split(),
         _WORLD,
     ),
+    **dict.fromkeys(
+        "setLedger getLedger setWatch clearWatch getWatchReport getContactReport "
+        "setContactHistory startContactHistory getContactHistory".split(),
+        _LATER,
+    ),
     "MaterialManager::init": "reading of files",
     "generateTerrain": "the constructor's; `World.add_terrain` makes the map",
     "coordinateCount": "`Joint.coordinate_slice` tells it",
@@ -160,6 +165,9 @@ WHOLE = {
     "contact/Single3DContactProblem.hpp": "linear algebra: numpy",
     "DelassusRow": _SWEEP,
     "TreeDescription": "trees are `Link` records",
+    "ContactReport.hpp": _LATER,
+    "Ledger.hpp": _LATER,
+    "Watch.hpp": _LATER,
     "NotCopied.hpp": "memory of C++",
 }
 

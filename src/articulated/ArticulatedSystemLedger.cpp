@@ -4,6 +4,7 @@
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 
 #include "articulated/TreePasses.hpp"
+#include "core/Lanes.hpp"
 #include "object/LedgerDraft.hpp"
 
 // The books of one articulated system. A step solves, at the coordinates before it,
@@ -21,6 +22,25 @@ namespace zelvik {
 
 namespace {
 
+/// Sum over velocities, four at a time: `term` takes a function that reads a list there.
+template <typename Term>
+inline double sumOver(size_t count, Term&& term) {
+  Lanes lanes{};
+  size_t k = 0;
+  for (; k + kLanes <= count; k += kLanes)
+    lanes += term([k](const VecDyn& list) { return loadLanes(list.v + k); });
+  double sum = sumOfLanes(lanes);
+  for (; k < count; ++k) sum += term([k](const VecDyn& list) { return list[k]; });
+  return sum;
+}
+
+/// Jc u; of each column four values are read.
+inline Vec3 velocityOf(const SparseJacobian& Jc, const VecDyn& u) {
+  Lanes sum{};
+  for (size_t e = 0; e < Jc.size; ++e) sum += loadLanes(Jc.v.v + 3 * e) * u[Jc.idx[e]];
+  return {{sum[0], sum[1], sum[2]}};
+}
+
 /// f . J u
 double powerOf(const Vec3& f, const SparseJacobian& J, const VecDyn& u) {
   double power = 0.0;
@@ -36,8 +56,8 @@ double powerOf(const Vec3& f, const SparseJacobian& J, const VecDyn& u) {
 /// @return centre of mass
 Vec3 ArticulatedSystem::takeBalance(const Mat<3, 1>& gravity, LedgerBalance& balance) const {
   const TreeMotion motion = passes_->computeMotion(gv_.v);
-  double rotors = 0.0;
-  for (size_t k = 0; k < tree_.dof; ++k) rotors += joints_.rotorInertia[k] * (gv_[k] * gv_[k]);
+  const double rotors = sumOver(
+      tree_.dof, [this](auto at) { return at(joints_.rotorInertia) * (at(gv_) * at(gv_)); });
   balance.kinetic = motion.kinetic + 0.5 * rotors;
   balance.gravity = -dot(gravity, motion.massMoment);
   balance.springs = springEnergy();
@@ -65,8 +85,23 @@ double ArticulatedSystem::springEnergy() const {
   return energy;
 }
 
+/// A free base has M u at hand, the first six values of which are the momentum, about its origin.
 void ArticulatedSystem::openAccount(const Mat<3, 1>& gravity, LedgerDraft& draft) const {
-  draft.com = takeBalance(gravity, draft.account->before);
+  LedgerBalance& before = draft.account->before;
+  if (!tree_.isFloating()) {
+    draft.com = takeBalance(gravity, before);
+    return;
+  }
+  const double* p = generalizedMomentum_.v;
+  const Vec3 massMoment = passes_->massMoment();
+  before.kinetic =
+      0.5 * sumOver(tree_.dof, [this](auto at) { return at(generalizedMomentum_) * at(gv_); });
+  before.gravity = -dot(gravity, massMoment);
+  before.springs = springEnergy();
+  before.momentum = {{p[0], p[1], p[2]}};
+  before.spin = cross(kinematics_.positionW[0], before.momentum) + Vec3{{p[3], p[4], p[5]}};
+  const double mass = tree_.compositeMass[0];
+  draft.com = (mass > 0.0 ? 1.0 / mass : 0.0) * massMoment;
 }
 
 void ArticulatedSystem::bookForces(const Mat<3, 1>& gravity, double dt, LedgerDraft& draft) {
@@ -75,8 +110,8 @@ void ArticulatedSystem::bookForces(const Mat<3, 1>& gravity, double dt, LedgerDr
   draft.push(LedgerAccount::GRAVITY, draft.com, (dt * tree_.compositeMass[0]) * gravity);
   bookJointForces(dt, draft);
   bookOutsideForces(dt, draft);
-  draft.push(LedgerAccount::WIRES, {}, dt * draft.wireForce);
-  draft.of(LedgerAccount::WIRES).twist += dt * draft.wireMoment;
+  draft.of(LedgerAccount::WIRES).impulse = dt * draft.wireForce;
+  draft.of(LedgerAccount::WIRES).twist = dt * draft.wireMoment;
   if (integrationScheme_ == RUNGE_KUTTA_4)  // impulses act at once, before the first stage
     for (size_t k = 0; k < tree_.dof; ++k)
       meanVelocity_[k] = gv_[k] + 0.5 * (gvTemp_[k] - gvFree_[k]);
@@ -88,18 +123,15 @@ void ArticulatedSystem::bookForces(const Mat<3, 1>& gravity, double dt, LedgerDr
 }
 
 void ArticulatedSystem::bookJointForces(double dt, LedgerDraft& draft) const {
-  // Of a matrix-free step: D u' is on the left side, and with `RUNGE_KUTTA_4` in no force.
+  // D u' is on the left side; with `RUNGE_KUTTA_4` it stands in no force.
   const bool isImplicit = integrationScheme_ < RUNGE_KUTTA_4;
-  const auto damping = [&](size_t k) { return -dt * joints_.damping[k] * meanVelocity_[k]; };
-  const auto actuation = [&](size_t k) {
-    const double implicit = isImplicit ? dampedDiagonal_[k] * gvTemp_[k] : 0.0;
-    return dt * generalizedForce_[k] - implicit - damping(k);
+  const double implicit = isImplicit ? 1.0 : 0.0;
+  const auto all = [&](auto at) {
+    return dt * at(generalizedForce_) - implicit * (at(dampedDiagonal_) * at(gvTemp_));
   };
-  double active = 0.0, lost = 0.0;
-  for (size_t k = 0; k < tree_.dof; ++k) {
-    active += actuation(k) * meanVelocity_[k];
-    lost += damping(k) * meanVelocity_[k];
-  }
+  const auto damping = [&](auto at) { return -dt * at(joints_.damping) * at(meanVelocity_); };
+  const double lost = sumOver(tree_.dof, [&](auto at) { return damping(at) * at(meanVelocity_); });
+  double active = sumOver(tree_.dof, [&](auto at) { return all(at) * at(meanVelocity_); }) - lost;
   for (const JointSpring& spring : joints_.springs)
     for (size_t t = 0; isImplicit && t < tree_.dofOfBody[spring.bodyIdx]; ++t) {
       const double u = meanVelocity_[tree_.dofStart[spring.bodyIdx] + t];
@@ -109,11 +141,10 @@ void ArticulatedSystem::bookJointForces(double dt, LedgerDraft& draft) const {
   draft.of(LedgerAccount::DAMPING).work = lost;
   if (!tree_.isFloating()) return;
   Vec3 force, moment, drag, turn;
-  for (size_t i = 0; i < 3; ++i) {
-    force[i] = actuation(i);
-    moment[i] = actuation(3 + i);
-    drag[i] = damping(i);
-    turn[i] = damping(3 + i);
+  for (size_t k = 0; k < 6; ++k) {
+    const auto at = [k](const VecDyn& list) { return list[k]; };
+    (k < 3 ? drag : turn)[k % 3] = damping(at);
+    (k < 3 ? force : moment)[k % 3] = all(at) - damping(at);
   }
   draft.push(LedgerAccount::ACTUATION, kinematics_.positionW[0], force);
   draft.of(LedgerAccount::ACTUATION).twist += moment;
@@ -143,18 +174,21 @@ double ArticulatedSystem::bookContacts(LedgerDraft& draft) const {
   for (size_t i = 0; i < numContacts_; ++i) {
     const contact::Contact& c = perObjectContact_.contacts_[i];
     if (c.contactProblem_ == nullptr || c.skip_) continue;
-    const Vec3 impulse = c.objectA_ ? c.contactProblem_->imp_ : -c.contactProblem_->imp_;
-    const double normal =
-        powerOf({{0.0, 0.0, impulse[2]}}, contactFrameJacobians_[i], meanVelocity_);
-    const double tangential =
-        powerOf({{impulse[0], impulse[1], 0.0}}, contactFrameJacobians_[i], meanVelocity_);
-    draft.of(draft.normalCause(c)).work += normal;
-    draft.of(draft.tangentialCause(c)).work += tangential;
-    sum += normal + tangential;
+    const Vec3 impulse = (c.objectA_ ? 1.0 : -1.0) * c.contactProblem_->imp_;
+    const Vec3 velocity = velocityOf(contactFrameJacobians_[i], meanVelocity_);
+    LedgerEntry &normal = draft.of(draft.normalCause(c)),
+                &tangential = draft.of(draft.tangentialCause(c));
+    const double normalWork = impulse[2] * velocity[2], work = dot(impulse, velocity);
+    normal.work += normalWork;
+    tangential.work += work - normalWork;
+    sum += work;
     if (c.selfCollision_) continue;  // both sides are in it: no momentum
-    const Vec3 normalW = impulse[2] * row(c.frame_, 2);
-    draft.push(draft.normalCause(c), c.position_, normalW);
-    draft.push(draft.tangentialCause(c), c.position_, transposeMul(c.frame_, impulse) - normalW);
+    const Vec3 along = impulse[2] * row(c.frame_, 2);
+    const Vec3 across = transposeMul(c.frame_, impulse) - along;
+    normal.impulse += along;
+    normal.twist += cross(c.position_, along);
+    tangential.impulse += across;
+    tangential.twist += cross(c.position_, across);
   }
   return sum;
 }

@@ -45,6 +45,9 @@ class TreePasses {
   void computeNonlinearities(const Vec3& gravity, const double* gv, VecDyn& h);
   /// Sums over all bodies, at the poses of the last `updateKinematics`. @param gv velocities
   TreeMotion computeMotion(const double* gv);
+  /// Mass times centre of mass of a tree with a floating root, of the last `computeMassRows` (kg
+  /// m).
+  Vec3 massMoment() const { return getLane(bodies_[0].moment, 0); }
   /// Inertias and composite bodies of the last `computeMassRows` to the arrays of the system.
   void writeCompositeBodies(std::vector<Mat33>& inertia, std::vector<Mat33>& compositeInertia,
                             std::vector<Vec3>& moment, std::vector<Vec3>& com) const;

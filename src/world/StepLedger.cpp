@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "world/StepLedger.hpp"
 
+#include <algorithm>
 #include <zelvik/object/ArticulatedSystem/ArticulatedSystem.hpp>
 #include <zelvik/object/SingleBodyObject.hpp>
 
@@ -19,19 +20,18 @@ SingleBodyObject& body(Object& object) {
   return static_cast<SingleBodyObject&>(object);
 }
 
-void add(const LedgerBalance& from, LedgerBalance& to) {
-  to.kinetic += from.kinetic;
-  to.gravity += from.gravity;
-  to.springs += from.springs;
-  to.wires += from.wires;
-  to.momentum += from.momentum;
-  to.spin += from.spin;
+/// An account is a row of numbers, which makes sums of accounts short.
+constexpr size_t kNumbers = sizeof(LedgerAccount) / sizeof(double);
+static_assert(kNumbers == 2 * 10 + LedgerAccount::kCauses * 7);
+
+void clear(LedgerAccount& account) {
+  std::fill_n(reinterpret_cast<double*>(&account), kNumbers, 0.0);
 }
 
-void add(const LedgerEntry& from, LedgerEntry& to) {
-  to.work += from.work;
-  to.impulse += from.impulse;
-  to.twist += from.twist;
+void addNumbers(const LedgerAccount& from, LedgerAccount& to) {
+  const double* a = reinterpret_cast<const double*>(&from);
+  double* sum = reinterpret_cast<double*>(&to);
+  for (size_t i = 0; i < kNumbers; ++i) sum[i] += a[i];
 }
 
 /// What the entries before `last` leave of the change.
@@ -64,24 +64,29 @@ bool wouldAct(const LengthConstraint& wire, double stretch) {
 }  // namespace
 
 LedgerAccount& LedgerAccount::operator+=(const LedgerAccount& next) {
+  const LedgerBalance first = before;
+  addNumbers(next, *this);
+  before = first;
   after = next.after;
-  for (int i = 0; i < kCauses; ++i) add(next.entries[i], entries[i]);
   return *this;
 }
 
 void StepLedger::open(const Vec3& gravity) {
-  ledger_.objects.assign(objects_.size(), LedgerAccount{});
-  drafts_.assign(objects_.size(), LedgerDraft{});
+  ledger_.objects.resize(objects_.size());
+  drafts_.resize(objects_.size());
   for (size_t i = 0; i < objects_.size(); ++i) {
-    drafts_[i].account = &ledger_.objects[i];
+    if (drafts_[i].account != nullptr || isBooked(i)) clear(ledger_.objects[i]);
+    drafts_[i].account = nullptr;
     if (!isBooked(i)) continue;
+    drafts_[i] = {};
+    drafts_[i].account = &ledger_.objects[i];
     if (isRobot(*objects_[i]))
       robot(*objects_[i]).openAccount(gravity, drafts_[i]);
     else
       body(*objects_[i]).openAccount(gravity, drafts_[i]);
   }
-  ledger_.whole = {};
-  ledger_.whole.before.wires = wireEnergy(false);
+  clear(ledger_.whole);
+  wireEnergyBefore_ = wireEnergy(false);
 }
 
 /// As `CompliantLengthConstraint::applyTension` hands them on.
@@ -117,7 +122,7 @@ double StepLedger::wireEnergy(bool afterStep) const {
 void StepLedger::bookForces(const Vec3& gravity, double dt) {
   bookWireForces();
   for (size_t i = 0; i < objects_.size(); ++i) {
-    if (!isBooked(i)) continue;
+    if (drafts_[i].account == nullptr) continue;
     if (isRobot(*objects_[i]))
       robot(*objects_[i]).bookForces(gravity, dt, drafts_[i]);
     else
@@ -127,7 +132,7 @@ void StepLedger::bookForces(const Vec3& gravity, double dt) {
 
 void StepLedger::close(const Vec3& gravity, double dt) {
   for (size_t i = 0; i < objects_.size(); ++i) {
-    if (!isBooked(i)) continue;
+    if (drafts_[i].account == nullptr) continue;
     Object& object = *objects_[i];
     if (isRobot(object))
       robot(object).closeAccount(gravity, drafts_[i]);
@@ -153,13 +158,12 @@ void StepLedger::closeBalance(const LedgerDraft& draft, bool hasFixedBase) {
 /// The energy of compliant wires is in the whole: their work on objects is none on it.
 void StepLedger::sumUp() {
   LedgerAccount& whole = ledger_.whole;
-  for (size_t i = 0; i < objects_.size(); ++i) {
-    const LedgerAccount& account = ledger_.objects[i];
-    add(account.before, whole.before);
-    add(account.after, whole.after);
-    for (int k = 0; k < LedgerAccount::INTEGRATION; ++k) add(account.entries[k], whole.entries[k]);
-    whole[LedgerAccount::WIRES].work -= drafts_[i].compliantWork;
+  for (const LedgerDraft& draft : drafts_) {
+    if (draft.account == nullptr) continue;
+    addNumbers(*draft.account, whole);
+    whole[LedgerAccount::WIRES].work -= draft.compliantWork;
   }
+  whole.before.wires = wireEnergyBefore_;
   whole.after.wires = wireEnergy(true);
   whole[LedgerAccount::INTEGRATION] = remainderOf(whole, LedgerAccount::INTEGRATION);
 }

@@ -39,7 +39,8 @@ class StepLedger {
   const std::vector<Object*>& objects_;
   const std::vector<std::unique_ptr<CompliantLengthConstraint>>& wires_;
   Ledger ledger_;
-  std::vector<LedgerDraft> drafts_;  ///< by world index
+  std::vector<LedgerDraft> drafts_;  ///< by world index; without an account for who has none
+  double wireEnergyBefore_ = 0.0;    ///< (J)
 };
 
 }  // namespace zelvik

@@ -6,8 +6,10 @@
 
 #include "solver/ImpulseMemory.hpp"
 #include "world/CollisionSpace.hpp"
+#include "world/ContactHistory.hpp"
 #include "world/StepContacts.hpp"
 #include "world/StepLedger.hpp"
+#include "world/StepWatch.hpp"
 
 namespace zelvik {
 
@@ -106,22 +108,13 @@ void World::resetHistory() {
   betweenHalves_ = false;
   worldTime_ = 0.0;
   stepCount_ = 0;
+  isContactReportOld_ = true;
 }
 
 void World::setWarmStart(bool on) {
   warmStart_ = on;
   if (on && impulseMemory_ == nullptr) impulseMemory_ = std::make_unique<ImpulseMemory>();
   if (impulseMemory_ != nullptr) impulseMemory_->clear();
-}
-
-void World::setLedger(bool on) {
-  if (on != (ledger_ != nullptr))
-    ledger_ = on ? std::make_unique<StepLedger>(objectList_, compliantWire_) : nullptr;
-}
-
-const Ledger& World::getLedger() const {
-  static const Ledger none;
-  return ledger_ != nullptr ? ledger_->ledger() : none;
 }
 
 Object* World::getObject(const std::string& name) {

@@ -171,6 +171,7 @@ bool World::restoreState(const State& state) {
   }
 
   contacts_->clear();
+  isContactReportOld_ = true;
   for (Object* object : objectList_) {
     object->forgetContacts();
     object->clearPerObjectContact();

@@ -6,8 +6,10 @@
 #include "core/StageTimer.hpp"
 #include "solver/ImpulseMemory.hpp"
 #include "world/CollisionSpace.hpp"
+#include "world/ContactHistory.hpp"
 #include "world/StepContacts.hpp"
 #include "world/StepLedger.hpp"
+#include "world/StepWatch.hpp"
 
 // One step, as a sequence of loops over the objects in list order.
 
@@ -61,7 +63,9 @@ void World::integrate2() {
   ++stepCount_;
   worldTime_ += timeStep_;
   solvedTimeStep_ = timeStep_;
+  isContactReportOld_ = true;
   if (ledger_ != nullptr) ledger_->open(gravity_);
+  if (watch_ != nullptr) watch_->open(objectList_);
 
   for (Object* object : objectList_)
     if (object->getBodyType() != BodyType::STATIC)
@@ -87,6 +91,9 @@ void World::integrate2() {
     if (object->getBodyType() != BodyType::STATIC) object->integrate(timeStep_, gravity_);
   ZELVIK_STAGE_DONE("integration, kinematics");
   if (ledger_ != nullptr) ledger_->close(gravity_, timeStep_);
+  if (contactHistory_ != nullptr)
+    contactHistory_->append(objectList_, objectChangeCount_, timeStep_);
+  if (watch_ != nullptr) watch_->close(*this, !problems.empty());
 }
 
 /// A second call does nothing.
