@@ -54,12 +54,7 @@ double climb(double pull) {
     contacts = attract(*robot, pull);
     world.integrate2();
   }
-  double normal = 0.0;
-  for (const zelvik::contact::Contact& contact : robot->getContacts()) {
-    zelvik::Mat<3, 1> impulse;
-    contact.getImpulse(impulse);
-    normal += impulse[2] / world.getTimeStep();
-  }
+  const double normal = world.getContactReport().getForce(*robot)[2];
   const double slid = -robot->getGeneralizedCoordinate()[0];
   std::printf("%6.0f N   %8zu   %10.1f N   %8.3f m\n", pull, contacts, normal, slid);
   return slid;

@@ -32,14 +32,15 @@ struct ContactPoint {
   /// Shapes that touch, of sides 0 and 1: places in `ArticulatedSystem::getCollisionBodies` or
   /// `Compound::getChildren`, 0 for other objects.
   size_t shapes[2] = {0, 0};
-  ContactMotion motion = ContactMotion::OPEN;
+  ContactMotion motion = ContactMotion::OPEN;  ///< see `ContactMotion`
 };
 
 /// Two bodies that touch.
 struct Touch {
   const Object* objects[2] = {nullptr, nullptr};  ///< of sides 0 and 1
   size_t bodies[2] = {0, 0};                      ///< inside of the objects
-  size_t first = 0, count = 0;                    ///< points, in `ContactReport::points`
+  size_t first = 0;                               ///< of its points, in `ContactReport::getPoints`
+  size_t count = 0;                               ///< points
   bool begins = false;  ///< whether they did not touch in the report before
   Mat<3, 1> force{};    ///< on side 0; on side 1 the negative (N)
   Mat<3, 1> moment{};   ///< the same about the origin of the world (N m)
@@ -53,15 +54,15 @@ struct Touch {
 /// Two bodies that touched, by `Object::getIdInWorld` and their places inside of the objects: one
 /// of the objects may be gone.
 struct EndedTouch {
-  size_t objectIds[2] = {0, 0};
-  size_t bodies[2] = {0, 0};
+  size_t objectIds[2] = {0, 0};  ///< the smaller one first
+  size_t bodies[2] = {0, 0};     ///< inside of the objects
 };
 
 /// One side of contacts that are looked for: what is left as it is fits all.
 struct ContactFilter {
-  const Object* object = nullptr;
-  size_t body = kNone;   ///< inside of the object
-  std::string shape;     ///< name of a collision shape of a robot, or of one of its bodies
+  const Object* object = nullptr;  ///< null: any
+  size_t body = kNone;             ///< inside of the object
+  std::string shape;     ///< name of a robot's collision shape, link or body, or of an object
   std::string material;  ///< of the shape
 };
 
@@ -90,7 +91,8 @@ class ZELVIK_API ContactReport {
   Mat<3, 1> getForce(const Object& object) const;
   /// Force of all contacts on one body of it (N, world axes).
   Mat<3, 1> getForce(const Object& object, size_t body) const;
-  /// The same on what has this name: a collision shape of a robot, or a body. Zero if nothing has.
+  /// The same on what has this name: a collision shape of a robot ("foot/0"), all shapes of a link
+  /// ("foot", also where it was merged into its parent), or a body. Zero if nothing has.
   Mat<3, 1> getForce(const Object& object, const std::string& name) const;
   /// Name of a side of a touch: of the object, or of the body of a robot.
   static const std::string& getName(const Touch& touch, size_t side);

@@ -46,8 +46,9 @@ struct LedgerAccount {
   };
   static constexpr int kCauses = INTEGRATION + 1;  ///< number of causes
 
-  LedgerBalance before, after;
-  LedgerEntry entries[kCauses];
+  LedgerBalance before;          ///< the step
+  LedgerBalance after;           ///< the step
+  LedgerEntry entries[kCauses];  ///< by `Cause`
 
   ///@{
   /// What a cause has done.

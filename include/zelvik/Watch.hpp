@@ -25,19 +25,29 @@ struct WatchLimits {
 /// What a watch has found.
 struct ZELVIK_API WatchReport {
   /// Kind of finding.
-  enum Finding { NOT_FINITE, ENERGY, DEPTH, SPEED, UNSOLVED };
-  Finding finding = NOT_FINITE;
-  size_t step = 0;        ///< `World::getStepCount` after the step
-  double time = 0.0;      ///< `World::getWorldTime` after it (s)
-  double timeStep = 0.0;  ///< (s)
-  size_t object = kNone;  ///< place in the world's list; `kNone` for a finding of the solver
-  size_t body = kNone;    ///< inside of the object
-  std::string objectName, bodyName, jointName;  ///< empty where there is none
-  std::string quantity;                         ///< with its unit
-  double value = 0.0, limit = 0.0;              ///< of the quantity
+  enum Finding {
+    NOT_FINITE,  ///< a velocity or coordinate
+    ENERGY,      ///< from nowhere
+    DEPTH,       ///< of an overlap
+    SPEED,       ///< of a body or joint
+    UNSOLVED     ///< contacts, for many steps
+  };
+  Finding finding = NOT_FINITE;  ///< see `Finding`
+  size_t step = 0;               ///< `World::getStepCount` after the step
+  double time = 0.0;             ///< `World::getWorldTime` after it (s)
+  double timeStep = 0.0;         ///< (s)
+  size_t object = kNone;         ///< place in the world's list; `kNone` for a finding of the solver
+  size_t body = kNone;           ///< inside of the object
+  std::string objectName;        ///< empty without one, as are the next two
+  std::string bodyName;          ///< of a robot
+  std::string jointName;         ///< above that body
+  std::string quantity;          ///< with its unit
+  double value = 0.0;            ///< of the quantity
+  double limit = 0.0;            ///< of the quantity
   /// Of the object before the step: coordinates and velocities of a robot; position of the centre
   /// of mass, quaternion (w, x, y, z), linear and angular velocity of a body.
-  std::vector<double> lastCoordinates, lastVelocities;
+  std::vector<double> lastCoordinates;
+  std::vector<double> lastVelocities;  ///< see `lastCoordinates`
   std::vector<std::string>
       acted;  ///< contacts of the object in the step, and limits beyond which it is
   std::vector<std::string> causes;  ///< what may be behind it, the likeliest first

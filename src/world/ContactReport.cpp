@@ -51,6 +51,12 @@ ContactMotion motionOf(const contact::Single3DContactProblem& p) {
                                                               : ContactMotion::SLIP;
 }
 
+/// Whether a shape has a name, or is one of a link of that name: "foot/0" of "foot".
+bool isShapeOf(const std::string& shape, const std::string& name) {
+  return shape.compare(0, name.size(), name) == 0 &&
+         (shape.size() == name.size() || shape[name.size()] == '/');
+}
+
 const ArticulatedSystem* robotOf(const Touch& touch, size_t side) {
   const Object* object = touch.objects[side];
   return object->getObjectType() == ARTICULATED_SYSTEM
@@ -191,7 +197,7 @@ bool ContactReport::fits(const ContactFilter& filter, const Touch& touch, const 
                          size_t side) {
   if (filter.object != nullptr && filter.object != touch.objects[side]) return false;
   if (filter.body != kNone && filter.body != touch.bodies[side]) return false;
-  if (!filter.shape.empty() && filter.shape != getShapeName(touch, point, side) &&
+  if (!filter.shape.empty() && !isShapeOf(getShapeName(touch, point, side), filter.shape) &&
       filter.shape != getName(touch, side))
     return false;
   return filter.material.empty() || filter.material == getMaterial(touch, point, side);
@@ -234,7 +240,7 @@ Vec3 ContactReport::getForce(const Object& object, const std::string& name) cons
     for (size_t side = 0; side < 2; ++side) {
       if (touch.objects[side] != &object) continue;
       for (size_t i = touch.first; i < touch.first + touch.count; ++i)
-        if (name == getShapeName(touch, points_[i], side) || name == getName(touch, side))
+        if (isShapeOf(getShapeName(touch, points_[i], side), name) || name == getName(touch, side))
           sum += side == 0 ? points_[i].force : -points_[i].force;
     }
   return sum;
