@@ -27,11 +27,11 @@ def names_for(column: str) -> dict[str, Any]:
         return {"zelvik": zelvik, "np": np, "start": None}
     if column == "mujoco":
         mujoco = pytest.importorskip("mujoco")
-        spec = mujoco.MjSpec.from_file("a.urdf")
-        spec.body("trunk").add_freejoint()
-        spec.worldbody.add_geom(type=mujoco.mjtGeom.mjGEOM_PLANE, size=[5, 5, 0.1])
-        spec.compile()
-        Path("a.xml").write_text(spec.to_xml(), encoding="utf-8")
+        model = mujoco.MjSpec.from_file("a.urdf")
+        model.body("trunk").add_freejoint()
+        model.worldbody.add_geom(type=mujoco.mjtGeom.mjGEOM_PLANE, size=[5, 5, 0.1])
+        model.compile()
+        Path("a.xml").write_text(model.to_xml(), encoding="utf-8")
         return {"mujoco": mujoco, "np": np, "copy": copy}
     if column == "pybullet":
         return {"p": pytest.importorskip("pybullet")}
