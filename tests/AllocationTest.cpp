@@ -68,12 +68,15 @@ int posix_memalign(void** block, size_t alignment, size_t size) {
 namespace zelvik {
 namespace {
 
-/// Allocations of `steps` steps of the world.
-size_t countAllocations(World& world, int steps) {
+/// Allocations of `steps` steps of the world, each with a look at its contacts if `asks`.
+size_t countAllocations(World& world, int steps, bool asks = false) {
   counting = true;
   void* volatile probe = std::malloc(8);  // the counter counts
   const size_t offset = allocations;
-  for (int i = 0; i < steps; ++i) world.integrate();
+  for (int i = 0; i < steps; ++i) {
+    world.integrate();
+    if (asks) world.getContactReport();
+  }
   const size_t after = allocations;
   counting = false;
   std::free(probe);
@@ -84,10 +87,10 @@ size_t countAllocations(World& world, int steps) {
 /// Allocations of 400 steps, after some to warm up. Lists grow until each has met its longest, and
 /// when that is depends on rounding: what is still growing gets a few more turns. A step that
 /// allocates by habit does so in each of them.
-size_t allocationsOf(World& world) {
+size_t allocationsOf(World& world, bool asks = false) {
   for (int i = 0; i < 400; ++i) world.integrate();
-  size_t count = countAllocations(world, 400);
-  for (int turn = 0; turn < 12 && count > 0; ++turn) count = countAllocations(world, 400);
+  size_t count = countAllocations(world, 400, asks);
+  for (int turn = 0; turn < 12 && count > 0; ++turn) count = countAllocations(world, 400, asks);
   return count;
 }
 
@@ -95,6 +98,10 @@ TEST(Allocation, WarmedUpStepOfAStandingRobotHasNone) {
   scenes::StandingRobot scene(ZELVIK_MODEL_DIR "/quadruped.urdf");
   EXPECT_EQ(allocationsOf(scene.world), 0u);
   EXPECT_EQ(scene.groundContacts(), 4u);
+  scene.world.setLedger(true);
+  scene.world.setWatch();
+  scene.world.setContactHistory(true);
+  EXPECT_EQ(allocationsOf(scene.world, true), 0u) << "with reports";
 }
 
 TEST(Allocation, SavingAndRestoringAMomentHasNone) {

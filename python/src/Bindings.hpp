@@ -34,6 +34,7 @@ void bindWorld(nb::class_<WorldHandle>& world);
 void bindWorldObjects(nb::class_<WorldHandle>& world);
 void bindWorldQueries(nb::module_& m, nb::class_<WorldHandle>& world);
 void bindStates(nb::module_& m, nb::class_<WorldHandle>& world);
+void bindReports(nb::module_& m, nb::class_<WorldHandle>& world);
 void bindRecorder(nb::module_& m);
 void bindUrdf(nb::module_& m);
 

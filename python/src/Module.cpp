@@ -42,6 +42,7 @@ NB_MODULE(_core, m) {
   bindWorld(world);
   bindWorldObjects(world);
   bindStates(m, world);
+  bindReports(m, world);
   bindRecorder(m);
   bindUrdf(m);
 }

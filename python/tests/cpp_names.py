@@ -56,6 +56,7 @@ NAMES = {
     "SingleBodyObject::getBodyInertia": "SingleBodyObject.inertia",
     "SingleBodyObject::getBodyPosition": "SingleBodyObject.position",
     "SingleBodyObject::getQuaternion": "SingleBodyObject.orientation",
+    "ContactReport::getPoints": "Touch.points",
     "State::getBytes": "State.to_bytes",
     "World::addArticulatedSystem": "World.add_articulated_system or "
     "World.add_articulated_system_from_tree",
@@ -64,6 +65,7 @@ NAMES = {
     "World::addMesh": "World.add_mesh or World.add_mesh_copy",
     "World::getObjList": "World.objects",
     "World::isWarmStarted": "World.warm_start",
+    "World::setLedger": "World.set_ledger",
     "World::setERP": "World.erp or World.erp2",
     "read_png_file": "World.add_height_map_from_png",
     "readUrdfTree": "read_urdf_tree",
@@ -79,7 +81,6 @@ _SWEEP = "the solver's access to an object during the sweeps"
 _TREE = "the inner layout of a robot; names and parts tell it"
 _GEOM = "a geom of the collision library"
 _WORLD = "called by the world"
-_LATER = "not bound yet"
 
 # Why there is no name, by function, with or without its class.
 REASONS = {
@@ -115,11 +116,6 @@ REASONS = {
         "hasForgottenContacts rejoin copyParameters".split(),
         _WORLD,
     ),
-    **dict.fromkeys(
-        "setLedger getLedger setWatch clearWatch getWatchReport getContactReport "
-        "setContactHistory startContactHistory getContactHistory".split(),
-        _LATER,
-    ),
     "MaterialManager::init": "reading of files",
     "generateTerrain": "the constructor's; `World.add_terrain` makes the map",
     "coordinateCount": "`Joint.coordinate_slice` tells it",
@@ -132,6 +128,10 @@ REASONS = {
     "objectTypeToString": "`ObjectType.name`",
     "stringToObjectType": "`ObjectType[name]`",
     "Image::pixel": "images are arrays",
+    **dict.fromkeys(
+        "ContactReport::getName ContactReport::getShapeName ContactReport::getMaterial".split(),
+        "objects, bodies and collision bodies tell it",
+    ),
     **dict.fromkeys(
         [f"{c}::copy" for c in "Object Sphere Box Cylinder Capsule Ground Cone Mesh Compound "
          "ConvexHull HeightMap ArticulatedSystem".split()],
@@ -165,9 +165,6 @@ WHOLE = {
     "contact/Single3DContactProblem.hpp": "linear algebra: numpy",
     "DelassusRow": _SWEEP,
     "TreeDescription": "trees are `Link` records",
-    "ContactReport.hpp": _LATER,
-    "Ledger.hpp": _LATER,
-    "Watch.hpp": _LATER,
     "NotCopied.hpp": "memory of C++",
 }
 
