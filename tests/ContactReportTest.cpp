@@ -61,9 +61,13 @@ TEST(ContactReport, SlidingBoxAndWhatEnds) {
   EXPECT_NEAR(onBox.force[2], weight, 1e-3);
   EXPECT_NEAR(onBox.centre[0] - box->getComPosition()[0], 0.05 * 0.5, 0.02);
   EXPECT_NEAR(touch.getTorqueAbout(touch.centre)[1], 0.0, 1e-3);
-  const ContactSum onGround = report.sumUp({ground});
+  ContactFilter onIt, ofBox, wooden;
+  onIt.object = ground;
+  ofBox.object = box;
+  wooden.material = "wood";
+  const ContactSum onGround = report.sumUp(onIt);
   EXPECT_NEAR(onGround.force[2], -weight, 1e-4);
-  EXPECT_EQ(report.sumUp({box}, {nullptr, kNone, "", "wood"}).count, 0u);
+  EXPECT_EQ(report.sumUp(ofBox, wooden).count, 0u);
   for (const ContactPoint& point : report.getPoints()) {
     EXPECT_EQ(point.motion, ContactMotion::SLIP);
     const double sign = touch.objects[0] == box ? 1.0 : -1.0;

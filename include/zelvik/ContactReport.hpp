@@ -62,8 +62,8 @@ struct EndedTouch {
 struct ContactFilter {
   const Object* object = nullptr;  ///< null: any
   size_t body = kNone;             ///< inside of the object
-  std::string shape;     ///< name of a robot's collision shape, link or body, or of an object
-  std::string material;  ///< of the shape
+  std::string shape{};     ///< name of a robot's collision shape, link or body, or of an object
+  std::string material{};  ///< of the shape
 };
 
 /// Contacts taken together.
