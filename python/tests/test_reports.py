@@ -28,7 +28,7 @@ def test_the_books_of_a_sliding_box_balance(world: zelvik.World) -> None:
     change = sum_of_steps.after.energy - sum_of_steps.before.energy
     friction = sum_of_steps[zelvik.LedgerCause.FRICTION]
     assert friction.work < -0.5 and friction.work == pytest.approx(change, rel=1e-3)
-    assert friction.impulse == pytest.approx([-0.4 * 2 * 9.81 * 0.025, 0, 0], rel=1e-3)
+    assert friction.impulse == pytest.approx([-0.4 * 2 * 9.81 * 0.025, 0, 0], abs=5e-3)
     assert sum_of_steps.before.momentum == pytest.approx([6, 0, 0])
     world.set_ledger(False)
     assert world.ledger.whole.after.kinetic == 0.0
@@ -83,7 +83,7 @@ def test_the_watch_tells_what_went_wrong(
     assert report is not None and report.finding is zelvik.Finding.SPEED
     assert report.object == robot.index_in_world and report.step == 51
     assert report.value == pytest.approx(30, abs=1) and report.limit == 20.0
-    assert "speed" in str(report) and len(caplog.records) == 1
+    assert "too fast" in str(report) and len(caplog.records) == 1
     assert json.loads(report.to_json())["limit"] == 20.0
     world.clear_watch()
     assert world.watch_report is None

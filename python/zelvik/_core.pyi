@@ -848,6 +848,54 @@ class World:
 
     def __reduce_ex__(self, protocol: SupportsIndex, /) -> str | tuple[object, ...]: ...
 
+    def set_ledger(self, on: bool = True) -> None:
+        """Keep books of energy and momentum in each step from now on, or stop."""
+
+    @property
+    def ledger(self) -> Ledger:
+        """The books of the last step; zeros while `set_ledger` is off. A copy."""
+
+    def set_watch(self, *, energy_gain: float = 1.0, energy_share: float = 0.2, depth: float = 0.05, speed: float = 100.0, rate: float = 1000.0, unsolved_steps: int = 100) -> None:
+        """
+        Look after each step whether something has gone wrong, until it has.
+
+        One warning then tells what, where and why it may be; `watch_report` keeps it. Values that
+        are not finite are always found; a limit of infinity is not looked for.
+
+        Parameters
+        ----------
+        energy_gain : float
+            Energy of an object that appears from nowhere in a step (J).
+        energy_share : float
+            The same as a share of its kinetic energy; both have to be passed.
+        depth : float
+            Of an overlap (m).
+        speed, rate : float
+            Of a body or joint (m/s), (rad/s).
+        unsolved_steps : int
+            In a row in which the solver stops at its limit; 0: not counted.
+        """
+
+    def clear_watch(self) -> None:
+        """Watch no more, and forget what was found."""
+
+    @property
+    def watch_report(self) -> WatchReport | None:
+        """What the watch has found; None while it has not."""
+
+    @property
+    def contact_report(self) -> ContactReport:
+        """Who touches whom, forces, slip, what begins and ends."""
+
+    def set_contact_history(self, on: bool = True) -> None:
+        """Follow the contacts of every body in each step from now on, or stop."""
+
+    def start_contact_history(self) -> None:
+        """Begin an interval: sums and largest values are 0 again, times go on."""
+
+    def get_contact_history(self, object: Object, body: int = 0) -> BodyContactHistory:
+        """Get what contacts did to a body since then."""
+
 class MaterialPairProperties:
     """What two surfaces do to each other; a copy from the table."""
 
@@ -2277,6 +2325,370 @@ class State:
     def __repr__(self) -> str: ...
 
     VERSION: int = 1
+
+class LedgerCause(enum.Enum):
+    """What moves energy and momentum."""
+
+    GRAVITY = 0
+    """Momentum only."""
+
+    ACTUATION = 1
+    """Joint forces, after force limits."""
+
+    DAMPING = 2
+    """Of joints, and drag of single bodies."""
+
+    NORMAL = 3
+    """Contacts along their normals."""
+
+    FRICTION = 4
+    """Contacts along their tangents."""
+
+    LIMITS = 5
+    """Of joints: work only."""
+
+    WIRES = 6
+    """Wires."""
+
+    EXTERNAL = 7
+    """Forces and torques that a caller set."""
+
+    BASE = 8
+    """What holds a fixed base."""
+
+    INTEGRATION = 9
+    """What remains: the error of the scheme."""
+
+class LedgerBalance:
+    """Energy (J) and momentum (world axes) at one moment."""
+
+    @property
+    def kinetic(self) -> float:
+        """Rotors included (J)."""
+
+    @property
+    def gravity(self) -> float:
+        """Zero at the origin of the world (J)."""
+
+    @property
+    def springs(self) -> float:
+        """Of joints, zero at rest (J)."""
+
+    @property
+    def wires(self) -> float:
+        """Of compliant wires that act (J)."""
+
+    @property
+    def momentum(self) -> numpy.typing.NDArray[numpy.float64]:
+        """(N s), shape (3,)."""
+
+    @property
+    def spin(self) -> numpy.typing.NDArray[numpy.float64]:
+        """Angular momentum about the origin (N m s), shape (3,)."""
+
+    @property
+    def energy(self) -> float:
+        """Sum of the four (J)."""
+
+class LedgerEntry:
+    """What one cause has done in a step."""
+
+    @property
+    def work(self) -> float:
+        """(J)"""
+
+    @property
+    def impulse(self) -> numpy.typing.NDArray[numpy.float64]:
+        """(N s, world axes), shape (3,)."""
+
+    @property
+    def twist(self) -> numpy.typing.NDArray[numpy.float64]:
+        """Angular impulse about the origin (N m s), shape (3,)."""
+
+class LedgerAccount:
+    """
+    Energy and momentum before and after a step, and what changed them.
+
+    `account[LedgerCause.FRICTION]` is an entry; `after - before` is the sum of all. Accounts
+    of consecutive steps add up by `+=`.
+    """
+
+    @property
+    def before(self) -> LedgerBalance:
+        """Before the step."""
+
+    @property
+    def after(self) -> LedgerBalance:
+        """After the step."""
+
+    def __getitem__(self, cause: LedgerCause) -> LedgerEntry: ...
+
+    def __iadd__(self, next: LedgerAccount) -> LedgerAccount: ...
+
+class Ledger:
+    """The books of a step; a copy."""
+
+    @property
+    def whole(self) -> LedgerAccount:
+        """Of all dynamic objects and the wires."""
+
+    @property
+    def objects(self) -> list[LedgerAccount]:
+        """By `Object.index_in_world`; zeros for those that are not dynamic."""
+
+class Finding(enum.Enum):
+    """What a watch finds."""
+
+    NOT_FINITE = 0
+    """A velocity or coordinate."""
+
+    ENERGY = 1
+    """From nowhere."""
+
+    DEPTH = 2
+    """Of an overlap."""
+
+    SPEED = 3
+    """Of a body or joint."""
+
+    UNSOLVED = 4
+    """Contacts, for many steps."""
+
+class WatchReport:
+    """What a watch has found; `str` tells it in words. A copy."""
+
+    @property
+    def finding(self) -> Finding:
+        """Kind of finding."""
+
+    @property
+    def step(self) -> int:
+        """`World.step_count` after the step."""
+
+    @property
+    def time(self) -> float:
+        """`World.world_time` after it (s)."""
+
+    @property
+    def time_step(self) -> float:
+        """(s)"""
+
+    @property
+    def object_name(self) -> str:
+        """Empty for a finding of the solver."""
+
+    @property
+    def body_name(self) -> str:
+        """Of a robot."""
+
+    @property
+    def joint_name(self) -> str:
+        """Above that body."""
+
+    @property
+    def quantity(self) -> str:
+        """With its unit."""
+
+    @property
+    def value(self) -> float:
+        """Of the quantity."""
+
+    @property
+    def limit(self) -> float:
+        """Of the quantity."""
+
+    @property
+    def last_coordinates(self) -> list[float]:
+        """Of the object, before the step."""
+
+    @property
+    def last_velocities(self) -> list[float]:
+        """Of the object, before the step."""
+
+    @property
+    def acted(self) -> list[str]:
+        """Contacts and limits of the object in the step."""
+
+    @property
+    def causes(self) -> list[str]:
+        """What may be behind it, the likeliest first."""
+
+    @property
+    def object(self) -> int | None:
+        """`Object.index_in_world`; None for a finding of the solver."""
+
+    @property
+    def body(self) -> int | None:
+        """Index inside of the object."""
+
+    def to_text(self) -> str:
+        """Tell it in several lines."""
+
+    def __str__(self) -> str: ...
+
+    def to_json(self) -> str:
+        """Give it as one JSON object; numbers that are not finite are null."""
+
+class ContactMotion(enum.Enum):
+    """What a point of contact does in a step."""
+
+    OPEN = 0
+    """No force."""
+
+    STICK = 1
+    """The force is inside of the friction cone."""
+
+    SLIP = 2
+    """The force is on it."""
+
+    IMPACT = 3
+    """The surfaces came together faster than 0.05 m/s."""
+
+class ContactPoint:
+    """
+    A point of a touch, of the step that was made (world axes), as side 0 sees it; a copy.
+    """
+
+    @property
+    def position(self) -> numpy.typing.NDArray[numpy.float64]:
+        """(m), shape (3,)."""
+
+    @property
+    def normal(self) -> numpy.typing.NDArray[numpy.float64]:
+        """Unit, towards side 0, shape (3,)."""
+
+    @property
+    def force(self) -> numpy.typing.NDArray[numpy.float64]:
+        """On side 0, friction included (N), shape (3,)."""
+
+    @property
+    def slip(self) -> numpy.typing.NDArray[numpy.float64]:
+        """Of side 0 relative to side 1, along the surface (m/s), shape (3,)."""
+
+    @property
+    def approach(self) -> float:
+        """Speed before it (m/s)."""
+
+    @property
+    def depth(self) -> float:
+        """Of the overlap, before it (m)."""
+
+    @property
+    def motion(self) -> ContactMotion:
+        """What it does."""
+
+class Touch:
+    """Two bodies that touch; a copy."""
+
+    @property
+    def points(self) -> list[ContactPoint]:
+        """Its points."""
+
+    @property
+    def objects(self) -> tuple[Object, Object]:
+        """Sides 0 and 1."""
+
+    @property
+    def bodies(self) -> tuple[int, int]:
+        """Indices inside of the objects."""
+
+    @property
+    def begins(self) -> bool:
+        """Whether they did not touch in the report that was asked for before."""
+
+    @property
+    def force(self) -> numpy.typing.NDArray[numpy.float64]:
+        """On side 0 (N, world axes), shape (3,)."""
+
+    @property
+    def centre(self) -> numpy.typing.NDArray[numpy.float64]:
+        """Centre of pressure (m, world axes), shape (3,)."""
+
+    def get_torque_about(self, point: numpy.typing.ArrayLike) -> numpy.typing.NDArray[numpy.float64]:
+        """Get the torque on side 0 about a point (N m, world axes), shape (3,)."""
+
+class ContactSum:
+    """Contacts taken together; a copy."""
+
+    @property
+    def count(self) -> int:
+        """Points."""
+
+    @property
+    def force(self) -> numpy.typing.NDArray[numpy.float64]:
+        """On the side looked for (N, world axes), shape (3,)."""
+
+    @property
+    def moment(self) -> numpy.typing.NDArray[numpy.float64]:
+        """The same about the origin of the world (N m), shape (3,)."""
+
+    @property
+    def centre(self) -> numpy.typing.NDArray[numpy.float64]:
+        """Of pressure (m), shape (3,)."""
+
+class BodyContactHistory:
+    """
+    What contacts did to a body since `World.start_contact_history`; a copy.
+    """
+
+    @property
+    def impulse(self) -> numpy.typing.NDArray[numpy.float64]:
+        """Sum (N s, world axes), shape (3,)."""
+
+    @property
+    def largest_force(self) -> float:
+        """Of a step (N)."""
+
+    @property
+    def touches(self) -> bool:
+        """In the last step."""
+
+    @property
+    def time_in_contact(self) -> float:
+        """Since it began to touch (s)."""
+
+    @property
+    def time_in_air(self) -> float:
+        """Since it ceased to touch (s)."""
+
+    @property
+    def last_time_in_contact(self) -> float:
+        """That ended last (s)."""
+
+    @property
+    def last_time_in_air(self) -> float:
+        """That ended last (s)."""
+
+class ContactReport:
+    """
+    The contacts of the last step, for people: who touches whom, with which force.
+
+    Always that of the world's last step. Wires are not in it.
+    """
+
+    @property
+    def touches(self) -> list[Touch]:
+        """Pairs of bodies that touch."""
+
+    @property
+    def ended(self) -> list[tuple[int, int]]:
+        """
+        `Object.id_in_world` of pairs that touched in the report asked for before and do not any more.
+        """
+
+    def get_force(self, object: Object, name: str | None = None) -> numpy.typing.NDArray[numpy.float64]:
+        """
+        Get the force of all contacts on an object (N, world axes), shape (3,).
+
+        With `name`, on a collision shape, link or body of a robot; zero if nothing has it.
+        """
+
+    def sum_up(self, *, object: Object | None = None, body: int | None = None, shape: str = '', material: str = '', by: Object | None = None, by_material: str = '') -> ContactSum:
+        """
+        Sum up the points whose one side fits the first four arguments, and the other `by`.
+
+        What is left out fits all.
+        """
 
 class Recorder:
     """
