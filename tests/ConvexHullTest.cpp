@@ -73,11 +73,11 @@ TEST(ConvexHull, WhatIsNoConvexSolidIsRefused) {
       {ball(20, 40), "it has 762 corners, more than 256"},
       {twice, "two triangles have the edge from corner 0 to 2 in the same sense"},
       {wild, "The index 8 at position 7 of a convex hull is out of range, there are 8 vertices"}};
-  for (const auto& [arrays, text] : rows) {
+  for (const auto& row : rows) {
     World world;
     ConvexHull* hull = nullptr;
-    messages::refused(std::string("ConvexHull.cpp: ConvexHull: ") + text,
-                      [&] { hull = arrays.addTo(world); });
+    messages::refused(std::string("ConvexHull.cpp: ConvexHull: ") + row.second,
+                      [&] { hull = row.first.addTo(world); });
     ASSERT_NE(hull, nullptr);
     EXPECT_EQ(hull->getCollisionObject(), nullptr);
     world.integrate();
